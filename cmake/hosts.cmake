@@ -1,0 +1,14 @@
+# Where the program turns to on the network, and the domain it calls its own.
+# The defaults are reserved names that no one can own; a release sets real ones.
+set(QUILLMARCH_UPDATE_DOCUMENT_HOST "https://updates.quillmarch.example" CACHE STRING
+    "Scheme and host of the release documents")
+set(QUILLMARCH_SERVICE_HOST "https://service.quillmarch.example" CACHE STRING
+    "Scheme and host of the check endpoint")
+set(QUILLMARCH_PACKAGE_HOST "https://packages.quillmarch.example" CACHE STRING
+    "Scheme and host of the packages")
+set(QUILLMARCH_WEB_SITE "https://www.quillmarch.example" CACHE STRING
+    "Address of the product's web site, shown in the about dialog")
+set(QUILLMARCH_CONTACT "support@quillmarch.example" CACHE STRING
+    "Contact handle, shown in the about dialog")
+set(QUILLMARCH_ORGANIZATION_DOMAIN "quillmarch.example" CACHE STRING
+    "Organisation domain of the application")

@@ -1,0 +1,52 @@
+#include "app/settings.h"
+
+#include "app/keptforever.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Settings objects are never destroyed: a written value reaches the disk by
+// the deferred synchronisation of an object that is still alive.
+QSettings *openConfig(const QString &file)
+{
+    return keepForever(new QSettings(file, QSettings::IniFormat));
+}
+
+} // namespace
+
+bool readConfigValue(const QString &file, const QString &key, QString &value)
+{
+    value.clear();
+    if (file.isEmpty() || key.isEmpty()) {
+        return false;
+    }
+    value = openConfig(file)->value("config/"_L1 + key).toString();
+    return true;
+}
+
+bool writeConfigValue(const QString &file, const QString &key, const QString &value)
+{
+    if (file.isEmpty() || key.isEmpty()) {
+        return false;
+    }
+    QSettings *settings = openConfig(file);
+    settings->beginGroup("config"_L1);
+    settings->setValue(key, QVariant(value));
+    settings->endGroup();
+    return true;
+}
+
+QString executableFolder()
+{
+    const QString path = QCoreApplication::applicationFilePath();
+    return path.left(path.lastIndexOf(u'/'));
+}
+
+QString configFilePath()
+{
+    return executableFolder() + "/user.ini"_L1;
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+
+/// Reads \a key of the group "config" of the ini file \a file into \a value.
+///
+/// \a value is cleared first and stays empty for an absent key, so a default
+/// is applied by the caller after the call. Returns false if \a file or
+/// \a key is empty, otherwise true, also when there is no such file or key.
+bool readConfigValue(const QString &file, const QString &key, QString &value);
+
+/// Writes \a value under \a key in the group "config" of the ini file
+/// \a file. Returns false and touches nothing if \a file or \a key is empty.
+///
+/// The value is readable at once in this process; it reaches the disk when
+/// control returns to the event loop.
+bool writeConfigValue(const QString &file, const QString &key, const QString &value);
+
+/// The folder of the executable, with no trailing slash.
+QString executableFolder();
+
+/// The path of `user.ini` in the folder of the executable.
+QString configFilePath();

@@ -1,0 +1,100 @@
+#include "app/settings.h"
+#include "support/testmain.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+using namespace Qt::StringLiterals;
+
+class TestSettings : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void refusesEmptyNames_data();
+    void refusesEmptyNames();
+    void readsAbsentKeyAsEmpty();
+    void throwsAwayThePresetValue();
+    void readsBackInTheSameRun();
+    void writesOneSectionOnReturnToTheEventLoop();
+    void liesBesideTheExecutable();
+};
+
+void TestSettings::refusesEmptyNames_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("key");
+    QTest::newRow("no file") << QString() << u"language"_s;
+    QTest::newRow("no key") << u"some.ini"_s << QString();
+    QTest::newRow("neither") << QString() << QString();
+}
+
+void TestSettings::refusesEmptyNames()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, key);
+    QString value = u"preset"_s;
+    QVERIFY(!readConfigValue(file, key, value));
+    QCOMPARE(value, QString());
+    QVERIFY(!writeConfigValue(file, key, u"text"_s));
+    QCoreApplication::processEvents();
+    QVERIFY(!QFile::exists(u"some.ini"_s));
+}
+
+void TestSettings::readsAbsentKeyAsEmpty()
+{
+    QString value = u"preset"_s;
+    QVERIFY(readConfigValue(u"nowhere/absent.ini"_s, u"language"_s, value));
+    QCOMPARE(value, QString());
+}
+
+void TestSettings::throwsAwayThePresetValue()
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(u"user.ini"_s);
+    QFile ini(file);
+    QVERIFY(ini.open(QIODevice::WriteOnly));
+    ini.write("[config]\nlanguage=en\nautopage=\n[other]\nmarginsc=5\n");
+    ini.close();
+
+    QString value = u"preset"_s;
+    QVERIFY(readConfigValue(file, u"language"_s, value));
+    QCOMPARE(value, u"en"_s);
+    QVERIFY(readConfigValue(file, u"autopage"_s, value));
+    QCOMPARE(value, QString());
+    QVERIFY(readConfigValue(file, u"marginsc"_s, value));
+    QCOMPARE(value, QString());
+}
+
+void TestSettings::readsBackInTheSameRun()
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(u"user.ini"_s);
+    QString value;
+    for (const QString &path : {u"/first"_s, u"/second, with a comma"_s, u"/第三"_s}) {
+        QVERIFY(writeConfigValue(file, u"imagedir"_s, path));
+        QVERIFY(readConfigValue(file, u"imagedir"_s, value));
+        QCOMPARE(value, path);
+    }
+}
+
+void TestSettings::writesOneSectionOnReturnToTheEventLoop()
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(u"user.ini"_s);
+    QVERIFY(writeConfigValue(file, u"marginsc"_s, u"15"_s));
+    QVERIFY(!QFile::exists(file));
+    QTRY_VERIFY(QFile::exists(file));
+    QFile ini(file);
+    QVERIFY(ini.open(QIODevice::ReadOnly));
+    QCOMPARE(ini.readAll(), QByteArray("[config]\nmarginsc=15\n"));
+}
+
+void TestSettings::liesBesideTheExecutable()
+{
+    QCOMPARE(executableFolder(), QCoreApplication::applicationDirPath());
+    QCOMPARE(configFilePath(), QCoreApplication::applicationDirPath() + u"/user.ini"_s);
+}
+
+QUILLMARCH_TEST_MAIN(TestSettings)
+#include "tst_settings.moc"
