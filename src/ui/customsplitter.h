@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QSplitter>
+
+/// A splitter with a narrow handle that is drawn by hand; its widgets cannot
+/// be collapsed.
+class CustomSplitter : public QSplitter
+{
+    Q_OBJECT
+
+public:
+    explicit CustomSplitter(QWidget *parent = nullptr);
+    explicit CustomSplitter(Qt::Orientation orientation, QWidget *parent = nullptr);
+
+protected:
+    QSplitterHandle *createHandle() override;
+};
+
+/// The handle of CustomSplitter, with looks of its own for rest, for the
+/// pointer over it and for a press. The looks assume a vertical bar.
+class CustomSplitterHandle : public QSplitterHandle
+{
+    Q_OBJECT
+
+public:
+    CustomSplitterHandle(Qt::Orientation orientation, QSplitter *parent);
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void enterEvent(QEnterEvent *event) override;
+    void leaveEvent(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    void paintNormal(QPainter *painter) const;
+    void paintHover(QPainter *painter) const;
+    void paintPressed(QPainter *painter) const;
+
+    bool hovered = false;
+    bool pressed = false;
+};

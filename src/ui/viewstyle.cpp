@@ -1,0 +1,21 @@
+#include "ui/viewstyle.h"
+
+QString viewStyleSheet()
+{
+    return QString::fromUtf8(
+        "QGraphicsView {    border: none;}"
+        "QScrollBar:vertical {    background: rgba(0, 0, 0, 0.03);    width: 10px;    margin: 0px;    border: none;}"
+        "QScrollBar::handle:vertical {    background: rgba(0, 0, 0, 0.15);    min-height: 30px;    border-radius: 5px; "
+        "   margin: 2px;}"
+        "QScrollBar::handle:vertical:hover {    background: rgba(74, 144, 226, 0.4);}"
+        "QScrollBar::handle:vertical:pressed {    background: rgba(0, 102, 204, 0.6);}"
+        "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical {    height: 0px;}"
+        "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical {    background: none;}"
+        "QScrollBar:horizontal {    background: rgba(0, 0, 0, 0.03);    height: 10px;    margin: 0px;    border: none;}"
+        "QScrollBar::handle:horizontal {    background: rgba(0, 0, 0, 0.15);    min-width: 30px;    border-radius: "
+        "5px;    margin: 2px;}"
+        "QScrollBar::handle:horizontal:hover {    background: rgba(74, 144, 226, 0.4);}"
+        "QScrollBar::handle:horizontal:pressed {    background: rgba(0, 102, 204, 0.6);}"
+        "QScrollBar::add-line:horizontal, QScrollBar::sub-line:horizontal {    width: 0px;}"
+        "QScrollBar::add-page:horizontal, QScrollBar::sub-page:horizontal {    background: none;}");
+}
