@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QImage>
+#include <QPixmap>
+#include <QRect>
+
+/// The pixels of \a image inside \a rect, without a copy: the result reads the
+/// rows of \a image and keeps them alive. \a rect is clipped to the image; a
+/// rectangle wholly outside it gives a null image. Images of less than eight
+/// bits a pixel are copied.
+QImage rowsView(const QImage &image, const QRect &rect);
+
+/// The format that QPixmap::copy() gives a part of \a pixmap on this screen.
+QImage::Format copyFormat(const QPixmap &pixmap);
+
+/// What `pixmap.copy(rect).toImage()` holds, pixel for pixel, but sharing the
+/// rows of \a pixmap wherever its format needs no conversion.
+///
+/// Other than the copy, a rectangle that is empty or lies wholly outside the
+/// pixmap gives a null image and not the whole pixmap, and the colours of a
+/// palette image survive.
+QImage bandView(const QPixmap &pixmap, const QRect &rect);

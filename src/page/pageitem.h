@@ -1,0 +1,127 @@
+#pragma once
+
+#include <QGraphicsItem>
+#include <QList>
+#include <QPixmap>
+
+class PreviewItem;
+
+/// The smallest width-to-height ratio of any strip since the last reset, one
+/// value for the whole program. It sets the scale of all one-strip pages.
+double minAspect();
+
+/// Puts `minAspect` back to the proportions of an A4 page, 0.70707071.
+void resetMinAspect();
+
+/// A strip: a horizontal band of the source image, and the cut handle below it.
+///
+/// All lengths are source-image pixels; item coordinates start at the top left
+/// corner of the band. Strips form a chain, top to bottom. The scene owns the
+/// strips; neither the links of the chain nor those to the output pages do.
+class PageItem : public QGraphicsItem
+{
+public:
+    /// A strip of \a pixmap, whose pixels are shared, that shows \a band. The
+    /// band may reach beyond the image; nothing is drawn there.
+    PageItem(const QPixmap &pixmap, const QRectF &band);
+    ~PageItem() override;
+
+    QRectF boundingRect() const override;
+    void paint(QPainter *painter, const QStyleOptionGraphicsItem *option, QWidget *widget) override;
+
+    PageItem *nextItem() const { return m_nextItem; }
+    PageItem *prevItem() const { return m_prevItem; }
+    void setPrevItem(PageItem *item) { m_prevItem = item; }
+
+    /// Zero-based place in the chain.
+    int pageIndex() const { return m_pageIndex; }
+    void setPageIndex(int index) { m_pageIndex = index; }
+
+    int handleHeight() const { return m_handleHeight; }
+    void setHandleHeight(int height) { m_handleHeight = height; }
+
+    /// The image part of the strip, in item coordinates.
+    QRectF bodyRect() const { return m_bodyRect; }
+    void setBodyRect(QRectF rect) { m_bodyRect = rect; }
+
+    /// The band of the source image that the strip shows, in source pixels.
+    QRectF sourceRect() const { return m_sourceRect; }
+    void setSourceRect(QRectF rect) { m_sourceRect = rect; }
+
+    /// The cut handle, in item coordinates.
+    QRectF handleRect() const { return m_handleRect; }
+    void setHandleRect(QRectF rect) { m_handleRect = rect; }
+
+    /// The rubber line of a running drag is the top edge of this rectangle, in
+    /// item coordinates.
+    QRectF dragRect() const { return m_dragRect; }
+    void setDragRect(QRectF rect) { m_dragRect = rect; }
+
+    /// A cut handle is being dragged on this strip or on the strip above it.
+    bool isDragging() const { return dragging; }
+    void setDragging(bool on) { dragging = on; }
+
+    /// Makes \a other the next strip, links both ways and places it directly
+    /// under this one.
+    void linkNext(PageItem *other);
+
+    /// Moves the cut below this strip by \a delta pixels, positive downward:
+    /// this strip grows and the next one shrinks, whose bottom edge stays.
+    /// Does no range check: keep both strips higher than zero.
+    void moveCut(double delta);
+
+    /// Draws the band into \a target, stretched to it. Rows of the band that
+    /// lie outside the image leave their share of \a target untouched; an
+    /// empty band draws nothing.
+    void drawSource(QPainter *painter, const QRectF &target);
+
+    /// Draws the band centred on \a target and `minAspect` times the height of
+    /// \a target wide, in its own proportions. Does not clip to \a target.
+    void drawSourceFitted(QPainter *painter, const QRectF &target);
+
+    /// Moves the cut below this strip to the brightest row within 0.15 of the
+    /// strip's height above and below it. A second call takes the move back, a
+    /// third repeats it. Does nothing on the last strip.
+    void autoPlaceCut();
+
+    /// See brightestRow().
+    int findBrightestRow(const QImage &window) const;
+
+    /// Adds an output page that shows this strip.
+    void addPreview(PreviewItem *preview) { previews.append(preview); }
+
+    /// The first output page that was added. There must be one.
+    PreviewItem *firstPreview() const { return previews.at(0); }
+
+protected:
+    void hoverMoveEvent(QGraphicsSceneHoverEvent *event) override;
+    void mousePressEvent(QGraphicsSceneMouseEvent *event) override;
+    void mouseMoveEvent(QGraphicsSceneMouseEvent *event) override;
+    void mouseReleaseEvent(QGraphicsSceneMouseEvent *event) override;
+    void mouseDoubleClickEvent(QGraphicsSceneMouseEvent *event) override;
+
+private:
+    void paintIdleHandle(QPainter *painter) const;
+    void paintHoverHandle(QPainter *painter) const;
+    void paintDragHandle(QPainter *painter) const;
+
+    QPixmap sourcePixmap;
+    [[maybe_unused]] QRectF initialRect; // the band at construction; kept for reference only
+    QRectF m_sourceRect;
+    QRectF m_bodyRect;
+    QRectF m_handleRect;
+    QRectF m_dragRect;
+    [[maybe_unused]] double reservedScaleX = 1.05;
+    [[maybe_unused]] double reservedScaleY = 1.05;
+    int m_pageIndex = 0;
+    int m_handleHeight = 20;
+    PageItem *m_prevItem = nullptr;
+    PageItem *m_nextItem = nullptr;
+    [[maybe_unused]] PageItem *reservedLink = nullptr;
+    bool dragging = false;
+    bool hovering = false; // the pointer was last seen on this strip's handle
+    double lastShift = 0.0; // what the last automatic placement applied
+    double pressOffset = 0.0; // from the top of the handle to the point of the press
+    QList<PreviewItem *> previews;
+    double lastMinAspect = 0.0; // `minAspect` at the last fresh automatic placement
+};
