@@ -1,0 +1,152 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QPixmap>
+
+#include <functional>
+
+class CustomSplitter;
+class LeftView;
+class MainView;
+class PopUp;
+class QGraphicsScene;
+class QLabel;
+class QPrinter;
+class QPushButton;
+
+/// The window of the program, and its controller.
+///
+/// There is no document object: the document is the source image and the items
+/// of three scenes. `pageScene` holds the chain of strips, `oneColumnScene`
+/// one output page a strip and `twoColumnScene` one a four strips. Both
+/// layouts exist at all times; `currentOutputScene` says which one is shown,
+/// and margins, page numbers, PDF and print act on that one.
+///
+/// Members are defined in the folder of the subsystem that they belong to.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    MainWindow();
+    ~MainWindow() override;
+
+    /// Decodes the file \a path into the source image and rebuilds the
+    /// document. A file that cannot be read, a PDF file, and an image of at
+    /// most 10 pixels on a side end in a toast; the pages shown stay then.
+    void loadImageFile(const QString &path);
+
+    /// Makes strips and output pages anew from the source image. Does nothing
+    /// but show the scroll bars if that is at most 10 pixels on a side.
+    void rebuildDocument();
+
+    /// Whether a rebuild places the cuts on bright rows; on at first.
+    void setAutoPage(bool on);
+
+    /// The language of the interface: "zh" or "en".
+    void setLanguage(const QString &code);
+
+    /// Draws the output pages of the shown layout on \a painter, which works
+    /// on \a printer, within the printer's range of pages. Each page fits the
+    /// painter's viewport, at its top left.
+    void renderDocument(QPainter *painter, QPrinter *printer);
+
+public slots:
+    void onOpenClicked();
+    void onResizeClicked();
+    void onPrintClicked();
+    void onHelpClicked();
+    void onExtandClicked();
+    void onSaveClicked();
+    void onShrinkClicked();
+    void onZoominClicked();
+    void onZoomoutClicked();
+    void onExitClicked();
+    void onAutoCutClicked();
+    void onAutoTrimClicked();
+    void onTwoColsClicked();
+    void onPageNumClicked();
+
+    void showUpdateDialog();
+
+protected:
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void addStripsAndPages();
+
+    QAction *createAction(const char *name, const QString &text, const QString &shortcut, const QString &statusTip,
+                          const QIcon &icon, void (MainWindow::*slot)());
+    void createActions();
+    QList<QAction *> documentActions() const;
+    void createMenus();
+    void createToolBar();
+    void createStatusBar();
+    void styleToolBar();
+    void showVersionSoon();
+    void showAboutDialog();
+
+    void createViews();
+    void createScenes();
+    void setSceneRectsFromViews();
+    void fitViews();
+
+    void saveWindowState();
+    bool restoreWindowState(); // true if a saved geometry existed
+    void saveSplitterState();
+    void restoreSplitterState();
+    bool isGeometryUsable(const QRect &rect) const;
+    QRect defaultGeometry();
+
+    void drawIcon(QPixmap &pixmap, const QColor &color, int margin,
+                  std::function<void(QPainter &, const QRect &)> draw) const;
+    QIcon createOpenIcon() const;
+    QIcon createExportPdfIcon() const;
+    QIcon createPrintIcon() const;
+    QIcon createHelpIcon() const;
+    QIcon createDecreaseMarginIcon() const;
+    QIcon createIncreaseMarginIcon() const;
+    QIcon createZoomInIcon() const;
+    QIcon createZoomOutIcon() const;
+    QIcon createTwoColsIcon() const;
+    QIcon createAutoTrimIcon() const;
+    QIcon createPageNumIcon() const;
+    QIcon createUpdateIcon() const;
+
+    QGraphicsScene *oneColumnScene = nullptr;
+    QGraphicsScene *twoColumnScene = nullptr;
+    QGraphicsScene *pageScene = nullptr;
+    QGraphicsScene *currentOutputScene = nullptr;
+    MainView *mainView = nullptr;
+    LeftView *leftView = nullptr;
+    QPixmap sourcePixmap;
+    CustomSplitter *splitter = nullptr;
+    bool autoPage = true;
+    QString language;
+
+    QAction *guideAction = nullptr;
+    QAction *decreaseMarginAction = nullptr;
+    QAction *increaseMarginAction = nullptr;
+    QAction *zoomInAction = nullptr;
+    QAction *zoomOutAction = nullptr;
+    QAction *openAction = nullptr;
+    QAction *exportPdfAction = nullptr;
+    QAction *printAction = nullptr;
+    QAction *exitAction = nullptr;
+    QAction *twoColsAction = nullptr;
+    QAction *pageNumAction = nullptr;
+    QAction *autoTrimAction = nullptr;
+    QMenu *fileMenu = nullptr;
+    QMenu *editMenu = nullptr;
+    QMenu *helpMenu = nullptr;
+    QToolBar *mainToolBar = nullptr;
+    QLabel *versionLabel = nullptr;
+    QPushButton *updateButton = nullptr;
+    bool updateKnown = false; // an update is on offer
+
+    PopUp *popUp = nullptr;
+};

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QImage>
+#include <QRect>
+
+#include <array>
+#include <optional>
+
+/// The number of pixels of each gray level.
+using GrayHistogram = std::array<quint32, 256>;
+
+/// The histogram of \a gray, an image of Format_Grayscale8.
+GrayHistogram grayHistogram(const QImage &gray);
+
+/// The gray level, 0 to 255, up to which a pixel is ink and not paper, by
+/// N. Otsu's method ("A threshold selection method from gray-level
+/// histograms", 1979): the level whose two classes lie furthest apart, the
+/// lowest of several. 200 if only one level occurs.
+int inkThreshold(const GrayHistogram &histogram);
+
+/// The bounds of the content of \a gray, an image of Format_Grayscale8, where
+/// pixels up to \a threshold are ink.
+///
+/// A row is content if it holds at least width / 1000 + 2 ink pixels, a column
+/// if it holds at least height / 1000 + 2. The rectangle reaches from the
+/// first content row and column to the last ones. Nothing without content, and
+/// if that is only a single row or a single column.
+std::optional<QRect> contentBounds(const QImage &gray, int threshold);

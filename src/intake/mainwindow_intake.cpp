@@ -1,0 +1,62 @@
+#include "app/mainwindow.h"
+
+#include "intake/blankborders.h"
+#include "ui/popup.h"
+
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto localPrefix = "file:///"_L1;
+
+#ifdef Q_OS_WIN
+constexpr qsizetype pathStart = localPrefix.size();
+#else
+constexpr qsizetype pathStart = localPrefix.size() - 1; // the last "/" begins the absolute path
+#endif
+
+/// The bounds of what is not blank border in \a image.
+std::optional<QRect> trimmedBounds(const QImage &image)
+{
+    const QImage gray = image.convertToFormat(QImage::Format_Grayscale8);
+    return contentBounds(gray, inkThreshold(grayHistogram(gray)));
+}
+
+} // namespace
+
+void MainWindow::onAutoTrimClicked()
+{
+    if (sourcePixmap.isNull()) {
+        return;
+    }
+    const std::optional<QRect> bounds = trimmedBounds(sourcePixmap.toImage());
+    if (bounds) {
+        sourcePixmap = QPixmap::fromImage(sourcePixmap.toImage().copy(*bounds));
+        rebuildDocument();
+    } else {
+        popUp->setPopupText(tr("未检测到可裁剪的空白边"));
+        popUp->show();
+    }
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent *event)
+{
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (urls.isEmpty()) {
+        return;
+    }
+    const QString address = urls.first().toString();
+    if (address.startsWith(localPrefix)) {
+        loadImageFile(address.mid(pathStart));
+    }
+}

@@ -1,0 +1,109 @@
+#include "app/mainwindow.h"
+
+#include "ui/customsplitter.h"
+
+#include <QGuiApplication>
+#include <QMoveEvent>
+#include <QScreen>
+#include <QSettings>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int smallestWidth = 400;
+constexpr int smallestHeight = 300;
+
+constexpr auto organization = "Quillmarch"_L1;
+constexpr auto application = "Settings"_L1;
+constexpr auto geometryKey = "windowGeometry"_L1;
+constexpr auto stateKey = "windowState"_L1;
+constexpr auto splitterKey = "splitterState"_L1;
+
+} // namespace
+
+void MainWindow::moveEvent(QMoveEvent *event)
+{
+    QWidget::moveEvent(event);
+    saveWindowState();
+}
+
+void MainWindow::resizeEvent(QResizeEvent *event)
+{
+    fitViews();
+    saveWindowState();
+    QWidget::resizeEvent(event);
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    saveWindowState();
+    saveSplitterState();
+    QWidget::closeEvent(event);
+}
+
+void MainWindow::saveWindowState()
+{
+    QSettings settings(organization, application);
+    settings.setValue(geometryKey, saveGeometry());
+    settings.setValue(stateKey, saveState(0));
+}
+
+bool MainWindow::restoreWindowState()
+{
+    const QSettings settings(organization, application);
+    const QByteArray geometryBytes = settings.value(geometryKey).toByteArray();
+    const QByteArray stateBytes = settings.value(stateKey).toByteArray();
+    if (geometryBytes.isEmpty()) {
+        return false;
+    }
+    restoreGeometry(geometryBytes);
+    restoreState(stateBytes, 0);
+    if (!isGeometryUsable(geometry())) {
+        setGeometry(defaultGeometry());
+    }
+    return true;
+}
+
+void MainWindow::saveSplitterState()
+{
+    QSettings settings(organization, application);
+    settings.setValue(splitterKey, splitter->saveState());
+}
+
+void MainWindow::restoreSplitterState()
+{
+    const QSettings settings(organization, application);
+    const QByteArray bytes = settings.value(splitterKey).toByteArray();
+    if (bytes.isEmpty()) {
+        splitter->setSizes({width() / 2, width() / 2});
+    } else {
+        splitter->restoreState(bytes);
+    }
+}
+
+bool MainWindow::isGeometryUsable(const QRect &rect) const
+{
+    if (rect.width() < smallestWidth || rect.height() < smallestHeight) {
+        return false;
+    }
+    const QPoint centre((rect.left() + rect.right()) / 2, (rect.top() + rect.bottom()) / 2);
+    const QScreen *screen = QGuiApplication::screenAt(centre);
+    if (screen == nullptr) {
+        screen = QGuiApplication::primaryScreen();
+    }
+    return screen == nullptr || screen->availableGeometry().intersects(rect);
+}
+
+QRect MainWindow::defaultGeometry()
+{
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr) {
+        return geometry();
+    }
+    const QRect available = screen->availableGeometry();
+    const int width = 2 * available.width() / 3;
+    const int height = 2 * available.height() / 3;
+    return {(available.width() - width) / 2 + available.x(), (available.height() - height) / 2 + available.y(), width,
+            height};
+}
