@@ -1,0 +1,291 @@
+#include "samples/sampleimage.h"
+
+#include "samples/band.h"
+#include "samples/pages.h"
+
+#include <QBuffer>
+#include <QImageWriter>
+#include <QSaveFile>
+#include <QTransform>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int maxWidth = 10000; // keeps every block of a page far below the painter's limit
+
+constexpr std::array<std::pair<const char *, SampleKind>, 9> kindNames = {{
+    {"chat", SampleKind::Chat},
+    {"web", SampleKind::Web},
+    {"dark", SampleKind::Dark},
+    {"palette", SampleKind::Palette},
+    {"gray", SampleKind::Gray},
+    {"alpha", SampleKind::Alpha},
+    {"jpeg-orientation", SampleKind::JpegOrientation},
+    {"noise", SampleKind::Noise},
+    {"gradient", SampleKind::Gradient},
+}};
+
+QImage::Format paintedFormat(SampleKind kind)
+{
+    switch (kind) {
+    case SampleKind::Palette:
+        return QImage::Format_ARGB32_Premultiplied; // until toPalette()
+    case SampleKind::Gray:
+        return QImage::Format_Grayscale8;
+    case SampleKind::Alpha:
+        return QImage::Format_ARGB32;
+    default:
+        return QImage::Format_RGB32;
+    }
+}
+
+/// Sets each pixel to \a color(x, y).
+template <typename Color>
+void fillPixels(QImage &image, Color color)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        auto *row = reinterpret_cast<QRgb *>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            row[x] = color(x, y);
+        }
+    }
+}
+
+/// The smooth colour of a pixel, from integers alone.
+QRgb gradientColor(const QImage &image, int x, int y, quint32 seed)
+{
+    const int across = x * 255 / std::max(1, image.width() - 1);
+    const int down = int(qint64(y) * 255 / std::max(1, image.height() - 1));
+    const int turn = int(seed % 256);
+    return qRgb(across, down, std::abs((down + turn) % 256 - 128) + 64);
+}
+
+void fillGradient(QImage &image, quint32 seed)
+{
+    fillPixels(image, [&](int x, int y) { return gradientColor(image, x, y, seed); });
+}
+
+void fillNoise(QImage &image, quint32 seed)
+{
+    Random random(seed);
+    fillPixels(image, [&random](int, int) { return 0xff000000 | random.next(); });
+}
+
+/// Fields a third of the image wide and 256 rows high.
+void fillAlpha(QImage &image, quint32 seed)
+{
+    constexpr std::array alphas = {255U, 128U, 0U};
+    fillPixels(image, [&](int x, int y) {
+        const unsigned alpha = alphas[size_t(x * 3 / image.width() + y / 256) % alphas.size()];
+        return alpha == 0 ? 0U : (gradientColor(image, x, y, seed) & 0x00ffffffU) | alpha << 24;
+    });
+}
+
+void fillCorners(QImage &image, quint32 seed)
+{
+    const int side = std::min(image.width(), image.height()) / 4;
+    fillPixels(image, [&](int x, int y) {
+        const bool left = x < side;
+        const bool top = y < side;
+        const bool right = x >= image.width() - side;
+        const bool bottom = y >= image.height() - side;
+        if ((!left && !right) || (!top && !bottom)) {
+            return gradientColor(image, x, y, seed);
+        }
+        return top ? (left ? qRgb(220, 30, 30) : qRgb(30, 180, 30)) : (left ? qRgb(30, 30, 220) : qRgb(230, 220, 30));
+    });
+}
+
+/// Indexed8 with a transparent entry, a 6 x 6 x 6 cube of colours, and grays
+/// for the edges of letters.
+QImage toPalette(const QImage &image)
+{
+    constexpr int cubeStart = 1;
+    constexpr int grayStart = cubeStart + 216;
+    constexpr int grays = 32;
+    QList<QRgb> table = {qRgba(0, 0, 0, 0)};
+    for (int i = 0; i < 216; ++i) {
+        table.append(qRgb(i / 36 * 51, i / 6 % 6 * 51, i % 6 * 51));
+    }
+    for (int i = 0; i < grays; ++i) {
+        const int level = i * 255 / (grays - 1);
+        table.append(qRgb(level, level, level));
+    }
+    QImage indexed(image.size(), QImage::Format_Indexed8);
+    if (indexed.isNull()) {
+        return {};
+    }
+    indexed.setColorTable(table);
+    for (int y = 0; y < image.height(); ++y) {
+        const auto *from = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        uchar *to = indexed.scanLine(y);
+        for (int x = 0; x < image.width(); ++x) {
+            const auto [least, most] = std::minmax({qRed(from[x]), qGreen(from[x]), qBlue(from[x])});
+            const auto sixth = [](int level) { return (level + 25) / 51; };
+            int index = 0;
+            if (qAlpha(from[x]) < 128) {
+                index = 0;
+            } else if (most - least < 24) {
+                index = grayStart + (qGreen(from[x]) * (grays - 1) + 127) / 255;
+            } else {
+                index = cubeStart + sixth(qRed(from[x])) * 36 + sixth(qGreen(from[x])) * 6 + sixth(qBlue(from[x]));
+            }
+            to[x] = static_cast<uchar>(index);
+        }
+    }
+    return indexed;
+}
+
+/// The raster which the EXIF \a orientation turns into \a upright.
+QImage storedRaster(const QImage &upright, int orientation)
+{
+    const QTransform clockwise = QTransform().rotate(90);
+    const QTransform counterclockwise = QTransform().rotate(-90);
+    switch (orientation) {
+    case 2:
+        return upright.mirrored(true, false);
+    case 3:
+        return upright.mirrored(true, true);
+    case 4:
+        return upright.mirrored(false, true);
+    case 5:
+        return upright.transformed(clockwise).mirrored(true, false);
+    case 6:
+        return upright.transformed(counterclockwise);
+    case 7:
+        return upright.transformed(clockwise).mirrored(false, true);
+    case 8:
+        return upright.transformed(clockwise);
+    default:
+        return upright;
+    }
+}
+
+/// Puts an APP1 segment with nothing but the orientation tag behind the JFIF
+/// segment of \a jpeg.
+void insertOrientation(QByteArray &jpeg, int orientation)
+{
+    QByteArray segment = QByteArray::fromHex("ffe10022" // marker, length
+                                             "457869660000" // "Exif"
+                                             "49492a0008000000" // little endian TIFF, first directory at 8
+                                             "0100" // one entry
+                                             "1201030001000000" // tag 0x0112, one 16-bit number
+                                             "00000000" // the orientation, then nothing
+                                             "00000000"); // no further directory
+    segment[28] = static_cast<char>(orientation);
+    const auto byteAt = [&jpeg](qsizetype at) { return static_cast<uchar>(jpeg.at(at)); };
+    const bool jfif = byteAt(2) == 0xff && byteAt(3) == 0xe0;
+    jpeg.insert(jfif ? 4 + byteAt(4) * 256 + byteAt(5) : 2, segment);
+}
+
+/// Null on failure, with the reason in \a error.
+QByteArray encoded(const QImage &image, const SampleParams &params, QString *error)
+{
+    const bool jpeg = params.kind == SampleKind::JpegOrientation;
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter writer(&buffer, jpeg ? "jpeg" : "png");
+    writer.setQuality(jpeg ? 92 : 0); // for PNG 0 is the highest compression
+    if (!writer.write(jpeg ? storedRaster(image, params.orientation) : image)) {
+        *error = writer.errorString();
+        return {};
+    }
+    QByteArray bytes = buffer.data();
+    if (jpeg) {
+        insertOrientation(bytes, params.orientation);
+    }
+    return bytes;
+}
+
+} // namespace
+
+Sample makeSample(const SampleParams &params)
+{
+    Sample sample;
+    if (params.width < 1 || params.width > maxWidth || params.height < 1) {
+        return sample;
+    }
+    sample.image = QImage(params.width, params.height, paintedFormat(params.kind));
+    if (sample.image.isNull()) {
+        return sample;
+    }
+    switch (params.kind) {
+    case SampleKind::Chat:
+        paintChat(sample, params.seed, ChatTheme::Light);
+        break;
+    case SampleKind::Dark:
+        paintChat(sample, params.seed, ChatTheme::Dark);
+        break;
+    case SampleKind::Web:
+        paintArticle(sample, params.seed, ArticleStyle::Illustrated);
+        break;
+    case SampleKind::Palette:
+        paintArticle(sample, params.seed, ArticleStyle::Cutout);
+        sample.image = toPalette(sample.image);
+        break;
+    case SampleKind::Gray:
+        paintArticle(sample, params.seed, ArticleStyle::TextOnly);
+        break;
+    case SampleKind::Alpha:
+        fillAlpha(sample.image, params.seed);
+        break;
+    case SampleKind::JpegOrientation:
+        fillCorners(sample.image, params.seed);
+        break;
+    case SampleKind::Noise:
+        fillNoise(sample.image, params.seed);
+        break;
+    case SampleKind::Gradient:
+        fillGradient(sample.image, params.seed);
+        break;
+    }
+    std::stable_sort(sample.textLines.begin(), sample.textLines.end(),
+                     [](const QRect &a, const QRect &b) { return a.top() < b.top(); });
+    return sample;
+}
+
+QImage makeSampleImage(const SampleParams &params)
+{
+    return makeSample(params).image;
+}
+
+bool writeSampleImage(const QImage &image, const SampleParams &params, const QString &file, QString *error)
+{
+    QString reason;
+    const QByteArray bytes = encoded(image, params, &reason);
+    if (!bytes.isNull()) {
+        QSaveFile output(file);
+        if (output.open(QIODevice::WriteOnly) && output.write(bytes) == bytes.size() && output.commit()) {
+            return true;
+        }
+        reason = output.errorString();
+    }
+    if (error) {
+        *error = reason;
+    }
+    return false;
+}
+
+QStringList sampleKindNames()
+{
+    QStringList names;
+    for (const auto &entry : kindNames) {
+        names.append(QString::fromLatin1(entry.first));
+    }
+    return names;
+}
+
+std::optional<SampleKind> sampleKindByName(const QString &name)
+{
+    for (const auto &entry : kindNames) {
+        if (name == QLatin1StringView(entry.first)) {
+            return entry.second;
+        }
+    }
+    return std::nullopt;
+}
