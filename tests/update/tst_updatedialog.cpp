@@ -1,0 +1,379 @@
+#include "support/openedurls.h"
+#include "support/testmain.h"
+#include "update/updatedialog.h"
+
+#include <QLabel>
+#include <QLayout>
+#include <QPointer>
+#include <QPushButton>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTextBrowser>
+
+#include <array>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+ReleaseInfo someRelease()
+{
+    ReleaseInfo release;
+    release.version = u"3.0.1"_s;
+    release.title = u"大版本"_s;
+    release.description = u"更快<br>更稳"_s;
+    release.downloadUrl = u"https://packages.example/q.zip?x=1"_s;
+    release.releaseDate = u"2024/03/05"_s;
+    return release;
+}
+
+QPushButton *buttonOf(const QDialog &dialog, const QString &text)
+{
+    const auto buttons = dialog.findChildren<QPushButton *>();
+    for (QPushButton *button : buttons) {
+        if (button->text() == text) {
+            return button;
+        }
+    }
+    qFatal("No button %s", qPrintable(text));
+}
+
+/// The label with a pixmap, or the one without.
+QLabel *labelOf(const QDialog &dialog, bool hasPixmap)
+{
+    const auto labels = dialog.findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
+    for (QLabel *label : labels) {
+        if (label->pixmap().isNull() != hasPixmap) {
+            return label;
+        }
+    }
+    qFatal("No such label");
+}
+
+QVariant skippedVersion()
+{
+    return QSettings().value(u"updater/skippedVersion"_s);
+}
+
+using Inside = bool (*)(double x, double y);
+
+bool inDisc(double x, double y)
+{
+    return std::hypot(x - 32, y - 32) <= 24;
+}
+
+/// A line of width 3 with square caps, so longer by 1.5 at each end.
+bool onLine(double x, double y, double x1, double y1, double x2, double y2)
+{
+    const double length = std::hypot(x2 - x1, y2 - y1);
+    const double along = ((x - x1) * (x2 - x1) + (y - y1) * (y2 - y1)) / length;
+    const double across = ((x - x1) * (y2 - y1) - (y - y1) * (x2 - x1)) / length;
+    return along >= -1.5 && along <= length + 1.5 && std::abs(across) <= 1.5;
+}
+
+double coverage(int column, int row, Inside inside)
+{
+    constexpr int steps = 16;
+    int hits = 0;
+    for (int i = 0; i < steps; ++i) {
+        for (int j = 0; j < steps; ++j) {
+            hits += inside(column + (i + 0.5) / steps, row + (j + 0.5) / steps) ? 1 : 0;
+        }
+    }
+    return double(hits) / (steps * steps);
+}
+
+/// Red, green, blue (each times alpha) and alpha that the icon should have.
+std::array<double, 4> iconPixel(int column, int row)
+{
+    std::array<double, 4> pixel{};
+    const auto paint = [&](Inside inside, const std::array<double, 4> &colour) {
+        const double share = coverage(column, row, inside);
+        for (size_t i = 0; i < pixel.size(); ++i) {
+            pixel[i] = colour[i] * share + pixel[i] * (1 - share);
+        }
+    };
+    const std::array<double, 4> blue{0x4A, 0x90, 0xE2, 255};
+    const std::array<double, 4> white{255, 255, 255, 255};
+    paint(inDisc, blue);
+    paint([](double x, double y) { return onLine(x, y, 32, 20, 32, 44); }, white);
+    paint([](double x, double y) { return onLine(x, y, 20, 32, 32, 20); }, white);
+    paint([](double x, double y) { return onLine(x, y, 44, 32, 32, 20); }, white);
+    return pixel;
+}
+
+} // namespace
+
+class TestUpdateDialog : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void writesNotesAsHtml_data();
+    void writesNotesAsHtml();
+    void showsTheRelease();
+    void takesHtmlOfTheDocument();
+    void opensWithoutTitleAndDescription();
+    void laysOutItsWidgets();
+    void drawsTheIcon();
+    void hasItsFontsAndColours();
+    void downloadsByTheBrowser();
+    void closesWithoutAnAddress();
+    void storesNothingWhenRemindedLater();
+    void storesNothingWhenClosedByItsFrame();
+    void storesTheSkippedVersion();
+    void offersAllButtonsForAForcedRelease();
+    void deletesItselfWhenAskedTo_data();
+    void deletesItselfWhenAskedTo();
+};
+
+void TestUpdateDialog::initTestCase()
+{
+    QCoreApplication::setOrganizationName(u"zrnw480"_s);
+    QCoreApplication::setApplicationName(u"Quillmarch"_s);
+}
+
+void TestUpdateDialog::init()
+{
+    QSettings().clear();
+}
+
+void TestUpdateDialog::writesNotesAsHtml_data()
+{
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<QString>("date");
+    QTest::addColumn<QString>("description");
+    QTest::addColumn<QString>("html");
+    QTest::newRow("all") << u"T"_s << u"2024/03/05"_s << u"D"_s
+                         << u"<h3>T</h3><p><b>发布日期：</b>2024/03/05</p><p>D</p>"_s;
+    QTest::newRow("no date") << u"T"_s << QString() << u"D"_s << u"<h3>T</h3><p>D</p>"_s;
+    QTest::newRow("nothing") << QString() << QString() << QString() << u"<h3></h3><p></p>"_s;
+    QTest::newRow("HTML") << u"<i>T</i>"_s << u"a & b"_s << u"<ul><li>1</li></ul>"_s
+                          << u"<h3><i>T</i></h3><p><b>发布日期：</b>a & b</p><p><ul><li>1</li></ul></p>"_s;
+    QTest::newRow("place markers") << u"100%1"_s << u"%1"_s << u"%2%1"_s
+                                   << u"<h3>100%1</h3><p><b>发布日期：</b>%1</p><p>%2%1</p>"_s;
+}
+
+void TestUpdateDialog::writesNotesAsHtml()
+{
+    QFETCH(QString, title);
+    QFETCH(QString, date);
+    QFETCH(QString, description);
+    ReleaseInfo release;
+    release.title = title;
+    release.releaseDate = date;
+    release.description = description;
+    QTEST(releaseHtml(release), "html");
+}
+
+void TestUpdateDialog::showsTheRelease()
+{
+    const UpdateDialog dialog(someRelease());
+    QCOMPARE(dialog.windowTitle(), u"Quillmarch 软件更新"_s);
+    QCOMPARE(labelOf(dialog, false)->text(), u"发现新版本 3.0.1"_s);
+    QCOMPARE(dialog.findChild<QTextBrowser *>()->toPlainText(), u"大版本\n发布日期：2024/03/05\n更快\n更稳"_s);
+    QVERIFY(!dialog.isModal());
+    QCOMPARE(dialog.parentWidget(), nullptr);
+}
+
+void TestUpdateDialog::takesHtmlOfTheDocument()
+{
+    ReleaseInfo release = someRelease();
+    release.releaseDate.clear();
+    release.description = u"<ul><li>one</li><li>two</li></ul>"_s;
+    const UpdateDialog dialog(release);
+    QCOMPARE(dialog.findChild<QTextBrowser *>()->toPlainText(), u"大版本\none\ntwo"_s);
+}
+
+void TestUpdateDialog::opensWithoutTitleAndDescription()
+{
+    UpdateDialog dialog{ReleaseInfo()};
+    dialog.show();
+    QVERIFY(dialog.isVisible());
+    QCOMPARE(labelOf(dialog, false)->text(), u"发现新版本 "_s);
+    QVERIFY(!dialog.findChild<QTextBrowser *>()->toPlainText().contains(u"发布日期"_s));
+}
+
+void TestUpdateDialog::laysOutItsWidgets()
+{
+    UpdateDialog dialog(someRelease());
+    dialog.show();
+    QCOMPARE(dialog.minimumSize(), QSize(500, 400));
+    QCOMPARE(dialog.maximumSize(), QSize(500, 400));
+
+    const auto *layout = qobject_cast<QVBoxLayout *>(dialog.layout());
+    QVERIFY(layout);
+    QCOMPARE(layout->contentsMargins(), QMargins(40, 20, 40, 20));
+    QCOMPARE(layout->spacing(), 15);
+    QCOMPARE(layout->count(), 4);
+    const QLabel *title = labelOf(dialog, false);
+    const QLabel *icon = labelOf(dialog, true);
+    auto *browser = dialog.findChild<QTextBrowser *>();
+    QCOMPARE(layout->itemAt(0)->widget(), title);
+    QCOMPARE(layout->itemAt(1)->widget(), icon);
+    QCOMPARE(layout->itemAt(2)->widget(), browser);
+    QCOMPARE(layout->stretch(0), 0);
+    QCOMPARE(layout->stretch(1), 0);
+    QCOMPARE(layout->stretch(2), 1);
+    QCOMPARE(layout->stretch(3), 0);
+    QCOMPARE(title->alignment(), Qt::AlignCenter);
+    QCOMPARE(icon->alignment(), Qt::AlignCenter);
+    QCOMPARE(icon->size(), QSize(64, 64));
+    QCOMPARE(browser->maximumHeight(), 200);
+    QVERIFY(!browser->openExternalLinks());
+
+    const auto *row = qobject_cast<QHBoxLayout *>(layout->itemAt(3)->widget()->layout());
+    QVERIFY(row);
+    QCOMPARE(row->count(), 4);
+    QCOMPARE(row->itemAt(0)->widget(), buttonOf(dialog, u"跳过此版本"_s));
+    QVERIFY(row->itemAt(1)->spacerItem());
+    QCOMPARE(row->itemAt(2)->widget(), buttonOf(dialog, u"稍后提醒"_s));
+    QCOMPARE(row->itemAt(3)->widget(), buttonOf(dialog, u"立即下载"_s));
+    for (const int i : {0, 2, 3}) {
+        QCOMPARE(row->itemAt(i)->widget()->height(), 32);
+    }
+}
+
+void TestUpdateDialog::drawsTheIcon()
+{
+    const UpdateDialog dialog(someRelease());
+    const QImage icon = labelOf(dialog, true)->pixmap().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    QCOMPARE(icon.size(), QSize(64, 64));
+    for (int row = 0; row < 64; ++row) {
+        for (int column = 0; column < 64; ++column) {
+            const std::array<double, 4> wanted = iconPixel(column, row);
+            const QRgb pixel = reinterpret_cast<const QRgb *>(icon.constScanLine(row))[column];
+            const std::array<int, 4> actual{qRed(pixel), qGreen(pixel), qBlue(pixel), qAlpha(pixel)};
+            for (size_t i = 0; i < wanted.size(); ++i) {
+                // The painter rounds the outline and the coverage in its own way.
+                QVERIFY2(
+                    std::abs(actual[i] - wanted[i]) <= 32,
+                    qPrintable(u"%1,%2 channel %3: %4 instead of %5"_s.arg(column).arg(row).arg(i).arg(actual[i]).arg(
+                        wanted[i])));
+            }
+        }
+    }
+    QCOMPARE(icon.pixelColor(12, 36), QColor(0x4A, 0x90, 0xE2));
+    QCOMPARE(icon.pixelColor(32, 30), QColor(Qt::white));
+    QCOMPARE(icon.pixelColor(0, 0).alpha(), 0);
+}
+
+void TestUpdateDialog::hasItsFontsAndColours()
+{
+    const UpdateDialog dialog(someRelease());
+    QCOMPARE(dialog.font().pointSize(), 14);
+    QVERIFY(dialog.autoFillBackground());
+    for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        QCOMPARE(dialog.palette().brush(group, QPalette::Window), QBrush(QColor(0xEC, 0xEC, 0xEC)));
+    }
+    QCOMPARE(labelOf(dialog, false)->font().pointSize(), 16);
+    QCOMPARE(labelOf(dialog, false)->font().weight(), 700);
+
+    const QString download = buttonOf(dialog, u"立即下载"_s)->styleSheet().simplified();
+    QCOMPARE(download,
+             u"QPushButton { background-color: #4A90E2; color: white; border: none; border-radius: 4px; "
+             "padding: 6px 20px; } QPushButton:hover { background-color: #357ABD; } "
+             "QPushButton:pressed { background-color: #2968A3; }"_s);
+    const QString quiet = u"QPushButton { background-color: #E0E0E0; color: #333; border: none; border-radius: 4px; "
+                          "padding: 6px 16px; } QPushButton:hover { background-color: #D0D0D0; }"_s;
+    QCOMPARE(buttonOf(dialog, u"稍后提醒"_s)->styleSheet().simplified(), quiet);
+    QCOMPARE(buttonOf(dialog, u"跳过此版本"_s)->styleSheet().simplified(), quiet);
+}
+
+void TestUpdateDialog::downloadsByTheBrowser()
+{
+    const OpenedUrls opened({u"https"_s});
+    UpdateDialog dialog(someRelease());
+    dialog.show();
+    buttonOf(dialog, u"立即下载"_s)->click();
+    QCOMPARE(opened.urls(), QList<QUrl>({QUrl(u"https://packages.example/q.zip?x=1"_s)}));
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QVERIFY(!dialog.isVisible());
+    QVERIFY(!skippedVersion().isValid());
+}
+
+void TestUpdateDialog::closesWithoutAnAddress()
+{
+    const OpenedUrls opened({u"https"_s, u"http"_s, u"file"_s});
+    ReleaseInfo release = someRelease();
+    release.downloadUrl.clear();
+    UpdateDialog dialog(release);
+    dialog.show();
+    buttonOf(dialog, u"立即下载"_s)->click();
+    QCOMPARE(opened.urls(), QList<QUrl>());
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QVERIFY(!dialog.isVisible());
+}
+
+void TestUpdateDialog::storesNothingWhenRemindedLater()
+{
+    UpdateDialog dialog(someRelease());
+    dialog.show();
+    QSignalSpy rejected(&dialog, &QDialog::rejected);
+    buttonOf(dialog, u"稍后提醒"_s)->click();
+    QCOMPARE(rejected.count(), 1);
+    QVERIFY(!dialog.isVisible());
+    QVERIFY(!skippedVersion().isValid());
+}
+
+void TestUpdateDialog::storesNothingWhenClosedByItsFrame()
+{
+    UpdateDialog dialog(someRelease());
+    dialog.show();
+    QVERIFY(dialog.close());
+    QVERIFY(!skippedVersion().isValid());
+}
+
+void TestUpdateDialog::storesTheSkippedVersion()
+{
+    UpdateDialog dialog(someRelease());
+    dialog.show();
+    QSignalSpy rejected(&dialog, &QDialog::rejected);
+    buttonOf(dialog, u"跳过此版本"_s)->click();
+    QCOMPARE(rejected.count(), 1);
+    QCOMPARE(skippedVersion().toString(), u"3.0.1"_s);
+    QCOMPARE(QSettings().allKeys(), QStringList({u"updater/skippedVersion"_s}));
+}
+
+void TestUpdateDialog::offersAllButtonsForAForcedRelease()
+{
+    ReleaseInfo release = someRelease();
+    release.isForced = true;
+    UpdateDialog dialog(release);
+    dialog.show();
+    for (const QString &text : {u"立即下载"_s, u"稍后提醒"_s, u"跳过此版本"_s}) {
+        QVERIFY(buttonOf(dialog, text)->isVisible());
+        QVERIFY(buttonOf(dialog, text)->isEnabled());
+    }
+    QVERIFY(dialog.close());
+}
+
+void TestUpdateDialog::deletesItselfWhenAskedTo_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::newRow("download") << u"立即下载"_s;
+    QTest::newRow("later") << u"稍后提醒"_s;
+    QTest::newRow("skip") << u"跳过此版本"_s;
+    QTest::newRow("frame") << QString();
+}
+
+void TestUpdateDialog::deletesItselfWhenAskedTo()
+{
+    QFETCH(QString, button);
+    const OpenedUrls opened({u"https"_s});
+    const QPointer<UpdateDialog> dialog = new UpdateDialog(someRelease());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->show();
+    if (button.isEmpty()) {
+        dialog->close();
+    } else {
+        buttonOf(*dialog, button)->click();
+    }
+    QTRY_VERIFY(dialog.isNull());
+}
+
+QUILLMARCH_TEST_MAIN(TestUpdateDialog)
+#include "tst_updatedialog.moc"
