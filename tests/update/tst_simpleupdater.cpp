@@ -1,96 +1,18 @@
-#include "support/httpserver.h"
 #include "support/messageboxes.h"
-#include "support/openedurls.h"
 #include "support/testmain.h"
-#include "update/simpleupdater.h"
-#include "update/updatedialog.h"
+#include "updatechecks.h"
 
-#include <QElapsedTimer>
-#include <QLabel>
-#include <QNetworkReply>
 #include <QPointer>
-#include <QProcess>
-#include <QPushButton>
 #include <QRegularExpression>
 #include <QSettings>
-#include <QSignalSpy>
-#include <QSslCertificate>
-#include <QSslConfiguration>
-#include <QSslKey>
-#include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A release document with one release for this platform.
-QByteArray documentFor(const QByteArray &version)
-{
-    return R"({"releases": [{"version": ")" + version + R"(", "title": "T", "description": "D", "releaseDate": "",)"
-        + R"("platforms": [{"name": "windows", "downloadUrl": "https://packages.example/q.zip", "fileSize": 7}]}]})";
-}
-
-HttpResponse answerWith(const QByteArray &body, int status = 200)
-{
-    HttpResponse response;
-    response.status = status;
-    response.headers = {{"Content-Type", "application/json"}};
-    response.body = body;
-    return response;
-}
-
-bool isChecking(const SimpleUpdater &updater)
-{
-    return !updater.findChildren<QNetworkReply *>().isEmpty();
-}
-
-QList<UpdateDialog *> openDialogs()
-{
-    QList<UpdateDialog *> dialogs;
-    const auto widgets = QApplication::topLevelWidgets();
-    for (QWidget *widget : widgets) {
-        if (auto *dialog = qobject_cast<UpdateDialog *>(widget); dialog && dialog->isVisible()) {
-            dialogs.append(dialog);
-        }
-    }
-    return dialogs;
-}
-
-bool showsNothing()
-{
-    const auto widgets = QApplication::topLevelWidgets();
-    return std::none_of(widgets.begin(), widgets.end(), [](const QWidget *widget) { return widget->isVisible(); });
-}
-
-QString headlineOf(const UpdateDialog &dialog)
-{
-    const auto labels = dialog.findChildren<QLabel *>();
-    for (const QLabel *label : labels) {
-        if (!label->text().isEmpty()) {
-            return label->text();
-        }
-    }
-    return {};
-}
-
 void skipVersion(const QString &version)
 {
     QSettings().setValue(u"updater/skippedVersion"_s, version);
-}
-
-/// Starts an interactive check out of the event loop, as a click would: a
-/// message box then runs a nested loop, and not the outermost one.
-void startCheck(SimpleUpdater &updater)
-{
-    QMetaObject::invokeMethod(
-        &updater, [&updater] { updater.checkForUpdates(); }, Qt::QueuedConnection);
-    QCoreApplication::processEvents();
-}
-
-QByteArray fileContents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 enum class Outcome { NetworkError, ParseError, UpToDate, Dialog };
@@ -111,18 +33,11 @@ private slots:
     void comparesFreeForms();
     void keepsTheReleaseOfAnEarlierDocument();
     void warnsWithoutAnAddress();
-    void sendsItsNameAndTypeWish();
 
     void endsInteractively_data() { addOutcomes(); }
     void endsInteractively();
     void endsSilently_data() { addOutcomes(); }
     void endsSilently();
-    void failsWithoutAConnection();
-    void failsOnACutOffBody();
-    void followsRedirects_data();
-    void followsRedirects();
-    void readsABodyOfUnknownLength();
-    void readsASlowBody();
 
     void staysSilentOnceSilent();
     void skipsByText_data();
@@ -131,23 +46,8 @@ private slots:
     void opensASecondDialog();
     void checksAgainAfterABox();
 
-    void replacesARunningSilentCheck_data() { addStalls(); }
-    void replacesARunningSilentCheck();
-    void replacesARunningInteractiveCheck_data() { addStalls(); }
-    void replacesARunningInteractiveCheck();
-    void replacesACheckThatIsNotOverTheNetwork();
-    void abortsWhenDestroyed_data();
-    void abortsWhenDestroyed();
-
-    void checksOverTls();
-    void refusesAnUnknownCertificate();
-
 private:
     void addOutcomes();
-    void addStalls();
-    QSslConfiguration throwAwayTls();
-
-    QTemporaryDir certificates;
 };
 
 void TestSimpleUpdater::initTestCase()
@@ -233,21 +133,6 @@ void TestSimpleUpdater::warnsWithoutAnAddress()
     QVERIFY(showsNothing());
 }
 
-void TestSimpleUpdater::sendsItsNameAndTypeWish()
-{
-    HttpServer server;
-    SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/updates/update-config-zh.json"_s).toString());
-    updater.checkForUpdatesSilently();
-    QTRY_VERIFY(!isChecking(updater));
-    QCOMPARE(server.requests().size(), 1);
-    const HttpRequest &request = server.requests().first();
-    QCOMPARE(request.method, QByteArray("GET"));
-    QCOMPARE(request.target, QByteArray("/updates/update-config-zh.json"));
-    QCOMPARE(request.header("User-Agent"), QByteArray("Quillmarch/2.7.1"));
-    QCOMPARE(request.header("Accept"), QByteArray("application/json"));
-}
-
 void TestSimpleUpdater::addOutcomes()
 {
     QTest::addColumn<int>("status");
@@ -330,91 +215,6 @@ void TestSimpleUpdater::endsSilently()
     QVERIFY(boxes.shown().isEmpty());
     QCOMPARE(openDialogs().size(), outcome == int(Outcome::Dialog) ? 1 : 0);
     QCOMPARE(showsNothing(), outcome != int(Outcome::Dialog));
-}
-
-void TestSimpleUpdater::failsWithoutAConnection()
-{
-    QString address;
-    {
-        const HttpServer server;
-        address = server.url(u"/doc"_s).toString();
-    }
-    const MessageBoxes boxes;
-    SimpleUpdater updater;
-    updater.setUpdateUrl(address);
-    startCheck(updater);
-    QTRY_COMPARE(boxes.shown().size(), 1);
-    QCOMPARE(boxes.shown().first().text, u"网络连接失败"_s);
-    updater.setUpdateUrl(u"nonsense:doc"_s);
-    startCheck(updater);
-    QTRY_COMPARE(boxes.shown().size(), 2);
-    QCOMPARE(boxes.shown().last().text, u"网络连接失败"_s);
-    QTRY_VERIFY(!isChecking(updater));
-}
-
-void TestSimpleUpdater::failsOnACutOffBody()
-{
-    HttpServer server;
-    HttpResponse response = answerWith(documentFor("3.0.0") + QByteArray(100, ' '));
-    response.cutAfter = response.body.size() - 50; // what came in is a whole document
-    server.setResponse("/doc", response);
-    const MessageBoxes boxes;
-    SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
-    startCheck(updater);
-    QTRY_COMPARE(boxes.shown().size(), 1);
-    QCOMPARE(boxes.shown().first().text, u"网络连接失败"_s);
-    QVERIFY(openDialogs().isEmpty());
-}
-
-void TestSimpleUpdater::followsRedirects_data()
-{
-    QTest::addColumn<int>("status");
-    QTest::newRow("301") << 301;
-    QTest::newRow("302") << 302;
-    QTest::newRow("307") << 307;
-    QTest::newRow("308") << 308;
-}
-
-void TestSimpleUpdater::followsRedirects()
-{
-    QFETCH(int, status);
-    HttpServer server;
-    HttpServer other;
-    server.setResponse("/doc", HttpResponse::redirectTo(other.url(u"/moved"_s), status));
-    other.setResponse("/moved", answerWith(documentFor("3.0.0")));
-    SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
-    updater.checkForUpdatesSilently();
-    QTRY_COMPARE(openDialogs().size(), 1);
-    QCOMPARE(other.requests().size(), 1);
-    QCOMPARE(other.requests().first().header("User-Agent"), QByteArray("Quillmarch/2.7.1"));
-    QCOMPARE(other.requests().first().header("Accept"), QByteArray("application/json"));
-}
-
-void TestSimpleUpdater::readsABodyOfUnknownLength()
-{
-    HttpServer server;
-    HttpResponse response = answerWith(documentFor("3.0.0"));
-    response.sendsLength = false;
-    server.setResponse("/doc", response);
-    SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
-    updater.checkForUpdatesSilently();
-    QTRY_COMPARE(openDialogs().size(), 1);
-}
-
-void TestSimpleUpdater::readsASlowBody()
-{
-    HttpServer server;
-    HttpResponse response = answerWith(documentFor("3.0.0"));
-    response.chunkSize = 20;
-    response.chunkInterval = 2;
-    server.setResponse("/doc", response);
-    SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
-    updater.checkForUpdatesSilently();
-    QTRY_COMPARE(openDialogs().size(), 1);
 }
 
 void TestSimpleUpdater::staysSilentOnceSilent()
@@ -520,175 +320,6 @@ void TestSimpleUpdater::checksAgainAfterABox()
         QTRY_VERIFY(!isChecking(updater));
     }
     QCOMPARE(server.requests().size(), 3);
-}
-
-void TestSimpleUpdater::addStalls()
-{
-    QTest::addColumn<bool>("beforeHeaders");
-    QTest::newRow("no answer yet") << true;
-    QTest::newRow("half a body") << false;
-}
-
-void TestSimpleUpdater::replacesARunningSilentCheck()
-{
-    QFETCH(bool, beforeHeaders);
-    HttpServer server;
-    HttpResponse stalled = answerWith(documentFor("3.0.0"));
-    stalled.pausesAtStart = beforeHeaders;
-    stalled.pauseAfter = 20;
-    server.setResponse("/stalled", stalled);
-    server.setResponse("/doc", answerWith(documentFor("3.0.1")));
-    const MessageBoxes boxes;
-    SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/stalled"_s).toString());
-    updater.checkForUpdatesSilently();
-    QTRY_COMPARE(server.requests().size(), 1);
-    QVERIFY(isChecking(updater));
-
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
-    updater.checkForUpdatesSilently();
-    QTRY_COMPARE(openDialogs().size(), 1);
-    QCOMPARE(headlineOf(*openDialogs().first()), u"发现新版本 3.0.1"_s);
-    QVERIFY(boxes.shown().isEmpty());
-    QTRY_VERIFY(!isChecking(updater));
-    QTRY_COMPARE(server.connectionCount(), 0); // the stalled one was given up
-}
-
-void TestSimpleUpdater::replacesARunningInteractiveCheck()
-{
-    QFETCH(bool, beforeHeaders);
-    HttpServer server;
-    HttpResponse stalled = answerWith(documentFor("3.0.0"));
-    stalled.pausesAtStart = beforeHeaders;
-    stalled.pauseAfter = 20;
-    server.setResponse("/stalled", stalled);
-    server.setResponse("/doc", answerWith(documentFor("3.0.1")));
-    const MessageBoxes boxes;
-    SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/stalled"_s).toString());
-    startCheck(updater);
-    QTRY_COMPARE(server.requests().size(), 1);
-
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
-    startCheck(updater);
-    QTRY_COMPARE(boxes.shown().size(), 1);
-    QCOMPARE(boxes.shown().first().icon, QMessageBox::Critical);
-    QCOMPARE(boxes.shown().first().text, u"网络连接失败"_s);
-    QTRY_COMPARE(openDialogs().size(), 1);
-    QCOMPARE(server.requests().size(), 2);
-    QCOMPARE(boxes.shown().size(), 1);
-    QTRY_VERIFY(!isChecking(updater));
-    QTRY_COMPARE(server.connectionCount(), 0);
-}
-
-void TestSimpleUpdater::replacesACheckThatIsNotOverTheNetwork()
-{
-    // Such a reply ignores the abort and finishes later, when it is no longer the running check.
-    HttpServer server;
-    HttpResponse slow = answerWith(documentFor("3.0.1"));
-    slow.pauseAfter = 20;
-    server.setResponse("/doc", slow);
-    const MessageBoxes boxes;
-    SimpleUpdater updater;
-    updater.setUpdateUrl(u"file:///nowhere/doc"_s);
-    updater.checkForUpdates();
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
-    updater.checkForUpdates();
-    QTRY_COMPARE(server.requests().size(), 1);
-    QTRY_COMPARE(updater.findChildren<QNetworkReply *>().size(), 1);
-    server.resume();
-    QTRY_COMPARE(openDialogs().size(), 1);
-    QVERIFY(boxes.shown().isEmpty());
-}
-
-void TestSimpleUpdater::abortsWhenDestroyed_data()
-{
-    QTest::addColumn<bool>("silent");
-    QTest::newRow("silent") << true;
-    QTest::newRow("interactive") << false;
-}
-
-void TestSimpleUpdater::abortsWhenDestroyed()
-{
-    QFETCH(bool, silent);
-    HttpServer server;
-    HttpResponse stalled = answerWith(documentFor("3.0.0"));
-    stalled.pauseAfter = 20;
-    server.setResponse("/doc", stalled);
-    const MessageBoxes boxes;
-    auto updater = std::make_unique<SimpleUpdater>();
-    updater->setUpdateUrl(server.url(u"/doc"_s).toString());
-    if (silent) {
-        updater->checkForUpdatesSilently();
-    } else {
-        startCheck(*updater);
-    }
-    QTRY_COMPARE(server.requests().size(), 1);
-    QCOMPARE(server.connectionCount(), 1);
-    const QPointer<QNetworkReply> reply = updater->findChild<QNetworkReply *>();
-    QVERIFY(reply);
-    updater.reset();
-    QVERIFY(reply.isNull());
-    QTRY_COMPARE(server.connectionCount(), 0);
-    QVERIFY(boxes.shown().isEmpty());
-    QVERIFY(showsNothing());
-}
-
-/// A server configuration with a fresh certificate for 127.0.0.1, signed by
-/// itself. Its certificate lies in `certificates`.
-QSslConfiguration TestSimpleUpdater::throwAwayTls()
-{
-    const QString key = certificates.filePath(u"key.pem"_s);
-    const QString certificate = certificates.filePath(u"certificate.pem"_s);
-    QProcess openssl;
-    openssl.start(u"openssl"_s,
-                  {u"req"_s, u"-x509"_s, u"-newkey"_s, u"rsa:2048"_s, u"-nodes"_s, u"-days"_s, u"2"_s, u"-subj"_s,
-                   u"/CN=Throw-away"_s, u"-addext"_s, u"subjectAltName=IP:127.0.0.1"_s, u"-keyout"_s, key, u"-out"_s,
-                   certificate});
-    if (!openssl.waitForFinished() || openssl.exitCode() != 0) {
-        qWarning("openssl failed: %s", openssl.readAllStandardError().constData());
-    }
-    QSslConfiguration tls;
-    tls.setPrivateKey(QSslKey(fileContents(key), QSsl::Rsa));
-    tls.setLocalCertificate(QSslCertificate(fileContents(certificate)));
-    return tls;
-}
-
-void TestSimpleUpdater::checksOverTls()
-{
-    const QSslConfiguration tls = throwAwayTls();
-    QVERIFY(!tls.privateKey().isNull());
-    QVERIFY(!tls.localCertificate().isNull());
-    HttpServer server(tls);
-    server.setResponse("/doc", answerWith(documentFor("3.0.0")));
-
-    const QSslConfiguration usual = QSslConfiguration::defaultConfiguration();
-    QSslConfiguration trusting = usual;
-    trusting.addCaCertificate(tls.localCertificate());
-    QSslConfiguration::setDefaultConfiguration(trusting);
-    SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
-    QVERIFY(server.url(u"/doc"_s).scheme() == u"https"_s);
-    updater.checkForUpdatesSilently();
-    QTRY_COMPARE(openDialogs().size(), 1);
-    QSslConfiguration::setDefaultConfiguration(usual);
-    QCOMPARE(server.requests().size(), 1);
-    QCOMPARE(server.requests().first().header("User-Agent"), QByteArray("Quillmarch/2.7.1"));
-}
-
-void TestSimpleUpdater::refusesAnUnknownCertificate()
-{
-    const QSslConfiguration tls = throwAwayTls();
-    QVERIFY(!tls.localCertificate().isNull());
-    HttpServer server(tls);
-    server.setResponse("/doc", answerWith(documentFor("3.0.0")));
-    const MessageBoxes boxes;
-    SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
-    startCheck(updater);
-    QTRY_COMPARE(boxes.shown().size(), 1);
-    QCOMPARE(boxes.shown().first().text, u"网络连接失败"_s);
-    QVERIFY(server.requests().isEmpty());
 }
 
 QUILLMARCH_TEST_MAIN(TestSimpleUpdater)
