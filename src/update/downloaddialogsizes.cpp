@@ -1,41 +1,35 @@
 #include "update/downloaddialogsizes.h"
 
-#include <QGuiApplication>
-#include <QScreen>
-
 namespace {
 
-constexpr double usualScale = 1.0;
-constexpr double largestScale = 1.6; // sizes are fixed above it
+constexpr double usualDensity = 1.0;
+constexpr double largestDensity = 1.6; // sizes are fixed above it
 
 } // namespace
 
-double primaryScreenScale()
+double downloadDialogPointSize(std::optional<double> density)
 {
-    const QScreen *screen = QGuiApplication::primaryScreen();
-    return screen ? screen->logicalDotsPerInchX() / 96.0 : usualScale;
-}
-
-double downloadDialogPointSize(double scale)
-{
-    if (scale > largestScale) {
+    const double scale = density.value_or(usualDensity);
+    if (scale > largestDensity) {
         return 11.0;
     }
-    return scale > usualScale ? qMin(scale * 10.0, 11.0) : 10.0;
+    return scale > usualDensity ? qMin(scale * 10.0, 11.0) : 10.0;
 }
 
-QSize downloadDialogSize(double scale)
+QSize downloadDialogSize(std::optional<double> density)
 {
-    if (scale > largestScale) {
+    const double scale = density.value_or(usualDensity);
+    if (scale > largestDensity) {
         return {768, 928};
     }
-    return scale > usualScale ? QSize(int(480 * scale), int(580 * scale)) : QSize(480, 580);
+    return scale > usualDensity ? QSize(int(480 * scale), int(580 * scale)) : QSize(480, 580);
 }
 
-int downloadDialogMargin(double scale)
+int downloadDialogMargin(std::optional<double> density)
 {
-    if (scale > largestScale) {
+    const double scale = density.value_or(usualDensity);
+    if (scale > largestDensity) {
         return 48;
     }
-    return scale > usualScale ? int(scale * 30) : 30;
+    return scale > usualDensity ? int(scale * 30) : 30;
 }

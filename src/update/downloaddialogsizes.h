@@ -2,15 +2,14 @@
 
 #include <QSize>
 
-// How the download dialog follows the density of the screen. The scale is the
-// logical resolution of the screen divided by 96 dots per inch.
+#include <optional>
 
-/// The scale of the primary screen, 1.0 if there is none.
-double primaryScreenScale();
+// How the download dialog follows the density of the screen, see
+// screenDensity(). Without a screen the sizes are those of density 1.0.
 
-double downloadDialogPointSize(double scale);
+double downloadDialogPointSize(std::optional<double> density);
 
-QSize downloadDialogSize(double scale);
+QSize downloadDialogSize(std::optional<double> density);
 
 /// The margin on all four sides of the dialog.
-int downloadDialogMargin(double scale);
+int downloadDialogMargin(std::optional<double> density);

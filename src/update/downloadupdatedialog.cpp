@@ -1,5 +1,6 @@
 #include "update/downloadupdatedialog.h"
 
+#include "ui/screendensity.h"
 #include "update/downloaddialogsizes.h"
 
 #include <QCryptographicHash>
@@ -38,7 +39,7 @@ DownloadUpdateDialog::DownloadUpdateDialog(const DownloadRequestInfo &info, QWid
     , speedTimer(new QTimer(this))
 {
     QFont dialogFont = font();
-    dialogFont.setPointSizeF(downloadDialogPointSize(primaryScreenScale()));
+    dialogFont.setPointSizeF(downloadDialogPointSize(screenDensity()));
     setFont(dialogFont);
     setAttribute(Qt::WA_TranslucentBackground, false);
     setAttribute(Qt::WA_NoSystemBackground, false);

@@ -1,6 +1,7 @@
 #include "update/downloadupdatedialog.h"
 
 #include "app/buildconfig.h"
+#include "ui/screendensity.h"
 #include "update/downloaddialogsizes.h"
 
 #include <QGuiApplication>
@@ -67,7 +68,7 @@ QPushButton *makeButton(const QString &text, QWidget *parent)
 
 void DownloadUpdateDialog::setupUi()
 {
-    const int margin = downloadDialogMargin(primaryScreenScale());
+    const int margin = downloadDialogMargin(screenDensity());
     mainLayout = new QVBoxLayout(this);
     mainLayout->setSpacing(12);
     mainLayout->setContentsMargins(margin, margin, margin, margin);
@@ -221,7 +222,7 @@ QPushButton:disabled { background-color: #F7F9FA; color: #BDC3C7; border-color: 
 
 void DownloadUpdateDialog::placeOnScreen()
 {
-    setFixedSize(downloadDialogSize(primaryScreenScale()));
+    setFixedSize(downloadDialogSize(screenDensity()));
     if (const QScreen *screen = QGuiApplication::primaryScreen()) {
         const QSize room = screen->availableGeometry().size();
         move((room.width() - width()) / 2, (room.height() - height()) / 2);

@@ -21,6 +21,7 @@ private slots:
 
     void followsTheScale_data();
     void followsTheScale();
+    void hasUsualSizesWithoutAScreen();
     void followsTheScreen_data();
     void followsTheScreen();
     void followsOwnScreen();
@@ -69,6 +70,13 @@ void TestDownloadDialogOffer::followsTheScale()
     QTEST(downloadDialogPointSize(scale), "pointSize");
     QTEST(downloadDialogSize(scale), "size");
     QTEST(downloadDialogMargin(scale), "margin");
+}
+
+void TestDownloadDialogOffer::hasUsualSizesWithoutAScreen()
+{
+    QCOMPARE(downloadDialogPointSize(std::nullopt), 10.0);
+    QCOMPARE(downloadDialogSize(std::nullopt), QSize(480, 580));
+    QCOMPARE(downloadDialogMargin(std::nullopt), 30);
 }
 
 void TestDownloadDialogOffer::followsTheScreen_data()
