@@ -11,8 +11,8 @@ void dropImage(void *image)
 
 QImage rowsView(const QImage &image, const QRect &rect)
 {
-    const QRect part = rect & image.rect();
-    if (part.isEmpty()) {
+    const QRect part = rect & image.rect(); // turns a rectangle of negative size inside out
+    if (rect.isEmpty() || part.isEmpty()) {
         return {};
     }
     if (part == image.rect()) {

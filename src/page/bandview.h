@@ -6,8 +6,8 @@
 
 /// The pixels of \a image inside \a rect, without a copy: the result reads the
 /// rows of \a image and keeps them alive. \a rect is clipped to the image; a
-/// rectangle wholly outside it gives a null image. Images of less than eight
-/// bits a pixel are copied.
+/// rectangle that is empty or lies wholly outside it gives a null image. Images
+/// of less than eight bits a pixel are copied.
 QImage rowsView(const QImage &image, const QRect &rect);
 
 /// The format that QPixmap::copy() gives a part of \a pixmap on this screen.
