@@ -2,7 +2,7 @@
 
 #include "page/bandview.h"
 
-#include <QColor>
+#include <QList>
 
 #include <algorithm>
 
@@ -100,6 +100,22 @@ int bestRowConverted(const QImage &image, QImage::Format format)
     return best.row;
 }
 
+int bestRowByPixel(const QImage &image)
+{
+    QList<QRgb> pixels(image.width());
+    BestRow best;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            pixels[x] = image.pixel(x, y);
+        }
+        const quint32 count = countRow<RedOf32>(pixels.constData(), image.width(), best.count);
+        if (count > best.count) {
+            best = {count, y};
+        }
+    }
+    return best.row;
+}
+
 /// The 32-bit format in which QImage::pixel() tells the pixels of \a image.
 QImage::Format pixelFormat(const QImage &image)
 {
@@ -121,6 +137,9 @@ int brightestRow(const QImage &image)
         return bestRow<RedOf32>(image);
     case QImage::Format_Grayscale8:
         return bestRow<Gray8>(image);
+    case QImage::Format_RGBA16FPx4:
+    case QImage::Format_RGBA32FPx4:
+        return bestRowByPixel(image); // their conversion to 32 bits goes through premultiplied colours
     default:
         return bestRowConverted(image, pixelFormat(image));
     }
