@@ -99,6 +99,9 @@ void plainDrawBand(QPainter *painter, const QPixmap &source, const QRectF &band,
 
 QString firstDifference(const QImage &actual, const QImage &expected)
 {
+    if (actual == expected) {
+        return {};
+    }
     if (actual.size() != expected.size()) {
         return QString::asprintf("size %dx%d instead of %dx%d", actual.width(), actual.height(), expected.width(),
                                  expected.height());
