@@ -149,20 +149,12 @@ void MainWindow::setLanguage(const QString &code)
 
 void MainWindow::onOpenClicked()
 {
-    QString folder;
-    readConfigValue(configFilePath(), u"imagedir"_s, folder);
-    if (folder.isEmpty()) {
-        folder = executableFolder();
-    }
-    const QString path = QFileDialog::getOpenFileName(this, tr("打开图像或PDF文件"), folder,
+    const QString path = QFileDialog::getOpenFileName(this, tr("打开图像或PDF文件"), rememberedFolder(u"imagedir"_s),
                                                       tr("文件(*.pdf *.jpg *.png *.jpeg)"), nullptr, {});
     if (path.isEmpty()) {
         return;
     }
-    const qsizetype slash = path.lastIndexOf(u'/');
-    if (slash > 0) {
-        writeConfigValue(configFilePath(), u"imagedir"_s, path.left(slash));
-    }
+    rememberFolderOf(path, u"imagedir"_s); // also if the file turns out to be damaged
     loadImageFile(path);
 }
 

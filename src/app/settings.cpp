@@ -50,3 +50,18 @@ QString configFilePath()
 {
     return executableFolder() + "/user.ini"_L1;
 }
+
+QString rememberedFolder(const QString &key)
+{
+    QString folder;
+    readConfigValue(configFilePath(), key, folder);
+    return folder.isEmpty() ? executableFolder() : folder;
+}
+
+void rememberFolderOf(const QString &path, const QString &key)
+{
+    const qsizetype slash = path.lastIndexOf(u'/');
+    if (slash > 0) {
+        writeConfigValue(configFilePath(), key, path.left(slash));
+    }
+}

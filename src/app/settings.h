@@ -21,3 +21,11 @@ QString executableFolder();
 
 /// The path of `user.ini` in the folder of the executable.
 QString configFilePath();
+
+/// The folder that \a key of `user.ini` holds, or the folder of the executable
+/// if it holds none.
+QString rememberedFolder(const QString &key);
+
+/// Stores the folder of the file \a path under \a key of `user.ini`. A path
+/// without a folder, or directly in the root folder, leaves the key alone.
+void rememberFolderOf(const QString &path, const QString &key);

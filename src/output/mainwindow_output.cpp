@@ -36,19 +36,12 @@ bool isWanted(const QPrinter *printer, int number)
 
 void MainWindow::onSaveClicked()
 {
-    QString folder;
-    readConfigValue(configFilePath(), u"savepath"_s, folder);
-    if (folder.isEmpty()) {
-        folder = executableFolder();
-    }
-    const QString path = QFileDialog::getSaveFileName(this, tr("导出到PDF"), folder, tr("PDF文件(*.pdf)"), nullptr, {});
+    const QString path = QFileDialog::getSaveFileName(this, tr("导出到PDF"), rememberedFolder(u"savepath"_s),
+                                                      tr("PDF文件(*.pdf)"), nullptr, {});
     if (path.isEmpty()) {
         return;
     }
-    const qsizetype slash = path.lastIndexOf(u'/');
-    if (slash > 0) {
-        writeConfigValue(configFilePath(), u"savepath"_s, path.left(slash));
-    }
+    rememberFolderOf(path, u"savepath"_s);
 
     QPrinter printer(QPrinter::HighResolution);
     printer.setPageSize(QPageSize(QPageSize::A4));

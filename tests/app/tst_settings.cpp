@@ -18,6 +18,9 @@ private slots:
     void readsBackInTheSameRun();
     void writesOneSectionOnReturnToTheEventLoop();
     void liesBesideTheExecutable();
+    void rememberedFolderStartsAtTheExecutable();
+    void remembersTheFolderOfAPath_data();
+    void remembersTheFolderOfAPath();
 };
 
 void TestSettings::refusesEmptyNames_data()
@@ -94,6 +97,37 @@ void TestSettings::liesBesideTheExecutable()
 {
     QCOMPARE(executableFolder(), QCoreApplication::applicationDirPath());
     QCOMPARE(configFilePath(), QCoreApplication::applicationDirPath() + u"/user.ini"_s);
+}
+
+void TestSettings::rememberedFolderStartsAtTheExecutable()
+{
+    QCOMPARE(rememberedFolder(u"unusedFolder"_s), executableFolder());
+    QVERIFY(writeConfigValue(configFilePath(), u"unusedFolder"_s, QString()));
+    QCOMPARE(rememberedFolder(u"unusedFolder"_s), executableFolder());
+}
+
+void TestSettings::remembersTheFolderOfAPath_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("folder");
+    const QString before = u"/set/before"_s;
+    QTest::newRow("/a/b.png") << u"/a/b.png"_s << u"/a"_s;
+    QTest::newRow("/a/b c/图.png") << u"/a/b c/图.png"_s << u"/a/b c"_s;
+    QTest::newRow("C:/b.png") << u"C:/b.png"_s << u"C:"_s;
+    QTest::newRow("a/b.png") << u"a/b.png"_s << u"a"_s;
+    QTest::newRow("/a/") << u"/a/"_s << u"/a"_s;
+    QTest::newRow("/b.png") << u"/b.png"_s << before;
+    QTest::newRow("b.png") << u"b.png"_s << before;
+    QTest::newRow("nothing") << QString() << before;
+}
+
+void TestSettings::remembersTheFolderOfAPath()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, folder);
+    QVERIFY(writeConfigValue(configFilePath(), u"someFolder"_s, u"/set/before"_s));
+    rememberFolderOf(path, u"someFolder"_s);
+    QCOMPARE(rememberedFolder(u"someFolder"_s), folder);
 }
 
 QUILLMARCH_TEST_MAIN(TestSettings)
