@@ -41,9 +41,10 @@ int allocationLimit(QSize size)
     if (size.width() < 0 || size.height() < 0) {
         return limitForUnknownSize;
     }
-    const qint64 bytes = qint64(size.width()) * size.height() * 4;
+    // Unsigned: the largest size that a header can state passes 63 bits.
+    const quint64 bytes = quint64(size.width()) * quint64(size.height()) * 4;
     return int(
-        std::clamp<qint64>(((bytes + 0xFFFFF) >> 20) + limitHeadroom, smallestLimit, std::numeric_limits<int>::max()));
+        std::clamp<quint64>(((bytes + 0xFFFFF) >> 20) + limitHeadroom, smallestLimit, std::numeric_limits<int>::max()));
 }
 
 /// Palette images as direct-colour ones: a copy of a part of such a pixmap
@@ -59,7 +60,8 @@ QImage withoutPalette(QImage image)
 
 QPixmap decodeImage(const QString &path)
 {
-    if (!QFileInfo(path).isFile()) {
+    const QFileInfo file(path);
+    if (file.exists() && !file.isFile() && !file.isDir()) {
         return {}; // opening a pipe would block the window for good
     }
     QImageReader reader(path, QByteArray());
