@@ -1,7 +1,6 @@
 #include "app/buildconfig.h"
-#include "app/keptforever.h"
 #include "app/mainwindow.h"
-#include "app/settings.h"
+#include "app/startup.h"
 
 #include <QApplication>
 #include <QTranslator>
@@ -14,13 +13,9 @@ int main(int argc, char *argv[])
     const QString config = QCoreApplication::applicationDirPath() + "/user.ini"_L1;
     QTranslator translator;
 
-    QString language = u"zh"_s;
-    if (readConfigValue(config, u"language"_s, language)) {
-        if (language != "en"_L1) {
-            language = u"zh"_s;
-        } else if (translator.load(u"zrnw480_en.qm"_s, u":/i18n"_s, QString(), QString())) {
-            QCoreApplication::installTranslator(&translator);
-        }
+    const QString language = interfaceLanguage(config);
+    if (language == "en"_L1 && loadEnglishTexts(translator)) {
+        QCoreApplication::installTranslator(&translator);
     }
 
     QCoreApplication::setApplicationName(u"Quillmarch"_s);
@@ -30,12 +25,7 @@ int main(int argc, char *argv[])
 
     MainWindow window;
     window.setLanguage(language);
-
-    QString autoPage = u"true"_s;
-    if (readConfigValue(config, u"autopage"_s, autoPage)) {
-        autoPage = autoPage.toLower();
-        window.setAutoPage(autoPage != "false"_L1 && autoPage != "0"_L1);
-    }
+    window.setAutoPage(isAutoPageWanted(config));
     window.show();
     return QApplication::exec();
 }

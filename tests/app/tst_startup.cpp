@@ -1,0 +1,257 @@
+#include "app/mainwindow.h"
+#include "app/startup.h"
+#include "page/pageitem.h"
+#include "support/documents.h"
+#include "support/testmain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTranslator>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int startTime = 30000; // milliseconds
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
+        qFatal("Cannot write %s", qPrintable(path));
+    }
+}
+
+QByteArray fileBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// A copy of the program in a folder of its own, with a home of its own.
+///
+/// It runs on the platform "minimal", which saves each picture of the window
+/// in the working directory.
+class ProgramCopy
+{
+public:
+    /// Writes \a config to `user.ini` beside the copy; there is none without.
+    explicit ProgramCopy(const std::optional<QByteArray> &config)
+    {
+        QDir(dir.path()).mkpath(u"home/.config"_s);
+        QDir(dir.path()).mkpath(u"work"_s);
+        if (!QFile::copy(QStringLiteral(QUILLMARCH_EXECUTABLE), dir.filePath(u"program"_s))) {
+            qFatal("Cannot copy %s", QUILLMARCH_EXECUTABLE);
+        }
+        if (config) {
+            writeFile(dir.filePath(u"user.ini"_s), *config);
+        }
+    }
+
+    ~ProgramCopy()
+    {
+        process.kill();
+        process.waitForFinished();
+    }
+
+    QString filePath(const QString &name) const { return dir.filePath(name); }
+
+    void start()
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"HOME"_s, dir.filePath(u"home"_s));
+        environment.insert(u"XDG_CONFIG_HOME"_s, dir.filePath(u"home/.config"_s));
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"minimal"_s);
+        environment.insert(u"QT_DEBUG_BACKINGSTORE"_s, u"1"_s);
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(dir.filePath(u"work"_s));
+        process.start(dir.filePath(u"program"_s), {u"--help"_s, u"picture.png"_s}); // which it never looks at
+    }
+
+    /// The window as it was first shown; null until the whole picture is there.
+    QImage firstPicture() const
+    {
+        const bool isComplete = QFile::exists(dir.filePath(u"work/output0001.png"_s)); // which is written later
+        return isComplete ? QImage(dir.filePath(u"work/output0000.png"_s)) : QImage();
+    }
+
+    bool isRunning() const { return process.state() == QProcess::Running; }
+
+private:
+    QTemporaryDir dir;
+    QProcess process;
+};
+
+QByteArray iniWith(const char *key, const char *value)
+{
+    return QByteArray("[config]\n") + key + '=' + value + '\n';
+}
+
+} // namespace
+
+class TestStartup : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void readsTheLanguage_data();
+    void readsTheLanguage();
+    void readsTheCutChoice_data();
+    void readsTheCutChoice();
+    void cutChoiceReachesTheDocument_data();
+    void cutChoiceReachesTheDocument();
+    void windowPlacesCutsUnlessTold();
+
+    void programSpeaksEnglishIfAsked();
+    void programSpeaksChineseOtherwise_data();
+    void programSpeaksChineseOtherwise();
+    void programReadsTheFileBesideItself();
+    void programLeavesTheConfigurationAlone();
+    void programKeepsTheWindowStateOfTheUser();
+};
+
+void TestStartup::readsTheLanguage_data()
+{
+    QTest::addColumn<QByteArray>("config");
+    QTest::addColumn<QString>("language");
+    for (const char *value : {"en", "\"en\""}) {
+        QTest::newRow(value) << iniWith("language", value) << u"en"_s;
+    }
+    for (const char *value : {"zh", "fr", "EN", "En", "\" en\"", "en_US", "english", ""}) {
+        QTest::newRow(value) << iniWith("language", value) << u"zh"_s;
+    }
+    QTest::newRow("no key") << QByteArray("[config]\nautopage=1\n") << u"zh"_s;
+    QTest::newRow("another group") << QByteArray("[General]\nlanguage=en\n") << u"zh"_s;
+    QTest::newRow("no ini file") << QByteArray("\xff\xfe\x00\x01 en", 7) << u"zh"_s;
+}
+
+void TestStartup::readsTheLanguage()
+{
+    QFETCH(QByteArray, config);
+    QTemporaryDir dir;
+    writeFile(dir.filePath(u"user.ini"_s), config);
+    QTEST(interfaceLanguage(dir.filePath(u"user.ini"_s)), "language");
+    QCOMPARE(interfaceLanguage(dir.filePath(u"absent.ini"_s)), u"zh"_s);
+}
+
+void TestStartup::readsTheCutChoice_data()
+{
+    QTest::addColumn<QByteArray>("config");
+    QTest::addColumn<bool>("wanted");
+    for (const char *value : {"0", "false", "FALSE", "False", "fAlSe", "\"0\""}) {
+        QTest::newRow(value) << iniWith("autopage", value) << false;
+    }
+    for (const char *value : {"1", "true", "TRUE", "no", "off", "00", "-0", "0.0", "\" 0\"", "falsch", ""}) {
+        QTest::newRow(value) << iniWith("autopage", value) << true;
+    }
+    QTest::newRow("no key") << QByteArray("[config]\nlanguage=en\n") << true;
+    QTest::newRow("another group") << QByteArray("[General]\nautopage=0\n") << true;
+}
+
+void TestStartup::readsTheCutChoice()
+{
+    QFETCH(QByteArray, config);
+    QTemporaryDir dir;
+    writeFile(dir.filePath(u"user.ini"_s), config);
+    QTEST(isAutoPageWanted(dir.filePath(u"user.ini"_s)), "wanted");
+    QVERIFY(isAutoPageWanted(dir.filePath(u"absent.ini"_s)));
+}
+
+void TestStartup::cutChoiceReachesTheDocument_data()
+{
+    QTest::addColumn<bool>("wanted");
+    QTest::addColumn<QRectF>("firstBand");
+    QTest::newRow("on") << true << QRectF(0, 0, 140, 170); // blank: the uppermost row of the window wins
+    QTest::newRow("off") << false << QRectF(0, 0, 140, 200);
+}
+
+void TestStartup::cutChoiceReachesTheDocument()
+{
+    QFETCH(bool, wanted);
+    QImage image(140, 700, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    MainWindow window;
+    window.setAutoPage(wanted);
+    window.loadImageFile(savedPicture(image, u"blank.png"_s));
+    QTEST(stripsOf(window).first()->sourceRect(), "firstBand");
+}
+
+void TestStartup::windowPlacesCutsUnlessTold()
+{
+    QImage image(140, 700, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    MainWindow window;
+    window.loadImageFile(savedPicture(image, u"blank.png"_s));
+    QCOMPARE(stripsOf(window).first()->sourceRect(), QRectF(0, 0, 140, 170));
+}
+
+void TestStartup::programSpeaksEnglishIfAsked()
+{
+    ProgramCopy english(iniWith("language", "en"));
+    ProgramCopy chinese(iniWith("language", "zh"));
+    english.start();
+    chinese.start();
+    QTRY_VERIFY_WITH_TIMEOUT(!english.firstPicture().isNull() && !chinese.firstPicture().isNull(), startTime);
+    QCOMPARE(english.firstPicture().size(), chinese.firstPicture().size());
+    QVERIFY(!firstDifference(english.firstPicture(), chinese.firstPicture()).isEmpty());
+    QVERIFY(english.isRunning());
+}
+
+void TestStartup::programSpeaksChineseOtherwise_data()
+{
+    QTest::addColumn<QByteArray>("config");
+    for (const char *value : {"fr", "EN", ""}) {
+        QTest::newRow(value) << iniWith("language", value);
+    }
+    QTest::newRow("no key") << QByteArray("[config]\n");
+}
+
+void TestStartup::programSpeaksChineseOtherwise()
+{
+    QFETCH(QByteArray, config);
+    ProgramCopy program(config);
+    ProgramCopy chinese(iniWith("language", "zh"));
+    program.start();
+    chinese.start();
+    QTRY_VERIFY_WITH_TIMEOUT(!program.firstPicture().isNull() && !chinese.firstPicture().isNull(), startTime);
+    QCOMPARE(firstDifference(program.firstPicture(), chinese.firstPicture()), QString());
+}
+
+void TestStartup::programReadsTheFileBesideItself()
+{
+    ProgramCopy program(std::nullopt);
+    writeFile(program.filePath(u"work/user.ini"_s), iniWith("language", "en"));
+    ProgramCopy chinese(iniWith("language", "zh"));
+    program.start();
+    chinese.start();
+    QTRY_VERIFY_WITH_TIMEOUT(!program.firstPicture().isNull() && !chinese.firstPicture().isNull(), startTime);
+    QCOMPARE(firstDifference(program.firstPicture(), chinese.firstPicture()), QString());
+}
+
+void TestStartup::programLeavesTheConfigurationAlone()
+{
+    const QByteArray config = "; by hand\n[config]\nlanguage=fr\nautopage=off\n";
+    ProgramCopy program(config);
+    ProgramCopy fresh(std::nullopt);
+    program.start();
+    fresh.start();
+    QTRY_VERIFY_WITH_TIMEOUT(!program.firstPicture().isNull() && !fresh.firstPicture().isNull(), startTime);
+    QCOMPARE(fileBytes(program.filePath(u"user.ini"_s)), config);
+    QVERIFY(!QFile::exists(fresh.filePath(u"user.ini"_s)));
+    QVERIFY(!QFile::exists(fresh.filePath(u"work/user.ini"_s)));
+}
+
+void TestStartup::programKeepsTheWindowStateOfTheUser()
+{
+    ProgramCopy program(std::nullopt);
+    program.start();
+    const QString state = program.filePath(u"home/.config/Quillmarch/Settings.conf"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(fileBytes(state).contains("windowGeometry"), startTime);
+}
+
+QUILLMARCH_TEST_MAIN(TestStartup)
+#include "tst_startup.moc"
