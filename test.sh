@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything and runs every test.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
+
+run_tests() {
+    (cd "$root" && ctest --preset "$preset" --no-tests=error --parallel "$(nproc)")
+}
+
+install_packages build run test
+build all
+say "Testing"
+if ! run_tests; then
+    say "FAILED: not all tests passed. Logs and pictures: build/$preset/Testing, build/$preset/screenshots"
+    exit 1
+fi
+say "All tests passed"
