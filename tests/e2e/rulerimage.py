@@ -1,0 +1,67 @@
+"""A long picture that tells of each of its pixels from which row it comes.
+
+Red and blue are two triangular waves, a quarter of a period apart, and green
+climbs from the top to the bottom: together they name a row, also when the
+picture is shown smaller. Black lines run down both edges. Red stays below the
+level that counts as bright, except in the white lines across the picture: the
+cuts belong there.
+"""
+
+import functools
+
+from picture import Picture
+
+WIDTH = 700  # strips of 1000 rows
+HEIGHT = 4650
+EDGE = 10
+WHITE_LINES = (950, 2060, 2940, 4080)  # their first rows
+WHITE_LINE_HEIGHT = 8
+PERIOD = 400
+WHITE = (255, 255, 255)
+BLACK = (0, 0, 0)
+
+
+def triangle(y):
+    """From 20 up to 180 and down again within a period."""
+    phase = y % PERIOD / PERIOD
+    return round(20 + 320 * min(phase, 1 - phase))
+
+
+def color_of(y):
+    return triangle(y), round(20 + 180 * y / HEIGHT), triangle(y + PERIOD / 4)
+
+
+def is_white_line(y):
+    return any(top <= y < top + WHITE_LINE_HEIGHT for top in WHITE_LINES)
+
+
+COLORS = [color_of(y) for y in range(HEIGHT)]
+
+
+def paint(path, border=0):
+    """Writes the picture as PNG, with a white border around it."""
+    width = WIDTH + 2 * border
+    blank = [(WHITE, width)]
+
+    def row(y):
+        if is_white_line(y):
+            return blank
+        return [(WHITE, border), (BLACK, EDGE), (COLORS[y], WIDTH - 2 * EDGE), (BLACK, EDGE), (WHITE, border)]
+
+    rows = [blank] * border + [row(y) for y in range(HEIGHT)] + [blank] * border
+    Picture.of_rows(width, rows).write_png(path)
+
+
+@functools.lru_cache(maxsize=None)
+def row_of(color):
+    """The row that a colour comes from, or None where it is none of the picture's."""
+    red, green, blue = color
+    guess = (green - 20) * HEIGHT / 180
+
+    def distance(y):
+        r, g, b = COLORS[y]
+        return abs(red - r) + abs(green - g) + abs(blue - b)
+
+    rows = range(max(0, int(guess) - PERIOD // 3), min(HEIGHT, int(guess) + PERIOD // 3))
+    best = min(rows, key=distance, default=None)
+    return None if best is None or distance(best) > 12 else best
