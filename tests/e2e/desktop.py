@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import re
 import signal
 import subprocess
 import tempfile
@@ -115,9 +116,13 @@ class Desktop:
 
     def geometry(self, window):
         """Left, top, width and height without the frame, in screen pixels."""
-        lines = self.xdotool("getwindowgeometry", "--shell", window).splitlines()
-        values = dict(line.split("=", 1) for line in lines)
-        return tuple(int(values[key]) for key in ("X", "Y", "WIDTH", "HEIGHT"))
+        # xdotool counts the frame of a window twice.
+        text = subprocess.run(
+            ["xwininfo", "-id", str(window)], env=self.environment, capture_output=True, text=True, timeout=30
+        ).stdout
+        labels = ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")
+        values = [re.search(rf"{label}:\s+(-?\d+)", text) for label in labels]
+        return tuple(int(value[1]) for value in values) if all(values) else None
 
     # Mouse and keyboard
 

@@ -217,8 +217,7 @@ class Program:
         """First and last source row of the ruler that a page shows at a share of its width."""
         left, right = self.page_edges(picture, page)
         x = round(left + x_share * (right - left))
-        rows = [rulerimage.row_of(c) for c in picture.column(x, page[0] + 2, page[1] - 2)]
-        rows = [row for row in rows if row is not None]
+        rows = rulerimage.rows_of(picture.column(x, page[0] + 2, page[1] - 2))
         return rows[0], rows[-1]
 
     def content_share(self, picture, page):
@@ -255,11 +254,7 @@ class Program:
         """The source row of the ruler at a cut, read off the strip above it."""
         layout = self.layout()
         x = layout.main_view + round(0.3 * layout.main_width)
-        for y in range(bar[0] - 2, layout.top, -1):
-            row = rulerimage.row_of(picture.at(x, y))
-            if row is not None:
-                return row
-        raise AssertionError("nothing of the picture above the cut")
+        return rulerimage.rows_of(picture.column(x, layout.top, bar[0]))[-1]
 
 
 class ProgramTest(unittest.TestCase):

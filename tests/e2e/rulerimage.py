@@ -65,3 +65,21 @@ def row_of(color):
     rows = range(max(0, int(guess) - PERIOD // 3), min(HEIGHT, int(guess) + PERIOD // 3))
     best = min(rows, key=distance, default=None)
     return None if best is None or distance(best) > 12 else best
+
+
+def rows_of(colors):
+    """The rows that a column of a picture shows, from top to bottom.
+
+    A pixel that is blended with the paper beside it can look like any row; it
+    is left out because no neighbour comes from near there.
+    """
+    rows = [row_of(color) for color in colors]
+
+    def is_near(row, other):
+        return other is not None and abs(row - other) < 30
+
+    return [
+        row
+        for before, row, behind in zip([None, *rows], rows, [*rows[1:], None])
+        if row is not None and (is_near(row, before) or is_near(row, behind))
+    ]

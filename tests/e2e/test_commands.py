@@ -113,8 +113,7 @@ class Commands(ProgramTest):
         self.assertEqual(len(pages), 5)
         cuts = [0, *rulerimage.WHITE_LINES, rulerimage.HEIGHT]
         for number, (page, first, last) in enumerate(zip(pages, cuts, cuts[1:])):
-            rows = [rulerimage.row_of(c) for c in page.column(page.width // 2, 0, page.height)]
-            rows = [row for row in rows if row is not None]
+            rows = rulerimage.rows_of(page.column(page.width // 2, 0, page.height))
             self.assertNear(rows[0], first, 14, f"first row of PDF page {number + 1}")
             self.assertNear(rows[-1], last, 14, f"last row of PDF page {number + 1}")
         wait_until(lambda: self.program.setting("savepath") == str(self.desktop.path), "the folder in user.ini")
