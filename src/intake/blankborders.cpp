@@ -1,5 +1,7 @@
 #include "intake/blankborders.h"
 
+#include "page/multiversion.h"
+
 #include <algorithm>
 #include <vector>
 
@@ -9,6 +11,9 @@ constexpr int thresholdForOneLevel = 200;
 
 // A line of this many pixels may hold one more speck before it is content.
 constexpr int speckShare = 1000;
+
+// So many rows are counted before the edges are looked for.
+constexpr int rowsAtOnce = 64;
 
 /// How many ink pixels make a line of \a length pixels content.
 quint32 contentCount(int length)
@@ -29,52 +34,48 @@ bool isContentRow(const uchar *row, int width, int threshold)
     return false;
 }
 
+/// Adds 1 to each of \a counts whose pixel of \a row is ink.
+QUILLMARCH_MULTIVERSION
+void countInk(const uchar *row, int length, int threshold, quint32 *counts)
+{
+    const auto limit = uchar(threshold);
+    for (int x = 0; x < length; ++x) {
+        counts[x] += row[x] <= limit ? 1U : 0U;
+    }
+}
+
+/// The first and the last content column; the width and -1 if there is none.
 struct Columns
 {
     int left;
     int right;
 };
 
-/// The first and the last content column over the full height; left is the
-/// width if there is none. Counts row by row, as the image is stored, and only
-/// in the columns that can still move an edge outward.
+/// Counts row by row, as the image is stored, and only in the columns that can
+/// still move an edge outward.
 Columns contentColumns(const QImage &gray, int threshold)
 {
     const int width = gray.width();
     const quint32 needed = contentCount(gray.height());
     std::vector<quint32> ink(size_t(width), 0);
+    const auto isContent = [needed](quint32 count) { return count >= needed; };
     Columns found{width, -1};
-    const auto count = [&](const uchar *row, int x) { return row[x] <= threshold && ++ink[size_t(x)] >= needed; };
-    for (int y = 0; y < gray.height(); ++y) {
-        const uchar *row = gray.constScanLine(y);
-        for (int x = 0; x < found.left; ++x) {
-            if (count(row, x)) {
-                found.left = x;
-                found.right = std::max(found.right, x);
-            }
+    for (int top = 0; top < gray.height(); top += rowsAtOnce) {
+        const int rightPart = found.left == width ? width : found.right + 1;
+        for (int y = top; y < std::min(top + rowsAtOnce, gray.height()); ++y) {
+            const uchar *row = gray.constScanLine(y);
+            countInk(row, found.left, threshold, ink.data());
+            countInk(row + rightPart, width - rightPart, threshold, ink.data() + rightPart);
         }
-        for (int x = width - 1; x > found.right && found.left < width; --x) {
-            if (count(row, x)) {
-                found.right = x;
-            }
-        }
+        const auto first = std::find_if(ink.cbegin(), ink.cbegin() + found.left, isContent);
+        found.left = int(first - ink.cbegin());
+        const auto last = std::find_if(ink.crbegin(), ink.crend() - (found.right + 1), isContent);
+        found.right = std::max(found.right, int(ink.crend() - last) - 1);
     }
     return found;
 }
 
 } // namespace
-
-GrayHistogram grayHistogram(const QImage &gray)
-{
-    GrayHistogram histogram{};
-    for (int y = 0; y < gray.height(); ++y) {
-        const uchar *row = gray.constScanLine(y);
-        for (int x = 0; x < gray.width(); ++x) {
-            ++histogram[row[x]];
-        }
-    }
-    return histogram;
-}
 
 int inkThreshold(const GrayHistogram &histogram)
 {

@@ -1,16 +1,11 @@
 #pragma once
 
+#include "intake/grayscan.h"
+
 #include <QImage>
 #include <QRect>
 
-#include <array>
 #include <optional>
-
-/// The number of pixels of each gray level.
-using GrayHistogram = std::array<quint32, 256>;
-
-/// The histogram of \a gray, an image of Format_Grayscale8.
-GrayHistogram grayHistogram(const QImage &gray);
 
 /// The gray level, 0 to 255, up to which a pixel is ink and not paper, by
 /// N. Otsu's method ("A threshold selection method from gray-level

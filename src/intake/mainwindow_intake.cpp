@@ -23,8 +23,8 @@ constexpr qsizetype pathStart = localPrefix.size() - 1; // the last "/" begins t
 /// The bounds of what is not blank border in \a image.
 std::optional<QRect> trimmedBounds(const QImage &image)
 {
-    const QImage gray = image.convertToFormat(QImage::Format_Grayscale8);
-    return contentBounds(gray, inkThreshold(grayHistogram(gray)));
+    const GrayScan scan = scanGray(image);
+    return contentBounds(scan.gray, inkThreshold(scan.histogram));
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "page/bandview.h"
 
+#include <QColorSpace>
+
 namespace {
 
 void dropImage(void *image)
@@ -24,7 +26,10 @@ QImage rowsView(const QImage &image, const QRect &rect)
     const uchar *first = image.constScanLine(part.top()) + qsizetype(part.left()) * (image.depth() / 8);
     QImage view(first, part.width(), part.height(), image.bytesPerLine(), image.format(), dropImage,
                 new QImage(image)); // dropImage deletes it with the last copy of the view
-    view.setColorTable(image.colorTable());
+    if (!image.colorTable().isEmpty()) {
+        view.setColorTable(image.colorTable());
+    }
+    view.setColorSpace(image.colorSpace());
     return view;
 }
 

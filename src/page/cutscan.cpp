@@ -1,51 +1,113 @@
 #include "page/cutscan.h"
 
 #include "page/bandview.h"
+#include "page/multiversion.h"
 
 #include <QList>
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
-// Long enough for the vector units, short enough to leave a row early.
-constexpr int blockLength = 256;
+// Long enough for the vector units, short enough to leave a row early and to
+// count a block's pixels in sixteen bits, or eight pixels wide in bytes.
+constexpr int blockLength = 512;
 
 // How many rows of an unusual format are converted at a time.
 constexpr int convertedRows = 64;
 
-// 192 is 0b11000000, so a red of 192 or more is one with both top bits set.
-struct RedOf32
+// 192 is 0b11000000, so a red of 192 or more is one with both top bits set;
+// the same goes for an alpha or a gray value.
+constexpr QRgb brightRed = 0x00c00000;
+constexpr QRgb highAlpha = 0xc0000000;
+
+QUILLMARCH_MULTIVERSION
+quint32 countBrightReds(const QRgb *pixels, int length)
 {
-    using Pixel = QRgb;
-    static quint32 isBright(QRgb pixel) { return (pixel >> 23) & (pixel >> 22) & 1U; }
+    quint32 bright = 0;
+    for (int x = 0; x < length; ++x) {
+        bright += (pixels[x] & brightRed) == brightRed ? 1U : 0U;
+    }
+    return bright;
+}
+
+struct AlphaSummary
+{
+    quint32 candidates; // pixels with a red and an alpha of 192 or more
+    bool opaque; // all pixels are
 };
+
+QUILLMARCH_MULTIVERSION
+AlphaSummary summarizeAlpha(const QRgb *pixels, int length)
+{
+    quint32 candidates = 0;
+    QRgb common = ~QRgb(0);
+    for (int x = 0; x < length; ++x) {
+        candidates += (pixels[x] & (brightRed | highAlpha)) == (brightRed | highAlpha) ? 1U : 0U;
+        common &= pixels[x];
+    }
+    return {candidates, qAlpha(common) == 255};
+}
 
 // Of a pixel that is stored with its plain colour, the red that premultiplying
 // by alpha leaves is what counts: (t + (t >> 8) + 128) >> 8 with t = red x
 // alpha, which reaches 192 from this product on.
+QUILLMARCH_MULTIVERSION
+quint32 countBrightProducts(const QRgb *pixels, int length)
+{
+    constexpr quint16 brightProduct = 48834;
+    quint16 bright = 0; // sixteen bits, as the product has, keep the vectors full
+    for (int x = 0; x < length; ++x) {
+        const auto alphaAndRed = quint16(pixels[x] >> 16);
+        const auto product = quint16((alphaAndRed & 0xff) * (alphaAndRed >> 8));
+        bright = quint16(bright + (product >= brightProduct ? 1 : 0));
+    }
+    return bright;
+}
+
+// Eight pixels at a time: a byte of `sums` counts every eighth pixel.
+QUILLMARCH_MULTIVERSION
+quint32 countBrightGrays(const uchar *pixels, int length)
+{
+    constexpr quint64 ones = 0x0101010101010101;
+    constexpr quint64 lowBytes = 0x00ff00ff00ff00ff;
+    quint64 sums = 0;
+    int x = 0;
+    for (; x + 8 <= length; x += 8) {
+        quint64 eight = 0;
+        std::memcpy(&eight, pixels + x, sizeof eight);
+        sums += ((eight & (eight << 1)) >> 7) & ones;
+    }
+    const quint64 pairs = (sums & lowBytes) + ((sums >> 8) & lowBytes);
+    auto bright = quint32((pairs * 0x0001000100010001) >> 48);
+    for (; x < length; ++x) {
+        bright += pixels[x] >= brightLevel ? 1U : 0U;
+    }
+    return bright;
+}
+
+struct RedOf32
+{
+    using Pixel = QRgb;
+    static quint32 count(const QRgb *pixels, int length) { return countBrightReds(pixels, length); }
+};
+
 struct PremultipliedRedOf32
 {
     using Pixel = QRgb;
-    static constexpr quint32 brightProduct = 48834;
-    static quint32 isBright(QRgb pixel) { return ((pixel >> 16) & 0xffU) * (pixel >> 24) >= brightProduct ? 1U : 0U; }
+    static quint32 count(const QRgb *pixels, int length)
+    {
+        const auto [candidates, opaque] = summarizeAlpha(pixels, length);
+        return opaque || candidates == 0 ? candidates : countBrightProducts(pixels, length);
+    }
 };
 
 struct Gray8
 {
     using Pixel = uchar;
-    static quint32 isBright(uchar pixel) { return (pixel >> 7) & (pixel >> 6) & 1U; }
+    static quint32 count(const uchar *pixels, int length) { return countBrightGrays(pixels, length); }
 };
-
-template <typename Rule>
-quint32 countBlock(const typename Rule::Pixel *pixels, int length)
-{
-    quint32 count = 0;
-    for (int x = 0; x < length; ++x) {
-        count += Rule::isBright(pixels[x]);
-    }
-    return count;
-}
 
 /// The bright pixels of a row of \a width, or some number not above \a best
 /// once the row can no longer exceed \a best.
@@ -58,9 +120,9 @@ quint32 countRow(const typename Rule::Pixel *row, int width, quint32 best)
         if (count + quint32(width - x) <= best) {
             return count;
         }
-        count += countBlock<Rule>(row + x, blockLength);
+        count += Rule::count(row + x, blockLength);
     }
-    return count + countBlock<Rule>(row + x, width - x);
+    return count + Rule::count(row + x, width - x);
 }
 
 struct BestRow

@@ -1,0 +1,239 @@
+#include "intake/grayscan.h"
+
+#include "page/bandview.h"
+
+#include <QColorSpace>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+// So many rows are looked through for new colours before these are converted.
+constexpr int rowsAtOnce = 16;
+
+// So many rows are left to the toolkit where there are too many colours.
+constexpr int colorfulRowsAtOnce = 256;
+
+/// The length of the run of equal pixels at the start of \a pixels, 1 to
+/// \a length.
+template <typename Pixel>
+qsizetype runLength(const Pixel *pixels, qsizetype length)
+{
+    constexpr qsizetype pixelsPerWord = sizeof(quint64) / sizeof(Pixel);
+    const Pixel first = pixels[0];
+    quint64 word = first;
+    for (size_t bits = 8 * sizeof(Pixel); bits < 64; bits *= 2) {
+        word |= word << bits;
+    }
+    qsizetype run = 0;
+    while (run + 4 * pixelsPerWord <= length) {
+        std::array<quint64, 4> words{};
+        std::memcpy(words.data(), pixels + run, sizeof words);
+        if (((words[0] ^ word) | (words[1] ^ word) | (words[2] ^ word) | (words[3] ^ word)) != 0) {
+            break;
+        }
+        run += 4 * pixelsPerWord;
+    }
+    while (run < length && pixels[run] == first) {
+        ++run;
+    }
+    return run;
+}
+
+/// The colours met so far and their gray levels: a hash table with open
+/// addressing.
+class GrayTable
+{
+public:
+    explicit GrayTable(const QImage &image)
+        : format(image.format())
+        , colorSpace(image.colorSpace())
+        , table(slotCount, 0)
+    {
+    }
+
+    /// Takes the colours of \a pixels. Returns false when there are too many.
+    bool add(const QRgb *pixels, qsizetype length)
+    {
+        for (qsizetype x = 0; x < length; x += runLength(pixels + x, length - x)) {
+            quint64 &slot = slotOf(pixels[x]);
+            if (slot == 0) {
+                if (colorCount == mostColors) {
+                    return false;
+                }
+                ++colorCount;
+                slot = usedMark | pixels[x];
+                added.push_back(pixels[x]);
+            }
+        }
+        return true;
+    }
+
+    /// Finds the levels of the colours that were added since the last call.
+    void convertAdded()
+    {
+        if (added.empty()) {
+            return;
+        }
+        QImage colors(reinterpret_cast<const uchar *>(added.data()), int(added.size()), 1, format);
+        colors.setColorSpace(colorSpace);
+        const QImage levels = colors.convertToFormat(QImage::Format_Grayscale8);
+        const uchar *level = levels.constScanLine(0);
+        for (const QRgb color : added) {
+            slotOf(color) |= quint64(*level++) << levelShift;
+        }
+        added.clear();
+    }
+
+    uchar level(QRgb color) { return uchar(slotOf(color) >> levelShift); }
+
+private:
+    static constexpr int slotBits = 17;
+    static constexpr size_t slotCount = size_t(1) << slotBits;
+    static constexpr size_t mostColors = slotCount / 2;
+    static constexpr int levelShift = 32;
+    static constexpr quint64 usedMark = quint64(1) << 40;
+
+    quint64 &slotOf(QRgb color)
+    {
+        size_t index = (color * 0x9e3779b1U) >> (32 - slotBits);
+        while (table[index] != 0 && QRgb(table[index]) != color) {
+            index = (index + 1) % slotCount;
+        }
+        return table[index];
+    }
+
+    QImage::Format format;
+    QColorSpace colorSpace;
+    std::vector<quint64> table; // colour in the low half, level above it, used mark on top
+    std::vector<QRgb> added;
+    size_t colorCount = 0;
+};
+
+const QRgb *colorRow(const QImage &image, int y)
+{
+    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
+}
+
+/// Counts levels in several histograms in turn, so that equal neighbours do
+/// not wait for each other.
+class LevelCounter
+{
+public:
+    void add(const uchar *row, qsizetype length)
+    {
+        qsizetype x = 0;
+        for (; x + blockLength <= length; x += blockLength) {
+            if (runLength(row + x, blockLength) == blockLength) {
+                counts[0][row[x]] += blockLength;
+            } else {
+                addEach(row + x, blockLength);
+            }
+        }
+        addEach(row + x, length - x);
+    }
+
+    void addTo(GrayHistogram &histogram) const
+    {
+        for (const GrayHistogram &part : counts) {
+            for (size_t level = 0; level < histogram.size(); ++level) {
+                histogram[level] += part[level];
+            }
+        }
+    }
+
+private:
+    static constexpr qsizetype blockLength = 64;
+
+    void addEach(const uchar *pixels, qsizetype length)
+    {
+        for (qsizetype x = 0; x < length; ++x) {
+            ++counts[size_t(x) % counts.size()][pixels[x]];
+        }
+    }
+
+    std::array<GrayHistogram, 4> counts{};
+};
+
+void convertRow(const QRgb *pixels, qsizetype length, GrayTable &table, uchar *grayRow, GrayHistogram &histogram)
+{
+    for (qsizetype x = 0; x < length;) {
+        const qsizetype run = runLength(pixels + x, length - x);
+        const uchar level = table.level(pixels[x]);
+        std::memset(grayRow + x, level, size_t(run));
+        histogram[level] += quint32(run);
+        x += run;
+    }
+}
+
+/// Copies \a rows into \a gray from row \a top on, and counts their levels.
+void takeRows(const QImage &rows, int top, QImage &gray, LevelCounter &counter)
+{
+    for (int y = 0; y < rows.height(); ++y) {
+        const uchar *row = rows.constScanLine(y);
+        std::memcpy(gray.scanLine(top + y), row, size_t(rows.width()));
+        counter.add(row, rows.width());
+    }
+}
+
+bool addRows(const QImage &image, int top, int bottom, GrayTable &table)
+{
+    for (int y = top; y < bottom; ++y) {
+        if (!table.add(colorRow(image, y), image.width())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// For an image of 32-bit colours.
+GrayScan scanColors(const QImage &image)
+{
+    GrayScan scan;
+    scan.gray = QImage(image.size(), QImage::Format_Grayscale8);
+    GrayTable table(image);
+    LevelCounter counter;
+    int top = 0;
+    while (top < image.height() && !scan.gray.isNull()) {
+        int bottom = std::min(top + rowsAtOnce, image.height());
+        if (addRows(image, top, bottom, table)) {
+            table.convertAdded();
+            for (int y = top; y < bottom; ++y) {
+                convertRow(colorRow(image, y), image.width(), table, scan.gray.scanLine(y), scan.histogram);
+            }
+        } else {
+            bottom = std::min(top + colorfulRowsAtOnce, image.height());
+            const QRect rows(0, top, image.width(), bottom - top);
+            takeRows(rowsView(image, rows).convertToFormat(QImage::Format_Grayscale8), top, scan.gray, counter);
+        }
+        top = bottom;
+    }
+    counter.addTo(scan.histogram);
+    return scan;
+}
+
+} // namespace
+
+GrayHistogram grayHistogram(const QImage &gray)
+{
+    GrayHistogram histogram {};
+    LevelCounter counter;
+    for (int y = 0; y < gray.height(); ++y) {
+        counter.add(gray.constScanLine(y), gray.width());
+    }
+    counter.addTo(histogram);
+    return histogram;
+}
+
+GrayScan scanGray(const QImage &image)
+{
+    if (image.depth() == 32 && image.pixelFormat().colorModel() == QPixelFormat::RGB) {
+        return scanColors(image);
+    }
+    GrayScan scan;
+    scan.gray = image.convertToFormat(QImage::Format_Grayscale8);
+    scan.histogram = grayHistogram(scan.gray);
+    return scan;
+}
