@@ -218,7 +218,7 @@ GrayScan scanColors(const QImage &image)
 
 GrayHistogram grayHistogram(const QImage &gray)
 {
-    GrayHistogram histogram {};
+    GrayHistogram histogram{};
     LevelCounter counter;
     for (int y = 0; y < gray.height(); ++y) {
         counter.add(gray.constScanLine(y), gray.width());

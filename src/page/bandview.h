@@ -3,6 +3,9 @@
 #include <QImage>
 #include <QPixmap>
 #include <QRect>
+#include <QRectF>
+
+class QPainter;
 
 /// The pixels of \a image inside \a rect, without a copy: the result reads the
 /// rows of \a image and keeps them alive. \a rect is clipped to the image; a
@@ -20,3 +23,12 @@ QImage::Format copyFormat(const QPixmap &pixmap);
 /// pixmap gives a null image and not the whole pixmap, and the colours of a
 /// palette image survive.
 QImage bandView(const QPixmap &pixmap, const QRect &rect);
+
+/// Draws the part \a band of \a pixmap into \a target, stretched to it: the
+/// pixels that `painter->drawPixmap(target, pixmap.copy(band), source)` gives,
+/// where \a source is at (0, 0) and of the unrounded size \a size.
+///
+/// Rows of the band outside the pixmap leave their share of \a target
+/// untouched. On a raster device only the rows that show there are converted
+/// if the format of the pixmap needs it.
+void drawBand(QPainter *painter, const QRectF &target, const QPixmap &pixmap, const QRect &band, const QSizeF &size);

@@ -110,8 +110,7 @@ void PageItem::drawSource(QPainter *painter, const QRectF &target)
     if (m_sourceRect.isEmpty()) {
         return;
     }
-    painter->drawImage(target, bandView(sourcePixmap, m_sourceRect.toRect()),
-                       QRectF(0, 0, m_sourceRect.width(), m_sourceRect.height()));
+    drawBand(painter, target, sourcePixmap, m_sourceRect.toRect(), m_sourceRect.size());
 }
 
 void PageItem::drawSourceFitted(QPainter *painter, const QRectF &target)

@@ -1,0 +1,214 @@
+#include "page/bandview.h"
+#include "support/testmain.h"
+
+#include <QPainter>
+#include <QWidget>
+
+#include <random>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int bandTop = 37;
+constexpr QSize sourceSize(90, 700);
+
+QImage noise(QImage::Format format)
+{
+    std::mt19937 random(7);
+    QImage image(sourceSize, QImage::Format_ARGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            image.setPixel(x, y, QRgb(random()));
+        }
+    }
+    return image.convertToFormat(format);
+}
+
+/// What a strip shows by the plain rule: a copy of its band, drawn into the
+/// target with a source rectangle of the unrounded size.
+void drawPlainly(QPainter *painter, const QRectF &target, const QPixmap &pixmap, const QRect &band, QSizeF size)
+{
+    painter->drawPixmap(target, pixmap.copy(band), QRectF(QPointF(), size));
+}
+
+/// Paints a band at a scale, by the shipped code or by the plain rule.
+class BandWidget : public QWidget
+{
+public:
+    QPixmap pixmap;
+    QRect band;
+    QSizeF bandSize;
+    double scale = 1.0;
+    double shift = 0.0;
+    bool plain = false;
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+        painter.translate(0.25, shift);
+        painter.scale(scale, scale);
+        const QRectF target(QPointF(), bandSize);
+        if (plain) {
+            drawPlainly(&painter, target, pixmap, band, bandSize);
+        } else {
+            drawBand(&painter, target, pixmap, band, bandSize);
+        }
+    }
+};
+
+QImage rendered(BandWidget &widget, const QRegion &region, bool plain)
+{
+    QImage image(widget.size(), QImage::Format_RGB32);
+    image.fill(QColor(150, 150, 150));
+    widget.plain = plain;
+    widget.render(&image, QPoint(), region, QWidget::DrawWindowBackground);
+    return image;
+}
+
+/// Place and values of the first pixel that differs, empty if none does.
+QString firstDifference(const QImage &actual, const QImage &expected)
+{
+    for (int y = 0; y < expected.height(); ++y) {
+        for (int x = 0; x < expected.width(); ++x) {
+            if (actual.pixel(x, y) != expected.pixel(x, y)) {
+                return u"(%1, %2): %3 instead of %4"_s.arg(x)
+                    .arg(y)
+                    .arg(actual.pixel(x, y), 8, 16)
+                    .arg(expected.pixel(x, y), 8, 16);
+            }
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+class TestDrawBand : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void equalsThePlainRule_data();
+    void equalsThePlainRule();
+    void drawsNothingOutsideThePixmap_data();
+    void drawsNothingOutsideThePixmap();
+    void survivesDegenerateTransforms_data();
+    void survivesDegenerateTransforms();
+};
+
+void TestDrawBand::equalsThePlainRule_data()
+{
+    QTest::addColumn<int>("format");
+    QTest::addColumn<double>("scale");
+    const struct
+    {
+        const char *name;
+        QImage::Format format;
+    } formats[] = {
+        {"RGB32", QImage::Format_RGB32},
+        {"ARGB32", QImage::Format_ARGB32},
+        {"ARGB32_PM", QImage::Format_ARGB32_Premultiplied},
+        {"Grayscale8", QImage::Format_Grayscale8},
+        {"RGB888", QImage::Format_RGB888},
+        {"RGBA64", QImage::Format_RGBA64},
+        {"RGB16", QImage::Format_RGB16},
+        {"Grayscale16", QImage::Format_Grayscale16},
+    };
+    for (const auto &format : formats) {
+        for (const double scale : {0.07, 0.2, 0.34, 0.49, 0.5, 0.75, 1.0, 1.03, 2.5}) {
+            QTest::addRow("%s at %.2f", format.name, scale) << int(format.format) << scale;
+        }
+    }
+}
+
+void TestDrawBand::equalsThePlainRule()
+{
+    QFETCH(int, format);
+    QFETCH(double, scale);
+    BandWidget widget;
+    widget.pixmap = QPixmap::fromImage(noise(QImage::Format(format)), Qt::NoFormatConversion);
+    widget.scale = scale;
+    widget.resize(60, 200);
+    for (const double height : {500.0, 499.6, 800.3}) { // the last reaches below the image
+        widget.bandSize = QSizeF(sourceSize.width(), height);
+        widget.band = QRectF(QPointF(0, bandTop), widget.bandSize).toRect();
+        for (const double shift : {0.0, -33.7, 90.5, -height * scale + 20}) {
+            widget.shift = shift;
+            for (const QRect &exposed :
+                 {widget.rect(), QRect(0, 80, 60, 40), QRect(20, 0, 5, 3), QRect(0, 199, 60, 1)}) {
+                const QImage expected = rendered(widget, exposed, true);
+                const QImage actual = rendered(widget, exposed, false);
+                const QString difference = firstDifference(actual, expected);
+                QVERIFY2(difference.isEmpty(),
+                         qPrintable(u"%1, height %2, shift %3"_s.arg(difference).arg(height).arg(shift)));
+            }
+        }
+    }
+}
+
+void TestDrawBand::drawsNothingOutsideThePixmap_data()
+{
+    QTest::addColumn<QRect>("band");
+    QTest::newRow("below") << QRect(0, 700, 90, 100);
+    QTest::newRow("above") << QRect(0, -100, 90, 100);
+    QTest::newRow("beside") << QRect(90, 0, 10, 100);
+    QTest::newRow("empty") << QRect(0, 0, 90, 0);
+    QTest::newRow("negative") << QRect(0, 50, 90, -40);
+}
+
+void TestDrawBand::drawsNothingOutsideThePixmap()
+{
+    QFETCH(QRect, band);
+    for (const QImage::Format format : {QImage::Format_RGB32, QImage::Format_Grayscale8}) {
+        const QPixmap pixmap = QPixmap::fromImage(noise(format), Qt::NoFormatConversion);
+        QImage image(100, 100, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        const QImage blank = image.copy();
+        QPainter painter(&image);
+        drawBand(&painter, image.rect(), pixmap, band, band.size());
+        painter.end();
+        QCOMPARE(image, blank);
+    }
+}
+
+void TestDrawBand::survivesDegenerateTransforms_data()
+{
+    QTest::addColumn<QTransform>("transform");
+    QTest::addColumn<QRectF>("target");
+    const QRectF target(0, 0, 50, 50);
+    QTest::newRow("scale 0") << QTransform::fromScale(0, 0) << target;
+    QTest::newRow("upside down") << QTransform::fromScale(1, -1) << target;
+    QTest::newRow("turned") << QTransform().rotate(30) << target;
+    QTest::newRow("far away") << QTransform::fromTranslate(0, 1e9) << target;
+    QTest::newRow("tiny") << QTransform::fromScale(1e-9, 1e-9) << target;
+    QTest::newRow("huge") << QTransform::fromScale(1e6, 1e6) << target;
+    QTest::newRow("empty target") << QTransform() << QRectF(10, 10, 0, 0);
+}
+
+void TestDrawBand::survivesDegenerateTransforms()
+{
+    QFETCH(QTransform, transform);
+    QFETCH(QRectF, target);
+    for (const QImage::Format format : {QImage::Format_ARGB32, QImage::Format_Grayscale8}) {
+        const QPixmap pixmap = QPixmap::fromImage(noise(format), Qt::NoFormatConversion);
+        const QRect band(0, 0, 90, 120);
+        QImage images[2] = {QImage(100, 100, QImage::Format_RGB32), QImage(100, 100, QImage::Format_RGB32)};
+        for (int plain : {0, 1}) {
+            images[plain].fill(Qt::white);
+            QPainter painter(&images[plain]);
+            painter.setTransform(transform);
+            if (plain == 1) {
+                drawPlainly(&painter, target, pixmap, band, band.size());
+            } else {
+                drawBand(&painter, target, pixmap, band, band.size());
+            }
+        }
+        QCOMPARE(images[0], images[1]);
+    }
+}
+
+QUILLMARCH_TEST_MAIN(TestDrawBand)
+#include "tst_drawband.moc"
