@@ -103,6 +103,7 @@ MainWindow::MainWindow()
     setUnifiedTitleAndToolBarOnMac(true);
     popUp = new PopUp(this);
     styleToolBar();
+    createUpdater();
     showVersionSoon();
 }
 

@@ -1,18 +1,22 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QNetworkReply>
 #include <QPixmap>
 
 #include <functional>
 
 class CustomSplitter;
+class DownloadUpdateDialog;
 class LeftView;
 class MainView;
 class PopUp;
 class QGraphicsScene;
 class QLabel;
+class QNetworkAccessManager;
 class QPrinter;
 class QPushButton;
+class SimpleUpdater;
 
 /// The window of the program, and its controller.
 ///
@@ -67,7 +71,25 @@ public slots:
     void onTwoColsClicked();
     void onPageNumClicked();
 
+    void onCheckUpdateClicked();
+
+    /// Takes over a version report and shows it in the status bar. Versions
+    /// are not compared: \a hasUpdate decides. An empty \a url is replaced by
+    /// the address that packages of \a version have by rule.
+    void onVersionInfoReceived(const QString &version, bool hasUpdate, const QString &url = QString(),
+                               const QString &log = QString(), const QString &checksum = QString(),
+                               const QString &packageSize = QString());
+
+    /// Offers the version that the last report told of, if any. Returns when
+    /// the dialog is closed.
     void showUpdateDialog();
+
+    /// Fetches the package into the user's download folder, in place of a
+    /// download that runs already.
+    void startDownload();
+    void onDownloadProgress(qint64 bytesReceived, qint64 bytesTotal);
+    void onDownloadFinished();
+    void onDownloadError(QNetworkReply::NetworkError error);
 
 protected:
     void dragEnterEvent(QDragEnterEvent *event) override;
@@ -89,6 +111,8 @@ private:
     void styleToolBar();
     void showVersionSoon();
     void showAboutDialog();
+
+    void createUpdater();
 
     void createViews();
     void createScenes();
@@ -146,7 +170,17 @@ private:
     QToolBar *mainToolBar = nullptr;
     QLabel *versionLabel = nullptr;
     QPushButton *updateButton = nullptr;
+
+    SimpleUpdater *updater = nullptr;
+    QString latestVersion; // of the last report with an update, as are the next four
+    QString updateUrl;
+    QString updateLog;
+    QString checksumMD5;
+    QString updateSize;
     bool updateKnown = false; // an update is on offer
+    QNetworkAccessManager *downloadManager = nullptr;
+    QNetworkReply *downloadReply = nullptr; // the running download
+    DownloadUpdateDialog *downloadDialog = nullptr; // the open dialog
 
     PopUp *popUp = nullptr;
 };

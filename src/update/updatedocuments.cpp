@@ -1,5 +1,7 @@
 #include "update/updatedocuments.h"
 
+#include "app/buildconfig.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -51,6 +53,18 @@ void correctFlags(UpdateReport &report)
 bool UpdateReport::isLatestVersion(const QString &version) const
 {
     return !version.isEmpty() && UpdateVersion::fromString(version) == latestVersion;
+}
+
+QString releaseDocumentUrl(const QString &language)
+{
+    const QString path =
+        language == "zh"_L1 ? u"/updates/update-config-zh.json"_s : u"/updates/update-config-en.json"_s;
+    return u"%1%2"_s.arg(updateDocumentHost, path);
+}
+
+QString checkEndpoint()
+{
+    return u"%1/api/update/check"_s.arg(serviceHost);
 }
 
 std::optional<ReleaseInfo> readReleaseDocument(const QByteArray &body, const QString &platform)
@@ -132,4 +146,14 @@ QString packageUrl(const QString &base, const UpdateVersion &version, const QStr
 {
     const QString separator = base.endsWith(u'/') ? QString() : u"/"_s;
     return base + separator + packageFileName(version, platform);
+}
+
+QString fallbackPackageName(const QString &version)
+{
+    return u"Quillmarch_v%1_macOS.dmg"_s.arg(version);
+}
+
+QString fallbackPackageUrl(const QString &version)
+{
+    return u"%1/updates/quillmarch/%2"_s.arg(packageHost, fallbackPackageName(version));
 }

@@ -41,6 +41,13 @@ struct UpdateReport
     bool isLatestVersion(const QString &version) const;
 };
 
+/// The address of the release document for \a language: "zh" has one of its
+/// own, and every other language has the English one.
+QString releaseDocumentUrl(const QString &language);
+
+/// The address that an interactive check asks.
+QString checkEndpoint();
+
 /// Reads a release document: the first release in it that lists \a platform.
 ///
 /// Releases are not sorted, so the document has to list the newest one first.
@@ -68,3 +75,10 @@ QString packageFileName(const UpdateVersion &version, const QString &platform);
 
 /// The address of a package in the folder \a base, which may end in a slash.
 QString packageUrl(const QString &base, const UpdateVersion &version, const QString &platform);
+
+/// The name of a package whose address gives none. It is that of the macOS
+/// package on every platform.
+QString fallbackPackageName(const QString &version);
+
+/// The address of a package for which a version report gives none.
+QString fallbackPackageUrl(const QString &version);

@@ -23,11 +23,11 @@ public:
         readRequest();
     }
 
-    void resume()
+    void resume(qsizetype pauseAfter)
     {
         if (isPaused) {
             isPaused = false;
-            pausePoint = -1;
+            pausePoint = pauseAfter;
             send();
         }
     }
@@ -172,14 +172,14 @@ int HttpServer::connectionCount() const
     return count;
 }
 
-void HttpServer::resume()
+void HttpServer::resume(qsizetype pauseAfter)
 {
     const auto sockets = listener->findChildren<QTcpSocket *>();
     for (const QTcpSocket *socket : sockets) {
         const auto &children = socket->children();
         for (QObject *child : children) {
             if (auto *connection = dynamic_cast<HttpConnection *>(child)) {
-                connection->resume();
+                connection->resume(pauseAfter);
             }
         }
     }

@@ -69,8 +69,9 @@ public:
     /// How many clients hold a connection.
     int connectionCount() const;
 
-    /// Goes on with every answer that pauses.
-    void resume();
+    /// Goes on with every answer that pauses, up to the byte \a pauseAfter of
+    /// the body or, with -1, to its end.
+    void resume(qsizetype pauseAfter = -1);
 
 signals:
     void requestReceived();

@@ -1,3 +1,4 @@
+#include "app/buildconfig.h"
 #include "support/testmain.h"
 #include "update/updatedocuments.h"
 
@@ -62,6 +63,9 @@ private slots:
     void namesPackages();
     void joinsPackageAddresses_data();
     void joinsPackageAddresses();
+    void choosesTheReleaseDocumentByLanguage_data();
+    void choosesTheReleaseDocumentByLanguage();
+    void knowsTheFixedAddresses();
 };
 
 void TestUpdateDocuments::releaseStartsEmpty()
@@ -441,6 +445,32 @@ void TestUpdateDocuments::joinsPackageAddresses()
 {
     QFETCH(QString, base);
     QTEST(packageUrl(base, UpdateVersion::fromString(u"2.7.1"_s), u"windows"_s), "url");
+}
+
+void TestUpdateDocuments::choosesTheReleaseDocumentByLanguage_data()
+{
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<QString>("path");
+    QTest::newRow("zh") << u"zh"_s << u"/updates/update-config-zh.json"_s;
+    QTest::newRow("en") << u"en"_s << u"/updates/update-config-en.json"_s;
+    QTest::newRow("ZH") << u"ZH"_s << u"/updates/update-config-en.json"_s;
+    QTest::newRow("fr") << u"fr"_s << u"/updates/update-config-en.json"_s;
+    QTest::newRow("empty") << QString() << u"/updates/update-config-en.json"_s;
+}
+
+void TestUpdateDocuments::choosesTheReleaseDocumentByLanguage()
+{
+    QFETCH(QString, language);
+    QFETCH(QString, path);
+    QCOMPARE(releaseDocumentUrl(language), updateDocumentHost.toString() + path);
+}
+
+void TestUpdateDocuments::knowsTheFixedAddresses()
+{
+    QCOMPARE(checkEndpoint(), serviceHost.toString() + u"/api/update/check"_s);
+    QCOMPARE(fallbackPackageName(u"3.0.0"_s), u"Quillmarch_v3.0.0_macOS.dmg"_s);
+    QCOMPARE(fallbackPackageUrl(u"3.0.0"_s),
+             packageHost.toString() + u"/updates/quillmarch/Quillmarch_v3.0.0_macOS.dmg"_s);
 }
 
 QUILLMARCH_TEST_MAIN(TestUpdateDocuments)

@@ -1,0 +1,488 @@
+#include "app/mainwindow.h"
+#include "downloaddialogdriver.h"
+#include "support/httpserver.h"
+#include "support/openedurls.h"
+#include "support/testmain.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QNetworkReply>
+#include <QPointer>
+#include <QRegularExpression>
+#include <QStandardPaths>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray package(3 * 1024 * 1024, 'q'); // 3.0 MB
+const QString packageChecksum = u"3d7a67ddfed3939e2f2def60695de49d"_s; // of the md5sum command
+
+QString downloadFolder()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+}
+
+QByteArray downloaded(const QString &name)
+{
+    QFile file(downloadFolder() + u'/' + name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+HttpResponse answerWith(const QByteArray &body)
+{
+    HttpResponse response;
+    response.body = body;
+    return response;
+}
+
+/// An answer that stops one byte before \a size bytes of the package.
+HttpResponse answerUpTo(qsizetype size)
+{
+    HttpResponse response = answerWith(package);
+    response.pauseAfter = size - 1;
+    return response;
+}
+
+/// Lets an answer go on to \a size bytes, and the reply report exactly them:
+/// it reports what comes in only if it has not done so for 100 ms.
+void sendUpTo(qsizetype size, HttpServer &server, const MainWindow &window)
+{
+    QTRY_VERIFY(window.findChild<QNetworkReply *>());
+    const QNetworkReply *reply = window.findChild<QNetworkReply *>();
+    QTRY_COMPARE(reply->bytesAvailable(), size - 1);
+    QElapsedTimer time;
+    time.start();
+    QTRY_VERIFY(time.elapsed() > 150);
+    server.resume(size);
+}
+
+bool isDownloading(const MainWindow &window)
+{
+    return !window.findChildren<QNetworkReply *>().isEmpty();
+}
+
+} // namespace
+
+class TestPackageDownload : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void downloadsAndVerifies();
+    void sendsItsName();
+    void showsProgress();
+    void showsNoPercentOfAnUnknownLength();
+    void tellsABadChecksum();
+    void installsAndLeavesTheWindowOpen();
+    void namesTheFile_data();
+    void namesTheFile();
+    void replacesAnOlderFile();
+    void followsARedirect();
+
+    void tellsAnErrorAndRetries();
+    void tellsACutOffBody();
+    void tellsAnUnwritableFile();
+    void knowsNoAddress();
+    void cleansUpWithoutADialog();
+
+    void finishesWithoutTheDialog();
+    void startsOverFromANewDialog();
+    void replacesARunningDownload_data();
+    void replacesARunningDownload();
+    void replacesADownloadThatIsNotOverTheNetwork();
+    void endsWithTheWindow();
+    void ignoresLateCalls();
+};
+
+void TestPackageDownload::init()
+{
+    QVERIFY(QDir(downloadFolder()).removeRecursively());
+    QVERIFY(QDir().mkpath(downloadFolder()));
+    QTest::failOnWarning(QRegularExpression(u"QIODevice|QObject|QFile"_s));
+}
+
+void TestPackageDownload::downloadsAndVerifies()
+{
+    HttpServer server;
+    server.setResponse("/q.zip", answerWith(package));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString(), {}, packageChecksum.toUpper());
+    QVERIFY(driveDownloadDialog(window, [](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        QCOMPARE(view.status->text(), u"准备下载..."_s);
+        QTRY_COMPARE(view.status->text(), u"下载完成，校验通过！"_s);
+        QCOMPARE(view.location->text(), u"文件位置："_s + downloadFolder() + u"/q.zip"_s);
+        QCOMPARE(view.bar->value(), 100);
+        QCOMPARE(view.percent->text(), u"100%"_s);
+        QCOMPARE(view.fileSize->text(), u"文件大小：3.0 MB"_s);
+        QCOMPARE(view.visibleButtons(), u"oc"_s);
+    }));
+    QVERIFY(downloaded(u"q.zip"_s) == package);
+    QCOMPARE(QDir(downloadFolder()).entryList(QDir::Files), QStringList({u"q.zip"_s}));
+    QTRY_VERIFY(!isDownloading(window));
+    QVERIFY(!window.findChild<QPushButton *>(u"updateButton"_s)->isHidden()); // the offer stays
+}
+
+void TestPackageDownload::sendsItsName()
+{
+    HttpServer server;
+    server.setResponse("/q.zip", answerWith(package));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    window.startDownload();
+    QTRY_VERIFY(!isDownloading(window));
+    QCOMPARE(server.requests().size(), 1);
+    QCOMPARE(server.requests().first().method, QByteArray("GET"));
+    QCOMPARE(server.requests().first().target, QByteArray("/q.zip"));
+    QCOMPARE(server.requests().first().header("User-Agent"), QByteArray("Quillmarch/2.7.1 (macOS)"));
+}
+
+void TestPackageDownload::showsProgress()
+{
+    HttpServer server;
+    server.setResponse("/q.zip", answerUpTo(1024 * 1024));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        sendUpTo(1024 * 1024, server, window);
+        QTRY_COMPARE(view.status->text(), u"正在下载... 1.0 MB / 3.0 MB"_s);
+        QCOMPARE(view.bar->value(), 33);
+        QCOMPARE(view.percent->text(), u"33%"_s);
+        QCOMPARE(view.update->text(), u"暂停"_s);
+        QCOMPARE(view.visibleButtons(), u"uc"_s);
+        view.update->click(); // pauses nothing
+        QVERIFY(downloaded(u"q.zip"_s).isEmpty()); // nothing is written before the end
+        server.resume();
+        QTRY_COMPARE(view.status->text(), u"下载完成，校验通过！"_s);
+    }));
+    QCOMPARE(server.requests().size(), 1);
+    QVERIFY(downloaded(u"q.zip"_s) == package);
+}
+
+void TestPackageDownload::showsNoPercentOfAnUnknownLength()
+{
+    HttpServer server;
+    HttpResponse response = answerUpTo(1536 * 1024);
+    response.sendsLength = false;
+    server.setResponse("/q.zip", response);
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString(), {}, packageChecksum, u"3M"_s);
+    QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        sendUpTo(1536 * 1024, server, window);
+        QTRY_COMPARE(view.status->text(), u"正在下载... 1.5 MB / -1 B"_s);
+        QCOMPARE(view.bar->value(), 0);
+        QCOMPARE(view.percent->text(), u"0%"_s);
+        QCOMPARE(view.fileSize->text(), u"文件大小：3M"_s);
+        server.resume();
+        QTRY_COMPARE(view.status->text(), u"下载完成，校验通过！"_s);
+    }));
+    QVERIFY(downloaded(u"q.zip"_s) == package);
+}
+
+void TestPackageDownload::tellsABadChecksum()
+{
+    HttpServer server;
+    server.setResponse("/q.zip", answerWith("other"));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString(), {}, packageChecksum);
+    QVERIFY(driveDownloadDialog(window, [&server](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        QTRY_COMPARE(view.status->text(), u"下载完成，但校验失败！"_s);
+        QCOMPARE(downloaded(u"q.zip"_s), QByteArray("other")); // it stays
+        server.setResponse("/q.zip", answerWith(package));
+        QCOMPARE(view.update->text(), u"重新下载"_s);
+        view.update->click();
+        QTRY_COMPARE(view.status->text(), u"下载完成，校验通过！"_s);
+    }));
+    QCOMPARE(server.requests().size(), 2);
+}
+
+void TestPackageDownload::installsAndLeavesTheWindowOpen()
+{
+    const OpenedUrls opened({u"file"_s});
+    HttpServer server;
+    server.setResponse("/q.zip", answerWith(package));
+    MainWindow window;
+    window.show();
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString(), {}, packageChecksum);
+    QVERIFY(driveDownloadDialog(window, [](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        QTRY_COMPARE(view.close->text(), u"安装更新"_s);
+        view.close->click();
+        QVERIFY(!dialog.isVisible());
+    }));
+    QCOMPARE(opened.urls(), QList<QUrl>({QUrl::fromLocalFile(downloadFolder() + u"/q.zip"_s)}));
+    QVERIFY(window.isVisible());
+}
+
+void TestPackageDownload::namesTheFile_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("last segment") << u"/a/b/q.zip"_s << u"q.zip"_s;
+    QTest::newRow("query") << u"/a/q.zip?key=1&x=2"_s << u"q.zip?key=1&x=2"_s;
+    QTest::newRow("slash in the query") << u"/a/q.zip?from=/b"_s << u"b"_s;
+    QTest::newRow("folder") << u"/a/"_s << u"Quillmarch_v3.0.0_macOS.dmg"_s;
+    QTest::newRow("encoded blank") << u"/a/q%20r.zip"_s << u"q%20r.zip"_s;
+}
+
+void TestPackageDownload::namesTheFile()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, name);
+    HttpServer server;
+    server.setResponse(path.toUtf8(), answerWith("package"));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, u"http://127.0.0.1:%1%2"_s.arg(server.port()).arg(path));
+    window.startDownload();
+    QTRY_VERIFY(!isDownloading(window));
+    QCOMPARE(QDir(downloadFolder()).entryList(QDir::Files), QStringList({name}));
+    QCOMPARE(downloaded(name), QByteArray("package"));
+}
+
+void TestPackageDownload::replacesAnOlderFile()
+{
+    QFile old(downloadFolder() + u"/q.zip"_s);
+    QVERIFY(old.open(QIODevice::WriteOnly));
+    old.write("something longer than the package");
+    old.close();
+    HttpServer server;
+    server.setResponse("/q.zip", answerWith("package"));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    window.startDownload();
+    QTRY_VERIFY(!isDownloading(window));
+    QCOMPARE(downloaded(u"q.zip"_s), QByteArray("package"));
+}
+
+void TestPackageDownload::followsARedirect()
+{
+    HttpServer server;
+    server.setResponse("/q.zip", HttpResponse::redirectTo(server.url(u"/stored/real.bin"_s)));
+    server.setResponse("/stored/real.bin", answerWith("package"));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    window.startDownload();
+    QTRY_VERIFY(!isDownloading(window));
+    QCOMPARE(downloaded(u"q.zip"_s), QByteArray("package")); // named by the address of the report
+    QCOMPARE(server.requests().size(), 2);
+}
+
+void TestPackageDownload::tellsAnErrorAndRetries()
+{
+    HttpServer server; // answers 404
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString(), {}, packageChecksum);
+    QVERIFY(driveDownloadDialog(window, [&server](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        QTRY_VERIFY(view.status->text().startsWith(u"下载失败："_s));
+        QVERIFY2(view.status->text().contains(server.url(u"/q.zip"_s).toString()), qPrintable(view.status->text()));
+        QCOMPARE(view.update->text(), u"重试"_s);
+        QCOMPARE(view.visibleButtons(), u"uc"_s);
+        QVERIFY(downloaded(u"q.zip"_s).isEmpty());
+        server.setResponse("/q.zip", answerWith(package));
+        view.update->click();
+        QTRY_COMPARE(view.status->text(), u"下载完成，校验通过！"_s);
+    }));
+    QCOMPARE(server.requests().size(), 2);
+}
+
+void TestPackageDownload::tellsACutOffBody()
+{
+    HttpServer server;
+    HttpResponse response = answerWith(package);
+    response.cutAfter = 1024 * 1024;
+    server.setResponse("/q.zip", response);
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    QVERIFY(driveDownloadDialog(window, [](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        QTRY_VERIFY(view.status->text().startsWith(u"下载失败："_s));
+        QCOMPARE(view.update->text(), u"重试"_s);
+    }));
+    QVERIFY(QDir(downloadFolder()).entryList(QDir::Files).isEmpty());
+}
+
+void TestPackageDownload::tellsAnUnwritableFile()
+{
+    QVERIFY(QDir(downloadFolder()).mkdir(u"q.zip"_s)); // a folder in the place of the file
+    HttpServer server;
+    server.setResponse("/q.zip", answerWith(package));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    QVERIFY(driveDownloadDialog(window, [](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        QTRY_VERIFY(view.status->text().startsWith(u"下载失败：无法保存文件: "_s));
+        QVERIFY(view.status->text().size() > u"下载失败：无法保存文件: "_s.size());
+        QCOMPARE(view.update->text(), u"重试"_s);
+    }));
+    QTRY_VERIFY(!isDownloading(window));
+}
+
+void TestPackageDownload::knowsNoAddress()
+{
+    MainWindow window;
+    window.startDownload(); // no report yet, and no dialog to tell
+    QVERIFY(!isDownloading(window));
+}
+
+void TestPackageDownload::cleansUpWithoutADialog()
+{
+    HttpServer server; // answers 404
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    window.startDownload();
+    QVERIFY(isDownloading(window));
+    QTRY_VERIFY(!isDownloading(window));
+    QVERIFY(QDir(downloadFolder()).entryList(QDir::Files).isEmpty());
+
+    QVERIFY(QDir(downloadFolder()).mkdir(u"q.zip"_s));
+    server.setResponse("/q.zip", answerWith(package));
+    window.startDownload();
+    QTRY_VERIFY(!isDownloading(window));
+    QCOMPARE(server.requests().size(), 2);
+}
+
+void TestPackageDownload::finishesWithoutTheDialog()
+{
+    HttpServer server;
+    server.setResponse("/q.zip", answerUpTo(1024 * 1024));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        sendUpTo(1024 * 1024, server, window);
+        QTRY_COMPARE(view.percent->text(), u"33%"_s);
+        view.close->click();
+    }));
+    QVERIFY(isDownloading(window));
+    server.resume();
+    QTRY_VERIFY(!isDownloading(window));
+    QVERIFY(downloaded(u"q.zip"_s) == package);
+}
+
+void TestPackageDownload::startsOverFromANewDialog()
+{
+    HttpServer server;
+    server.setResponse("/q.zip", answerUpTo(1024 * 1024));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString(), {}, packageChecksum);
+    QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        sendUpTo(1024 * 1024, server, window);
+        QTRY_COMPARE(view.percent->text(), u"33%"_s);
+    }));
+    server.setResponse("/q.zip", answerWith(package));
+    QVERIFY(driveDownloadDialog(window, [](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        QCOMPARE(view.update->text(), u"立即更新"_s); // it knows nothing of the running one
+        QCOMPARE(view.visibleButtons(), u"slu"_s);
+        view.update->click();
+        QTRY_COMPARE(view.status->text(), u"下载完成，校验通过！"_s);
+    }));
+    QCOMPARE(server.requests().size(), 2);
+    QTRY_COMPARE(server.connectionCount(), 0); // the first one was given up
+    QVERIFY(downloaded(u"q.zip"_s) == package);
+}
+
+void TestPackageDownload::replacesARunningDownload_data()
+{
+    QTest::addColumn<bool>("beforeHeaders");
+    QTest::newRow("no answer yet") << true;
+    QTest::newRow("part of a body") << false;
+}
+
+void TestPackageDownload::replacesARunningDownload()
+{
+    QFETCH(bool, beforeHeaders);
+    HttpServer server;
+    HttpResponse stalled = answerWith("first");
+    stalled.pausesAtStart = beforeHeaders;
+    stalled.pauseAfter = 2;
+    server.setResponse("/first.zip", stalled);
+    server.setResponse("/second.zip", answerWith("second"));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/first.zip"_s).toString());
+    window.startDownload();
+    QTRY_COMPARE(server.requests().size(), 1);
+    window.onVersionInfoReceived(u"3.0.1"_s, true, server.url(u"/second.zip"_s).toString());
+    window.startDownload();
+    QTRY_VERIFY(!isDownloading(window));
+    QCOMPARE(QDir(downloadFolder()).entryList(QDir::Files), QStringList({u"second.zip"_s}));
+    QCOMPARE(downloaded(u"second.zip"_s), QByteArray("second"));
+    QTRY_COMPARE(server.connectionCount(), 0);
+}
+
+void TestPackageDownload::replacesADownloadThatIsNotOverTheNetwork()
+{
+    // Such a reply ignores the abort and finishes later, when it is no longer the running one.
+    HttpServer server;
+    HttpResponse response = answerWith("package");
+    response.pauseAfter = 2;
+    server.setResponse("/q.zip", response);
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, u"file:///nowhere/first.zip"_s);
+    window.startDownload();
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    window.startDownload();
+    QTRY_COMPARE(server.requests().size(), 1);
+    QTRY_COMPARE(window.findChildren<QNetworkReply *>().size(), 1);
+    QVERIFY(QDir(downloadFolder()).entryList(QDir::Files).isEmpty());
+    server.resume();
+    QTRY_VERIFY(!isDownloading(window));
+    QCOMPARE(downloaded(u"q.zip"_s), QByteArray("package"));
+}
+
+void TestPackageDownload::endsWithTheWindow()
+{
+    HttpServer server;
+    HttpResponse response = answerWith("package");
+    response.pauseAfter = 2;
+    server.setResponse("/q.zip", response);
+    auto window = std::make_unique<MainWindow>();
+    window->onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    window->startDownload();
+    QTRY_COMPARE(server.requests().size(), 1);
+    const QPointer<QNetworkReply> reply = window->findChild<QNetworkReply *>();
+    QVERIFY(reply);
+    window.reset();
+    QVERIFY(reply.isNull());
+    QTRY_COMPARE(server.connectionCount(), 0);
+    QVERIFY(QDir(downloadFolder()).entryList(QDir::Files).isEmpty());
+}
+
+void TestPackageDownload::ignoresLateCalls()
+{
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true);
+    window.onDownloadProgress(1, 2);
+    window.onDownloadFinished();
+    window.onDownloadError(QNetworkReply::HostNotFoundError);
+    QVERIFY(QDir(downloadFolder()).entryList(QDir::Files).isEmpty());
+    QVERIFY(driveDownloadDialog(window, [&window](DownloadUpdateDialog &dialog) {
+        const QStringList before = look(dialog);
+        window.onDownloadFinished();
+        window.onDownloadError(QNetworkReply::HostNotFoundError);
+        QCOMPARE(look(dialog), before);
+    }));
+}
+
+QUILLMARCH_TEST_MAIN(TestPackageDownload)
+#include "tst_packagedownload.moc"
