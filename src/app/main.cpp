@@ -1,6 +1,8 @@
 #include "app/buildconfig.h"
+#include "app/keptforever.h"
 #include "app/mainwindow.h"
 #include "app/startup.h"
+#include "update/simpleupdater.h"
 
 #include <QApplication>
 #include <QTranslator>
@@ -22,6 +24,10 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationVersion(programVersion.toString());
     QCoreApplication::setOrganizationName(u"zrnw480"_s);
     QCoreApplication::setOrganizationDomain(organizationDomain.toString());
+
+    SimpleUpdater *updater = keepForever(new SimpleUpdater);
+    updater->setUpdateUrl(releaseDocumentUrl(language));
+    updater->checkForUpdatesSilently();
 
     MainWindow window;
     window.setLanguage(language);
