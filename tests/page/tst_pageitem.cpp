@@ -333,12 +333,13 @@ void TestPageItem::tellsItsOutputPages()
 
     QSignalSpy oneColumnChanged(&oneColumn, &QGraphicsScene::changed);
     QSignalSpy twoColumnChanged(&twoColumn, &QGraphicsScene::changed);
-    QTRY_VERIFY(!oneColumnChanged.isEmpty() && !twoColumnChanged.isEmpty()); // from adding the pages
-    oneColumnChanged.clear();
-    twoColumnChanged.clear();
+    do { // adding the pages is told first
+        oneColumnChanged.clear();
+        twoColumnChanged.clear();
+        QCoreApplication::processEvents();
+    } while (!oneColumnChanged.isEmpty() || !twoColumnChanged.isEmpty());
     pair.upper().moveCut(10);
-    QTRY_COMPARE(oneColumnChanged.count(), 1);
-    QTRY_COMPARE(twoColumnChanged.count(), 1);
+    QTRY_VERIFY(!oneColumnChanged.isEmpty() && !twoColumnChanged.isEmpty());
 }
 
 void TestPageItem::ignoresADoubleClick()
