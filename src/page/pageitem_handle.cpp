@@ -6,8 +6,6 @@
 #include <QLinearGradient>
 #include <QPainter>
 
-#include <array>
-
 namespace {
 
 // The pointer's place within the joined height of a strip and the next one.
@@ -20,14 +18,15 @@ QPen handlePen(int alpha, double width, Qt::PenStyle style = Qt::SolidLine)
 }
 
 /// Two strokes over (\a centre.x, \a centre.y): from the left foot to the tip
-/// and from the tip to the right foot. Positive y points down.
+/// and from the tip to the right foot. Positive y points down. Each stroke is
+/// drawn for itself, so the tip, where both meet, gets the pen twice.
 void drawChevron(QPainter *painter, QPointF centre, double halfWidth, double footY, double tipY)
 {
     const QPointF left(centre.x() - halfWidth, centre.y() + footY);
     const QPointF tip(centre.x(), centre.y() + tipY);
     const QPointF right(centre.x() + halfWidth, centre.y() + footY);
-    const std::array strokes{QLineF(left, tip), QLineF(tip, right)};
-    painter->drawLines(strokes.data(), int(strokes.size()));
+    painter->drawLine(QLineF(left, tip));
+    painter->drawLine(QLineF(tip, right));
 }
 
 /// A column of \a count dots of \a size by \a size, centred on \a centreY.
