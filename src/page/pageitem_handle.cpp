@@ -110,6 +110,7 @@ void PageItem::mouseReleaseEvent(QGraphicsSceneMouseEvent *event)
         y = joined * highestShare;
     }
     moveCut(y - m_handleRect.y() - pressOffset);
+    m_nextItem->update(); // a cut that is back at its old place does not repaint it
     update();
     prepareGeometryChange();
 }
