@@ -1,6 +1,7 @@
 #include "app/mainwindow.h"
 
 #include "app/settings.h"
+#include "output/pagelayout.h"
 #include "output/previewitem.h"
 #include "ui/popup.h"
 
@@ -12,27 +13,7 @@
 #include <QPrintDialog>
 #include <QPrinter>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// The scale at which the whole of \a page fits \a area.
-double fitScale(const QSizeF &page, const QSizeF &area)
-{
-    return std::min(area.width() / page.width(), area.height() / page.height());
-}
-
-/// Whether the user asked for page \a number, counted from 1. A range of 0 and
-/// 0 asks for all pages.
-bool isWanted(const QPrinter *printer, int number)
-{
-    return (printer->fromPage() <= number && number <= printer->toPage())
-        || printer->fromPage() + printer->toPage() == 0;
-}
-
-} // namespace
 
 void MainWindow::onSaveClicked()
 {
@@ -76,7 +57,7 @@ void MainWindow::renderDocument(QPainter *painter, QPrinter *printer)
     for (; page != nullptr; page = page->nextPage()) {
         const double scale = fitScale(page->boundingRect().size(), area);
         painter->scale(scale, scale);
-        if (isWanted(printer, page->pageNumber() + 1)) {
+        if (isPageWanted(page->pageNumber() + 1, printer->fromPage(), printer->toPage())) {
             page->renderPage(painter);
             if (page->nextPage() != nullptr) {
                 printer->newPage(); // also behind a range that ends before the last page

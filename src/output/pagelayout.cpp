@@ -86,3 +86,13 @@ QPixmap pageNumberPixmap(int number)
     painter.drawText(QRect(0, 0, numberWidth, numberHeight), Qt::AlignHCenter | Qt::AlignVCenter, u"%1"_s.arg(number));
     return pixmap;
 }
+
+double fitScale(const QSizeF &page, const QSizeF &area)
+{
+    return std::min(area.width() / page.width(), area.height() / page.height());
+}
+
+bool isPageWanted(int number, int first, int last)
+{
+    return (first <= number && number <= last) || first + last == 0;
+}

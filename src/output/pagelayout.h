@@ -34,3 +34,10 @@ QRectF pageNumberBox(const QSizeF &page);
 
 /// \a number in gray on transparent ground, 180 x 60 pixels.
 QPixmap pageNumberPixmap(int number);
+
+/// The scale at which the whole of a page of the size \a page fits \a area.
+double fitScale(const QSizeF &page, const QSizeF &area);
+
+/// Whether the page \a number, counted from 1, is to be drawn if the pages
+/// \a first to \a last are asked for. 0 and 0 ask for all pages.
+bool isPageWanted(int number, int first, int last);
