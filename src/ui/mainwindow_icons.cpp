@@ -1,12 +1,15 @@
 #include "app/mainwindow.h"
 
+#include "ui/iconframe.h"
 #include "ui/screendensity.h"
 
 #include <QIcon>
 #include <QPainter>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -38,19 +41,6 @@ QPixmap emptyIcon()
     QPixmap pixmap(size, size);
     pixmap.fill(Qt::transparent);
     return pixmap;
-}
-
-/// \a outer less \a margin on each side, made odd in width and height.
-QRect innerRect(const QRect &outer, int margin)
-{
-    QRect inner = outer.adjusted(margin, margin, -margin, -margin);
-    if ((inner.right() - inner.left()) % 2 != 0) {
-        inner.setRight(inner.right() - 1);
-    }
-    if ((inner.bottom() - inner.top()) % 2 != 0) {
-        inner.setBottom(inner.bottom() - 1);
-    }
-    return inner;
 }
 
 /// The centre pixel of \a rect.
@@ -102,7 +92,7 @@ void MainWindow::drawIcon(QPixmap &pixmap, const QColor &color, int margin,
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform | QPainter::TextAntialiasing);
     painter.setPen(strokePen(color));
     painter.setBrush(Qt::NoBrush);
-    draw(painter, innerRect(pixmap.rect(), margin));
+    draw(painter, iconFrame(pixmap.rect(), margin));
 }
 
 QIcon MainWindow::createOpenIcon() const
