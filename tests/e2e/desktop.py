@@ -56,7 +56,7 @@ class Desktop:
         }
         try:
             self.environment["DISPLAY"] = f":{self._start_screen()}"
-            self.start(["openbox", "--sm-disable"], stderr=subprocess.DEVNULL)
+            self.start(["openbox", "--sm-disable"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
             wait_until(lambda: self._try_xdotool("get_num_desktops"), "the window manager")
         except BaseException:
             self.close()

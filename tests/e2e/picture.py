@@ -77,7 +77,7 @@ class Picture:
         header = struct.pack(">IIBBBBB", self.width, self.height, 8, 2, 0, 0, 0)
         with open(path, "wb") as file:
             file.write(b"\x89PNG\r\n\x1a\n")
-            for name, content in ((b"IHDR", header), (b"IDAT", zlib.compress(bytes(lines), 1)), (b"IEND", b"")):
+            for name, content in ((b"IHDR", header), (b"IDAT", zlib.compress(bytes(lines), 6)), (b"IEND", b"")):
                 check = zlib.crc32(name + content)
                 file.write(struct.pack(">I", len(content)) + name + content + struct.pack(">I", check))
 
