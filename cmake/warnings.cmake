@@ -2,7 +2,7 @@
 add_library(quillmarch_warnings INTERFACE)
 target_compile_options(quillmarch_warnings INTERFACE
     $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wold-style-cast
-        -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference -Wimplicit-fallthrough -Wformat=2>
+        -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough -Wformat=2>
     $<$<CXX_COMPILER_ID:MSVC>:/W4 /utf-8>)
 if(QUILLMARCH_WERROR)
     target_compile_options(quillmarch_warnings INTERFACE

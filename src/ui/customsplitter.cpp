@@ -4,8 +4,6 @@
 #include <QMouseEvent>
 #include <QPainter>
 
-#include <array>
-
 namespace {
 
 constexpr int handleThickness = 6;
@@ -144,13 +142,10 @@ void CustomSplitterHandle::paintHover(QPainter *painter) const
     painter->fillRect(frame.rect, QColor(74, 144, 226, 90));
     painter->setPen(strokePen(230, 2.0));
     painter->setBrush(Qt::NoBrush);
-    const std::array strokes{
-        QLineF(cx + 2.5, cy - 5, cx - 2.5, cy),
-        QLineF(cx - 2.5, cy, cx + 2.5, cy + 5),
-        QLineF(cx - 2.5, cy - 5, cx + 2.5, cy),
-        QLineF(cx + 2.5, cy, cx - 2.5, cy + 5),
-    };
-    painter->drawLines(strokes.data(), int(strokes.size()));
+    painter->drawLine(QLineF(cx + 2.5, cy - 5, cx - 2.5, cy));
+    painter->drawLine(QLineF(cx - 2.5, cy, cx + 2.5, cy + 5));
+    painter->drawLine(QLineF(cx - 2.5, cy - 5, cx + 2.5, cy));
+    painter->drawLine(QLineF(cx + 2.5, cy, cx - 2.5, cy + 5));
 
     painter->setPen(Qt::NoPen);
     painter->setBrush(QColor(255, 255, 255, 180));
@@ -168,13 +163,10 @@ void CustomSplitterHandle::paintPressed(QPainter *painter) const
     painter->fillRect(frame.rect, QColor(0, 102, 204, 215));
     painter->setPen(strokePen(255, 2.5));
     painter->setBrush(Qt::NoBrush);
-    const std::array strokes{
-        QLineF(cx + 2, cy - 6, cx - 4, cy),
-        QLineF(cx - 4, cy, cx + 2, cy + 6),
-        QLineF(cx - 2, cy - 6, cx + 4, cy),
-        QLineF(cx + 4, cy, cx - 2, cy + 6),
-    };
-    painter->drawLines(strokes.data(), int(strokes.size()));
+    painter->drawLine(QLineF(cx + 2, cy - 6, cx - 4, cy));
+    painter->drawLine(QLineF(cx - 4, cy, cx + 2, cy + 6));
+    painter->drawLine(QLineF(cx - 2, cy - 6, cx + 4, cy));
+    painter->drawLine(QLineF(cx + 4, cy, cx - 2, cy + 6));
 
     painter->setPen(Qt::NoPen);
     painter->setBrush(QColor(255, 255, 255, 220));

@@ -88,7 +88,7 @@ bool SimpleUpdater::parseReleaseDocument(const QByteArray &body)
     if (!read) {
         return false;
     }
-    m_release = *read;
+    release = *read;
     return true;
 }
 
@@ -131,13 +131,13 @@ void SimpleUpdater::onUpdateCheckFinished()
         }
         return;
     }
-    if (!isNewerVersion(m_release.version, programVersion.toString()) || isSkipped(m_release.version)) {
+    if (!isNewerVersion(release.version, programVersion.toString()) || isSkipped(release.version)) {
         if (!silent) {
             showUpToDate();
         }
         return;
     }
-    presentRelease(m_release);
+    presentRelease(release);
 }
 
 void SimpleUpdater::onDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)

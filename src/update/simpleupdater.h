@@ -41,7 +41,7 @@ public:
     bool parseReleaseDocument(const QByteArray &body);
 
     /// The release of the last document that could be read.
-    const ReleaseInfo &release() const { return m_release; }
+    const ReleaseInfo &foundRelease() const { return release; }
 
     void showCheckError(const QString &message);
     void showUpToDate();
@@ -58,5 +58,5 @@ private:
     QNetworkReply *reply = nullptr; // the running check
     QString updateUrl;
     bool silent = false;
-    ReleaseInfo m_release;
+    ReleaseInfo release;
 };

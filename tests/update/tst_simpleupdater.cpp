@@ -107,16 +107,16 @@ void TestSimpleUpdater::keepsTheReleaseOfAnEarlierDocument()
 {
     SimpleUpdater updater;
     QVERIFY(!updater.parseReleaseDocument("{}"));
-    QCOMPARE(updater.release().version, QString());
+    QCOMPARE(updater.foundRelease().version, QString());
     QVERIFY(updater.parseReleaseDocument(documentFor("3.0.0")));
-    QCOMPARE(updater.release().version, u"3.0.0"_s);
-    QCOMPARE(updater.release().platform, u"windows"_s);
-    QCOMPARE(updater.release().fileSize, 7);
+    QCOMPARE(updater.foundRelease().version, u"3.0.0"_s);
+    QCOMPARE(updater.foundRelease().platform, u"windows"_s);
+    QCOMPARE(updater.foundRelease().fileSize, 7);
     QVERIFY(!updater.parseReleaseDocument("rubbish"));
     QVERIFY(!updater.parseReleaseDocument(R"({"releases": [{"version": "4", "platforms": [{"name": "macos"}]}]})"));
-    QCOMPARE(updater.release().version, u"3.0.0"_s);
+    QCOMPARE(updater.foundRelease().version, u"3.0.0"_s);
     QVERIFY(updater.parseReleaseDocument(documentFor("1.0.0")));
-    QCOMPARE(updater.release().version, u"1.0.0"_s);
+    QCOMPARE(updater.foundRelease().version, u"1.0.0"_s);
 }
 
 void TestSimpleUpdater::warnsWithoutAnAddress()
@@ -178,7 +178,7 @@ void TestSimpleUpdater::endsInteractively()
         QVERIFY(boxes.shown().isEmpty());
         QCOMPARE(openDialogs().size(), 1);
         const UpdateDialog *dialog = openDialogs().first();
-        QCOMPARE(headlineOf(*dialog), u"发现新版本 "_s + updater.release().version);
+        QCOMPARE(headlineOf(*dialog), u"发现新版本 "_s + updater.foundRelease().version);
         QVERIFY(dialog->testAttribute(Qt::WA_DeleteOnClose));
         QVERIFY(!dialog->isModal());
         QCOMPARE(dialog->parentWidget(), nullptr);
