@@ -95,7 +95,7 @@ class Program:
         self.known_tools = None
         self.process = self.desktop.start([str(self.executable)], cwd=self.work)
         self.main = self.desktop.window(self.process, TITLE)
-        self.desktop.xdotool("windowactivate", self.main)
+        self.activate(self.main)
         wait_until(self._has_views, "the two empty views")
 
     def _has_views(self):
@@ -112,8 +112,13 @@ class Program:
         parser.read(self.config_file, encoding="utf-8")
         return parser.get("config", key, fallback=None)
 
+    def activate(self, window):
+        """Gives a window the keyboard."""
+        self.desktop.xdotool("windowactivate", "--sync", window)
+
     def quit(self):
         """Ctrl+X; returns the exit status."""
+        self.activate(self.main)
         self.desktop.key("ctrl+x")
         return self.process.wait(15)
 
@@ -169,9 +174,9 @@ class Program:
     # Files
 
     def answer_file_dialog(self, keys, title, path):
+        self.activate(self.main)
         self.desktop.key(keys)
-        dialog = self.desktop.window(self.process, title)
-        self.desktop.xdotool("windowactivate", "--sync", dialog)
+        self.activate(self.desktop.window(self.process, title))
         self.desktop.write(str(path))
         self.desktop.key("Return")
         wait_until(lambda: title not in self.desktop.windows(self.process), f"the end of the dialog {title!r}")
@@ -276,6 +281,23 @@ class ProgramTest(unittest.TestCase):
 
     def assertNear(self, value, expected, tolerance, what=""):
         self.assertLessEqual(abs(value - expected), tolerance, f"{what}: {value} is not {expected} ± {tolerance}")
+
+    def assertBecomes(self, measure, expected, tolerance, what=""):
+        """The program may need a while until it shows what it was told to do."""
+        value = None
+
+        def is_near():
+            nonlocal value
+            try:
+                value = measure()
+            except IndexError:  # what is measured cannot be seen yet
+                return False
+            return abs(value - expected) <= tolerance
+
+        try:
+            wait_until(is_near, what)
+        except AssertionError as error:
+            raise AssertionError(f"{what}: {value} is not {expected} ± {tolerance}") from error
 
     def paint_ruler(self, name="ruler.png", border=0):
         path = self.desktop.path / name

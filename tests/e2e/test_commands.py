@@ -21,6 +21,7 @@ class Commands(ProgramTest):
     def export(self, name):
         path = self.desktop.path / name
         self.program.answer_file_dialog("ctrl+s", self.save_title, path)
+        wait_until(lambda: path.exists() and path.read_bytes().rstrip().endswith(b"%%EOF"), "a whole PDF file")
         wait_until(self.program.toast, "the toast after the export")
         return path
 
@@ -53,10 +54,13 @@ class Commands(ProgramTest):
     def test_cutsFallIntoTheWhiteLines(self):
         self.program.start()
         self.open(self.paint_ruler())
+
+        def first_cut():
+            picture = self.program.picture()
+            return self.program.cut_row(picture, self.program.cut_bars(picture)[0])
+
+        self.assertBecomes(first_cut, rulerimage.WHITE_LINES[0], 8, "first cut")
         picture = self.program.picture()
-        bars = self.program.cut_bars(picture)
-        self.assertTrue(bars)
-        self.assertNear(self.program.cut_row(picture, bars[0]), rulerimage.WHITE_LINES[0], 8, "first cut")
         first, last = self.program.rows_on_page(picture, self.program.pages(picture)[0])
         self.assertNear(first, 0, 8, "first row of page 1")
         self.assertNear(last, rulerimage.WHITE_LINES[0], 8, "last row of page 1")
@@ -71,14 +75,14 @@ class Commands(ProgramTest):
             left, right = self.program.strip_edges(picture, layout.top + 20)
             return (right - left) / layout.main_width
 
-        self.assertNear(share(), 0.75, 0.01, "at first")
+        self.assertBecomes(share, 0.75, 0.01, "at first")
         for expected in (0.80, 0.85, 0.90, 0.90):
             self.program.click_tool("zoom in")
-            self.assertNear(share(), expected, 0.01, "after a step in")
+            self.assertBecomes(share, expected, 0.01, "after a step in")
         self.shoot("in")
         for expected in (0.85, 0.80, 0.75, 0.70, 0.65, 0.60, 0.55, 0.50, 0.45, 0.45):
             self.program.click_tool("zoom out")
-            self.assertNear(share(), expected, 0.01, "after a step out")
+            self.assertBecomes(share, expected, 0.01, "after a step out")
 
     def test_marginButtonsMoveTheContentAndAreRemembered(self):
         self.program.start()
@@ -96,11 +100,11 @@ class Commands(ProgramTest):
             """
             return 700 / 1140 * (1204 - 2 * percent * (first_strip + 20) / 100) / 840
 
-        self.assertNear(content_width(), expected(10, 1000), 0.015, "at first")
+        self.assertBecomes(content_width, expected(10, 1000), 0.015, "at first")
         for button, percent in (("less margin", 5), ("less margin", 0), ("more margin", 5), ("more margin", 10)):
             self.program.click_tool(button)
             wait_until(lambda: self.program.setting("marginsc") == str(percent), f"{percent} percent in user.ini")
-            self.assertNear(content_width(), expected(percent, 950), 0.015, f"at {percent} percent")
+            self.assertBecomes(content_width, expected(percent, 950), 0.015, f"at {percent} percent")
 
     def test_exportsWhatTheLeftViewShows(self):
         self.program.start()
@@ -119,13 +123,14 @@ class Commands(ProgramTest):
         wait_until(lambda: self.program.setting("savepath") == str(self.desktop.path), "the folder in user.ini")
 
         self.program.click_tool("layout")
-        picture = self.program.picture()
+
+        def top_of_column(x_share):
+            picture = self.program.picture()
+            return self.program.rows_on_page(picture, self.program.pages(picture)[0], x_share)[0]
+
+        self.assertBecomes(lambda: top_of_column(0.7), rulerimage.WHITE_LINES[1], 24, "top of the right column")
+        self.assertBecomes(lambda: top_of_column(0.3), 0, 10, "top of the left column")
         self.shoot("two-columns")
-        page = self.program.pages(picture)[0]
-        left_first, _ = self.program.rows_on_page(picture, page, 0.3)
-        right_first, _ = self.program.rows_on_page(picture, page, 0.7)
-        self.assertNear(left_first, 0, 10, "top of the left column")
-        self.assertNear(right_first, rulerimage.WHITE_LINES[1], 24, "top of the right column")
         info, pages = self.pdf_pages(self.export("double.pdf"))
         self.assertRegex(info, r"Pages:\s+2\n")
         for number, page in enumerate(pages):
@@ -142,13 +147,13 @@ class Commands(ProgramTest):
 
         self.assertEqual(number_ink(), 0)
         self.program.click_tool("numbers")
-        self.assertGreater(number_ink(), 3)
+        wait_until(lambda: number_ink() > 3, "a page number")
         self.shoot("numbers")
         _, pages = self.pdf_pages(self.export("numbered.pdf"))
         plain = pages[0].part(0, pages[0].height * 88 // 100, pages[0].width, pages[0].height * 12 // 100)
         self.assertTrue(any(c != WHITE for y in range(plain.height) for c in plain.row(y, 0, plain.width)))
         self.program.click_tool("numbers")
-        self.assertEqual(number_ink(), 0)
+        wait_until(lambda: number_ink() == 0, "no page number")
 
     def test_trimTakesTheWhiteBorderAway(self):
         self.program.start()

@@ -14,7 +14,9 @@ class Drop(ProgramTest):
         self.program.start()
 
     def drop(self, address, target):
-        source = self.desktop.start([os.environ["QUILLMARCH_DRAG_SOURCE"], address])
+        told = self.desktop.path / "drag.txt"
+        with told.open("w") as output:
+            source = self.desktop.start([os.environ["QUILLMARCH_DRAG_SOURCE"], address], stdout=output)
         window = self.desktop.window(source, "drag source")
         left, top, width, height = self.desktop.geometry(window)
         start = (left + width / 2, top + height / 2)
@@ -22,8 +24,9 @@ class Drop(ProgramTest):
         self.desktop.press()
         self.desktop.glide(start, target, steps=20)
         self.desktop.glide(target, (target[0] + 3, target[1] + 3), steps=3)
-        self.desktop.calm_screen()
+        wait_until(lambda: "accepted" in told.read_text(), "a target that takes the drag")
         self.desktop.release()
+        wait_until(lambda: "dropped" in told.read_text(), "the end of the drag")
 
     def views(self):
         layout = self.program.layout()

@@ -5,11 +5,14 @@
 #include <QMouseEvent>
 #include <QUrl>
 
+#include <cstdio>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Gives the addresses away to whoever they are dragged to with the mouse.
+/// Gives the addresses away to whoever they are dragged to with the mouse, and
+/// tells on its standard output when a target accepts them and how it ended.
 class DragSource : public QLabel
 {
 public:
@@ -31,7 +34,14 @@ protected:
         offer->setUrls(addresses);
         auto *drag = new QDrag(this); // deletes itself when it ends
         drag->setMimeData(offer);
-        drag->exec(Qt::CopyAction);
+        connect(drag, &QDrag::actionChanged, this, [](Qt::DropAction action) {
+            if (action == Qt::CopyAction) {
+                std::puts("accepted");
+                std::fflush(stdout);
+            }
+        });
+        std::puts(drag->exec(Qt::CopyAction) == Qt::CopyAction ? "dropped" : "cancelled");
+        std::fflush(stdout);
     }
 
 private:
