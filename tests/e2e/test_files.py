@@ -84,10 +84,16 @@ class Failures(ProgramTest):
         self.program.answer_file_dialog("ctrl+o", self.title, path)
 
     def assertToastComesAndGoes(self):
-        left, top, width, height = wait_until(self.program.toast, "the toast")
         window = self.desktop.geometry(self.program.main)
-        self.assertNear(left + width / 2, window[0] + window[2] / 2, 2, "middle of the toast")
-        self.assertNear(top + height / 2, window[1] + window[3] / 2, 2, "middle of the toast")
+        wait_until(self.program.toast, "the toast")
+
+        def middle(axis):
+            toast = self.program.toast()
+            return toast[axis] + toast[axis + 2] / 2
+
+        self.assertBecomes(lambda: middle(0), window[0] + window[2] / 2, 2, "middle of the toast across")
+        self.assertBecomes(lambda: middle(1), window[1] + window[3] / 2, 2, "middle of the toast downward")
+        left, top, width, height = self.program.toast()
 
         def has_text():
             toast = self.desktop.screen().part(left, top, width, height)
