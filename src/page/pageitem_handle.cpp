@@ -18,8 +18,7 @@ QPen handlePen(int alpha, double width, Qt::PenStyle style = Qt::SolidLine)
 }
 
 /// Two strokes over (\a centre.x, \a centre.y): from the left foot to the tip
-/// and from the tip to the right foot. Positive y points down. Each stroke is
-/// drawn for itself, so the tip, where both meet, gets the pen twice.
+/// and from the tip to the right foot. Positive y points down.
 void drawChevron(QPainter *painter, QPointF centre, double halfWidth, double footY, double tipY)
 {
     const QPointF left(centre.x() - halfWidth, centre.y() + footY);

@@ -84,15 +84,15 @@ class Failures(ProgramTest):
         self.program.answer_file_dialog("ctrl+o", self.title, path)
 
     def assertToastComesAndGoes(self):
-        window = self.desktop.geometry(self.program.main)
         wait_until(self.program.toast, "the toast")
 
-        def middle(axis):
-            toast = self.program.toast()
-            return toast[axis] + toast[axis + 2] / 2
+        def off_centre(axis):
+            toast = self.program.toast() or ()
+            window = self.desktop.geometry(self.program.main)
+            return toast[axis] + toast[axis + 2] / 2 - window[axis] - window[axis + 2] / 2
 
-        self.assertBecomes(lambda: middle(0), window[0] + window[2] / 2, 2, "middle of the toast across")
-        self.assertBecomes(lambda: middle(1), window[1] + window[3] / 2, 2, "middle of the toast downward")
+        self.assertBecomes(lambda: off_centre(0), 0, 2, "middle of the toast across")
+        self.assertBecomes(lambda: off_centre(1), 0, 2, "middle of the toast downward")
         left, top, width, height = self.program.toast()
 
         def has_text():
