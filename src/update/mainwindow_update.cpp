@@ -100,13 +100,13 @@ void MainWindow::showUpdateDialog()
     request.isForced = false;
     request.hasUpdate = true;
 
-    downloadDialog = new DownloadUpdateDialog(request, this);
+    auto *dialog = new DownloadUpdateDialog(request, this);
+    downloadDialog = dialog;
     // Its other request, to pause, has no answer: a download cannot be paused.
-    connect(downloadDialog, &DownloadUpdateDialog::requestStartDownload, this, &MainWindow::startDownload);
-    downloadDialog->move(x() + (width() - downloadDialog->width()) / 2,
-                         y() + (height() - downloadDialog->height()) / 2);
-    downloadDialog->exec();
-    downloadDialog->deleteLater();
+    connect(dialog, &DownloadUpdateDialog::requestStartDownload, this, &MainWindow::startDownload);
+    dialog->move(x() + (width() - dialog->width()) / 2, y() + (height() - dialog->height()) / 2);
+    dialog->exec();
+    dialog->deleteLater();
     downloadDialog = nullptr;
 }
 

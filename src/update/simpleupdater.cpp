@@ -48,11 +48,15 @@ void SimpleUpdater::checkForUpdates()
         qWarning("Update URL is not set");
         return;
     }
-    if (reply) {
+    while (reply) {
         // The abort delivers finished() at once. onUpdateCheckFinished() then
-        // clears the member, and may run an event loop.
+        // clears the member and may run an event loop, in which the next check
+        // can start.
         const QPointer<QNetworkReply> replaced = reply;
         replaced->abort();
+        if (replaced == reply) {
+            reply = nullptr;
+        }
         if (replaced) {
             replaced->disconnect(this);
             replaced->deleteLater();

@@ -1,7 +1,9 @@
+#include "app/buildconfig.h"
 #include "app/mainwindow.h"
 #include "app/startup.h"
 #include "page/pageitem.h"
 #include "support/documents.h"
+#include "support/httpserver.h"
 #include "support/testmain.h"
 
 #include <QDir>
@@ -60,6 +62,10 @@ public:
 
     QString filePath(const QString &name) const { return dir.filePath(name); }
 
+    /// All that goes over the network goes to this port of 127.0.0.1. Nobody
+    /// listens on the one that is set at first.
+    void setProxyPort(quint16 port) { proxyPort = port; }
+
     void start()
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -67,6 +73,7 @@ public:
         environment.insert(u"XDG_CONFIG_HOME"_s, dir.filePath(u"home/.config"_s));
         environment.insert(u"QT_QPA_PLATFORM"_s, u"minimal"_s);
         environment.insert(u"QT_DEBUG_BACKINGSTORE"_s, u"1"_s);
+        environment.insert(u"https_proxy"_s, u"http://127.0.0.1:%1"_s.arg(proxyPort));
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(dir.filePath(u"work"_s));
         process.start(dir.filePath(u"program"_s), {u"--help"_s, u"picture.png"_s}); // which it never looks at
@@ -84,6 +91,7 @@ public:
 private:
     QTemporaryDir dir;
     QProcess process;
+    quint16 proxyPort = 9;
 };
 
 QByteArray iniWith(const char *key, const char *value)
@@ -112,6 +120,7 @@ private slots:
     void programReadsTheFileBesideItself();
     void programLeavesTheConfigurationAlone();
     void programKeepsTheWindowStateOfTheUser();
+    void programAsksForAReleaseOnceAndQuietly();
 };
 
 void TestStartup::readsTheLanguage_data()
@@ -251,6 +260,24 @@ void TestStartup::programKeepsTheWindowStateOfTheUser()
     program.start();
     const QString state = program.filePath(u"home/.config/Quillmarch/Settings.conf"_s);
     QTRY_VERIFY_WITH_TIMEOUT(fileBytes(state).contains("windowGeometry"), startTime);
+}
+
+void TestStartup::programAsksForAReleaseOnceAndQuietly()
+{
+    HttpServer server; // refuses the tunnel, so the check fails
+    ProgramCopy program(std::nullopt);
+    ProgramCopy unheard(std::nullopt);
+    program.setProxyPort(server.port());
+    program.start();
+    unheard.start();
+    QTRY_VERIFY_WITH_TIMEOUT(!program.firstPicture().isNull() && !unheard.firstPicture().isNull(), startTime);
+    QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, startTime);
+    const QByteArray host = QUrl(updateDocumentHost.toString()).host().toUtf8();
+    QCOMPARE(server.requests().first().method, QByteArray("CONNECT"));
+    QCOMPARE(server.requests().first().target, host + ":443");
+    QCOMPARE(firstDifference(program.firstPicture(), unheard.firstPicture()), QString());
+    QVERIFY(program.isRunning());
+    QCOMPARE(server.requests().size(), 1);
 }
 
 QUILLMARCH_TEST_MAIN(TestStartup)

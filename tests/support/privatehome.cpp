@@ -24,6 +24,9 @@ PrivateHome::PrivateHome()
     QDir(dir.path()).mkpath(u"home/Downloads"_s);
     QDir(dir.path()).mkpath(u"work"_s);
     QDir::setCurrent(dir.filePath(u"work"_s));
+    for (const char *proxy : {"http_proxy", "https_proxy", "all_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"}) {
+        qunsetenv(proxy); // test servers are on this machine
+    }
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }

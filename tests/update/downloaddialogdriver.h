@@ -16,11 +16,13 @@ inline bool driveDownloadDialog(MainWindow &window, const std::function<void(Dow
 {
     bool came = false;
     QTimer::singleShot(0, &window, [&] {
-        auto *dialog = qobject_cast<DownloadUpdateDialog *>(QApplication::activeModalWidget());
-        if (dialog) {
+        QWidget *modal = QApplication::activeModalWidget();
+        if (auto *dialog = qobject_cast<DownloadUpdateDialog *>(modal)) {
             came = true;
             drive(*dialog);
-            dialog->close();
+        }
+        if (modal) {
+            modal->close();
         }
     });
     window.findChild<QPushButton *>(QStringLiteral("updateButton"))->click();

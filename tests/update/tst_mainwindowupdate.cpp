@@ -6,6 +6,7 @@
 #include "support/testmain.h"
 #include "update/downloadupdatedialog.h"
 #include "update/simpleupdater.h"
+#include "updatechecks.h"
 
 #include <QLabel>
 #include <QNetworkProxy>
@@ -75,6 +76,7 @@ private slots:
     void offersASkippedVersionAgain();
     void asksThePackageHostWithoutAnAddress();
     void checksAtTheServiceHost();
+    void windowCheckLeavesTheStatusBarAlone();
     void ownsOneUpdaterWhichIsIdle();
 };
 
@@ -238,7 +240,26 @@ void TestMainWindowUpdate::checksAtTheServiceHost()
     QCOMPARE(server.requests().size(), 1);
     QCOMPARE(server.requests().first().method, QByteArray("CONNECT"));
     QCOMPARE(server.requests().first().target, tunnelTo(serviceHost));
-    QVERIFY(versionLabelOf(window)->text() != u"v2.7.1→v3.0.0"_s); // a check does not reach the status bar
+}
+
+void TestMainWindowUpdate::windowCheckLeavesTheStatusBarAlone()
+{
+    HttpServer server;
+    server.setResponse("/newer.json", answerWith(documentFor("3.0.0")));
+    MainWindow window;
+    window.findChild<SimpleUpdater *>()->setUpdateUrl(server.url(u"/newer.json"_s).toString());
+    const QString text = versionLabelOf(window)->text();
+    const QString style = versionLabelOf(window)->styleSheet();
+    const QString message = window.statusBar()->currentMessage();
+    window.onCheckUpdateClicked();
+    QTRY_COMPARE(openDialogs().size(), 1);
+    QCOMPARE(headlineOf(*openDialogs().first()), u"发现新版本 3.0.0"_s);
+    QCOMPARE(versionLabelOf(window)->text(), text);
+    QCOMPARE(versionLabelOf(window)->styleSheet(), style);
+    QCOMPARE(window.statusBar()->currentMessage(), message);
+    QVERIFY(updateButtonOf(window)->isHidden());
+    openDialogs().first()->close();
+    QTRY_VERIFY(openDialogs().isEmpty());
 }
 
 void TestMainWindowUpdate::ownsOneUpdaterWhichIsIdle()
