@@ -14,6 +14,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr double highestDensity = 1.6;
+constexpr int logoHeight = 60;
+constexpr int emptyLogoHeight = 20;
 
 /// \a base points, growing with the screen's density up to \a most.
 double limited(double base, double most)
@@ -80,12 +82,13 @@ void AboutDialog::setLanguage(const QString &code)
     language = code;
     if (language != "en"_L1) {
         logoLabel->clear();
-        logoLabel->setMinimumHeight(20);
+        logoLabel->setMinimumHeight(emptyLogoHeight);
         return;
     }
+    logoLabel->setMinimumHeight(logoHeight); // a crowded dialog would cut the logo to less
     const QPixmap logo(u":/images/sitelogo.png"_s);
     if (!logo.isNull()) {
-        logoLabel->setPixmap(logo.scaled(120, 60, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+        logoLabel->setPixmap(logo.scaled(120, logoHeight, Qt::KeepAspectRatio, Qt::SmoothTransformation));
     }
 }
 
@@ -148,7 +151,7 @@ void AboutDialog::createWidgets()
     logoLabel = new QLabel(this);
     logoLabel->setObjectName("logoLabel"_L1);
     logoLabel->setAlignment(Qt::AlignCenter);
-    logoLabel->setMinimumHeight(60);
+    logoLabel->setMinimumHeight(logoHeight);
     setLanguage(language);
 
     infoLabel = new QLabel(description(), this);
