@@ -1,0 +1,131 @@
+#include "comparison.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+
+namespace {
+
+struct Least
+{
+    double time = 0.0; // milliseconds
+    std::string failure;
+};
+
+/// Keeps the least time of each benchmark and prints nothing but a sign of
+/// life.
+class LeastTimes : public benchmark::BenchmarkReporter
+{
+public:
+    bool ReportContext(const Context &) override { return true; }
+
+    void ReportRuns(const std::vector<Run> &runs) override
+    {
+        for (const Run &run : runs) {
+            if (run.run_type == Run::RT_Iteration) {
+                take(run);
+            }
+        }
+    }
+
+    const Least &of(const std::string &name) { return times[name]; }
+
+private:
+    void take(const Run &run)
+    {
+        const std::string &name = run.run_name.function_name;
+        const bool manual = run.run_name.time_type == "manual_time";
+        const double time = manual ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
+        const auto [entry, isFirst] = times.try_emplace(name, Least{time, run.error_message});
+        entry->second.time = std::min(entry->second.time, time);
+        std::fprintf(stderr, "%-60s %10.3f ms\n", name.c_str(), time);
+    }
+
+    std::map<std::string, Least> times;
+};
+
+std::string nameOf(const Comparison &comparison, const char *side)
+{
+    return comparison.step + '/' + comparison.image + '/' + side;
+}
+
+void registerSide(const Comparison &comparison, const char *side, const Measured &measured)
+{
+    auto *benchmark = benchmark::RegisterBenchmark(nameOf(comparison, side).c_str(), measured);
+    benchmark->Unit(benchmark::kMillisecond);
+    if (comparison.clock == Clock::Manual) {
+        benchmark->UseManualTime();
+    } else {
+        benchmark->MeasureProcessCPUTime();
+    }
+}
+
+std::string limitText(double target)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "<= %.2f", target);
+    return text;
+}
+
+} // namespace
+
+bool Table::wants(const std::string &step, const std::string &image) const
+{
+    return std::regex_search(step + '/' + image, wanted);
+}
+
+bool Table::wantsAny(const std::vector<Comparison> &group) const
+{
+    return std::any_of(group.cbegin(), group.cend(),
+                       [this](const Comparison &each) { return wants(each.step, each.image); });
+}
+
+void Table::measure(const std::vector<Comparison> &group)
+{
+    std::vector<Comparison> chosen;
+    std::copy_if(group.cbegin(), group.cend(), std::back_inserter(chosen),
+                 [this](const Comparison &each) { return wants(each.step, each.image); });
+    if (chosen.empty()) {
+        return;
+    }
+    for (const Comparison &each : chosen) {
+        registerSide(each, "program", each.program);
+        registerSide(each, "floor", each.floor);
+    }
+    LeastTimes times;
+    benchmark::RunSpecifiedBenchmarks(&times, "all");
+    benchmark::ClearRegisteredBenchmarks();
+    for (const Comparison &each : chosen) {
+        const Least program = times.of(nameOf(each, "program"));
+        const Least floor = times.of(nameOf(each, "floor"));
+        const double floorTime = floor.time * each.floorFactor;
+        add({each.step, each.image, "ms", program.time, floorTime, limitText(each.target),
+             program.time <= each.target * floorTime, program.failure + floor.failure});
+    }
+}
+
+void Table::add(const Row &row)
+{
+    rows.push_back(row);
+}
+
+void Table::print() const
+{
+    std::printf("| %-20s | %-14s | %10s | %10s | %6s | %-14s | |\n", "Step", "Image", "Program", "Floor", "Ratio",
+                "Target");
+    std::printf("|:---------------------|:---------------|-----------:|-----------:|-------:|:---------------|-|\n");
+    for (const Row &row : rows) {
+        if (row.failure.empty()) {
+            std::printf("| %-20s | %-14s | %7.2f %s | %7.2f %s | %6.3f | %-14s |%s|\n", row.step.c_str(),
+                        row.image.c_str(), row.program, row.unit, row.floor, row.unit, row.program / row.floor,
+                        row.target.c_str(), row.reached ? " " : "!");
+        } else {
+            std::printf("| %-20s | %-14s | %s |\n", row.step.c_str(), row.image.c_str(), row.failure.c_str());
+        }
+    }
+}
+
+bool Table::isComplete() const
+{
+    return std::all_of(rows.cbegin(), rows.cend(), [](const Row &row) { return row.failure.empty(); });
+}

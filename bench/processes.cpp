@@ -1,0 +1,132 @@
+#include "steps.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QHostAddress>
+#include <QImageReader>
+#include <QProcess>
+#include <QTcpServer>
+
+#include <chrono>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr double mebibyte = 1024.0 * 1024.0;
+constexpr double allowedShare = 1.1;
+constexpr double allowedRest = 60.0; // mebibytes, for the toolkit and the window
+
+/// What a child process took, in seconds.
+struct ProcessTimes
+{
+    double processor = 0.0;
+    double elapsed = 0.0;
+    bool good = false;
+};
+
+double seconds(const timeval &time)
+{
+    return double(time.tv_sec) + 1e-6 * double(time.tv_usec);
+}
+
+QByteArray besideThis(const char *program)
+{
+    return QFile::encodeName(QCoreApplication::applicationDirPath()) + '/' + program;
+}
+
+/// Runs \a program, which lies beside this one, to its end.
+ProcessTimes runProcess(const char *program)
+{
+    QByteArray path = besideThis(program);
+    char *arguments[] = {path.data(), nullptr};
+    const auto start = std::chrono::steady_clock::now();
+    pid_t child = 0;
+    int status = 0;
+    rusage usage{};
+    // Not QProcess: a fork of this process would count its page tables.
+    const bool ran = posix_spawn(&child, path.constData(), nullptr, nullptr, arguments, environ) == 0
+        && wait4(child, &status, 0, &usage) == child;
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    return {seconds(usage.ru_utime) + seconds(usage.ru_stime), elapsed.count(),
+            ran && WIFEXITED(status) && WEXITSTATUS(status) == 0};
+}
+
+void measureProcess(benchmark::State &state, const char *program, double ProcessTimes::*time)
+{
+    for (auto _ : state) {
+        const ProcessTimes times = runProcess(program);
+        if (!times.good) {
+            state.SkipWithError("the window was not painted");
+            break;
+        }
+        state.SetIterationTime(times.*time);
+    }
+}
+
+/// The same on a network that takes every connection and never answers.
+void measureOnSilentNetwork(benchmark::State &state, const char *program, double ProcessTimes::*time)
+{
+    QTcpServer server;
+    if (!server.listen(QHostAddress::LocalHost)) {
+        state.SkipWithError("no server");
+        return;
+    }
+    qputenv("QUILLMARCH_BENCH_PROXY", QByteArray::number(server.serverPort()));
+    measureProcess(state, program, time);
+    qunsetenv("QUILLMARCH_BENCH_PROXY");
+}
+
+/// The size of the pixels in the file \a path as they are decoded, in bytes.
+double decodedBytes(const QString &path)
+{
+    QImageReader::setAllocationLimit(0);
+    QImageReader reader(path);
+    reader.setAutoTransform(true);
+    return double(reader.read().sizeInBytes());
+}
+
+} // namespace
+
+std::vector<Comparison> startComparisons()
+{
+    const auto with = [](auto measured, const char *program, double ProcessTimes::*time) {
+        return [=](benchmark::State &state) { measured(state, program, time); };
+    };
+    constexpr auto processor = &ProcessTimes::processor;
+    constexpr auto elapsed = &ProcessTimes::elapsed;
+    constexpr auto program = "bench-start";
+    constexpr auto empty = "bench-start-empty";
+    return {
+        {"start", "processor", 1.5, with(measureProcess, program, processor), with(measureProcess, empty, processor),
+         1.0, Clock::Manual},
+        {"start", "elapsed", 1.5, with(measureProcess, program, elapsed), with(measureProcess, empty, elapsed), 1.0,
+         Clock::Manual},
+        {"start", "silent network", 1.1, with(measureOnSilentNetwork, program, elapsed),
+         with(measureProcess, program, elapsed), 1.0, Clock::Manual},
+    };
+}
+
+Row peakMemory(const SampleFile &file, const QString &pdfPath)
+{
+    Row row;
+    row.step = "peak memory";
+    row.image = file.name;
+    row.unit = "MB";
+    QProcess process;
+    process.start(QFile::decodeName(besideThis("bench-memory")), {file.path, pdfPath});
+    process.waitForFinished(-1);
+    bool ok = false;
+    row.program = process.readAllStandardOutput().trimmed().toDouble(&ok) / mebibyte;
+    if (!ok || process.exitCode() != 0) {
+        row.failure = "bench-memory failed";
+        return row;
+    }
+    row.floor = decodedBytes(file.path) / mebibyte;
+    row.target = "<= 1.1 x + 60";
+    row.reached = row.program <= allowedShare * row.floor + allowedRest;
+    return row;
+}
