@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr int processRepetitions = 20;
+
 struct Least
 {
     double time = 0.0; // milliseconds
@@ -36,8 +38,11 @@ private:
         const std::string &name = run.run_name.function_name;
         const bool manual = run.run_name.time_type == "manual_time";
         const double time = manual ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
-        const auto [entry, isFirst] = times.try_emplace(name, Least{time, run.error_message});
-        entry->second.time = std::min(entry->second.time, time);
+        Least &least = times.try_emplace(name, Least{time, {}}).first->second;
+        least.time = std::min(least.time, time);
+        if (!run.report_label.empty()) {
+            least.failure = run.report_label;
+        }
         std::fprintf(stderr, "%-60s %10.3f ms\n", name.c_str(), time);
     }
 
@@ -54,7 +59,7 @@ void registerSide(const Comparison &comparison, const char *side, const Measured
     auto *benchmark = benchmark::RegisterBenchmark(nameOf(comparison, side).c_str(), measured);
     benchmark->Unit(benchmark::kMillisecond);
     if (comparison.clock == Clock::Manual) {
-        benchmark->UseManualTime();
+        benchmark->UseManualTime()->Iterations(1)->Repetitions(processRepetitions);
     } else {
         benchmark->MeasureProcessCPUTime();
     }
@@ -111,16 +116,16 @@ void Table::add(const Row &row)
 
 void Table::print() const
 {
-    std::printf("| %-20s | %-14s | %10s | %10s | %6s | %-14s | |\n", "Step", "Image", "Program", "Floor", "Ratio",
+    std::printf("| %-26s | %-14s | %10s | %10s | %6s | %-14s | |\n", "Step", "Image", "Program", "Floor", "Ratio",
                 "Target");
-    std::printf("|:---------------------|:---------------|-----------:|-----------:|-------:|:---------------|-|\n");
+    std::printf("|:---------------------------|:---------------|-----------:|-----------:|-------:|:---------------|-|\n");
     for (const Row &row : rows) {
         if (row.failure.empty()) {
-            std::printf("| %-20s | %-14s | %7.2f %s | %7.2f %s | %6.3f | %-14s |%s|\n", row.step.c_str(),
+            std::printf("| %-26s | %-14s | %7.2f %s | %7.2f %s | %6.3f | %-14s |%s|\n", row.step.c_str(),
                         row.image.c_str(), row.program, row.unit, row.floor, row.unit, row.program / row.floor,
                         row.target.c_str(), row.reached ? " " : "!");
         } else {
-            std::printf("| %-20s | %-14s | %s |\n", row.step.c_str(), row.image.c_str(), row.failure.c_str());
+            std::printf("| %-26s | %-14s | %s |\n", row.step.c_str(), row.image.c_str(), row.failure.c_str());
         }
     }
 }

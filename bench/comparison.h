@@ -6,6 +6,9 @@
 #include <string>
 #include <vector>
 
+/// Runs one side of a comparison. Tells in the label of the state, and in no
+/// other way, that it did not do its work: the library stops the program if
+/// only some repetitions fail by SkipWithError().
 using Measured = std::function<void(benchmark::State &)>;
 
 /// Which time of a measured function counts.

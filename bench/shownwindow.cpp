@@ -68,6 +68,13 @@ void ShownWindow::exportPdf(const QString &path)
     window.renderDocument(&painter, &printer);
 }
 
+void ShownWindow::resetCuts()
+{
+    window.setAutoPage(false);
+    window.rebuildDocument();
+    window.setAutoPage(true);
+}
+
 PageItem *ShownWindow::showMiddleCut()
 {
     const QList<PageItem *> chain = strips();

@@ -47,6 +47,9 @@ public:
     /// Writes the shown layout to the PDF file \a path, as the window does.
     void exportPdf(const QString &path);
 
+    /// Makes the document anew, with the cuts at their regular places.
+    void resetCuts();
+
     /// Brings the cut in the middle of the document to the middle of the large
     /// view, and its page into the preview. Returns the strip above the cut.
     PageItem *showMiddleCut();

@@ -41,7 +41,8 @@ std::vector<Comparison> exportComparisons(const OpenImagePtr &image);
 /// to \a pdfPath.
 std::vector<Comparison> growthComparisons(int height, const QString &folder, const QString &pdfPath);
 
-/// The start of the program next to that of an empty window.
+/// The start of the program next to that of an empty window, of one with bars
+/// and a text, and of itself on a network that does not answer.
 std::vector<Comparison> startComparisons();
 
 /// The peak memory of a process that opens \a file and exports it to
