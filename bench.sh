@@ -1,9 +1,13 @@
-#!/bin/sh
-# Builds the benchmark and measures each step next to its least work; tells
-# what it does on the error output and prints one table. Options go to the
-# program: --quick, --large, --only PATTERN. See docs/performance.md.
-set -eu
-root=$(cd "$(dirname "$0")" && pwd)
-cmake -S "$root" --preset release -DQUILLMARCH_BENCH=ON >&2
-cmake --build "$root/build/release" --target quillmarch-bench >&2
-exec "$root/build/release/bench/quillmarch-bench" "$@"
+#!/usr/bin/env bash
+# Installs what is missing, builds the benchmark and prints its table; what it
+# is at goes to the error output. Options go to the program: --quick, --large,
+# --only PATTERN. See docs/performance.md.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
+
+{
+    install_packages build run
+    build quillmarch-bench
+    say "Measuring"
+} >&2
+exec "$build_folder/bench/quillmarch-bench" "$@"
