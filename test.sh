@@ -3,8 +3,10 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
+# A busy machine can spoil what a test of the real window measures against a
+# clock, so a test that fails is tried once more; the log shows both tries.
 run_tests() {
-    (cd "$root" && ctest --preset "$preset" --no-tests=error --parallel "$(nproc)")
+    (cd "$root" && ctest --preset "$preset" --no-tests=error --parallel "$(nproc)" --repeat until-pass:2)
 }
 
 install_packages build run test
