@@ -1,12 +1,19 @@
 #include "ui/leftview.h"
 
+#include "ui/scrollbarloop.h"
 #include "ui/viewstyle.h"
 
+#include <QGraphicsScene>
 #include <QResizeEvent>
 
 namespace {
 
 constexpr double fitRatio = 0.8;
+
+double fittedScale(const QGraphicsScene *scene, double width)
+{
+    return width * fitRatio / scene->sceneRect().width();
+}
 
 } // namespace
 
@@ -24,7 +31,7 @@ void LeftView::fitToWidth(double width)
     if (scene() == nullptr) {
         return;
     }
-    const double scale = width * fitRatio / scene()->sceneRect().width();
+    const double scale = fittedScale(scene(), width);
     setTransform(QTransform::fromScale(scale, scale), false);
 }
 
@@ -36,7 +43,10 @@ void LeftView::showScrollBars()
 
 void LeftView::resizeEvent(QResizeEvent *event)
 {
-    fitToWidth(event->size().width());
+    const double width = event->size().width();
+    if (scene() != nullptr && !bringsScrollBarBack(this, event, fittedScale(scene(), width))) {
+        fitToWidth(width);
+    }
     QGraphicsView::resizeEvent(event);
 }
 

@@ -1,5 +1,6 @@
 #include "ui/mainview.h"
 
+#include "ui/scrollbarloop.h"
 #include "ui/viewstyle.h"
 
 #include <QResizeEvent>
@@ -18,7 +19,7 @@ void MainView::fitToWidth(double width)
     if (scene() == nullptr) {
         return;
     }
-    const double scale = width * m_fitRatio / scene()->sceneRect().width();
+    const double scale = fittedScale(width);
     const QTransform fitted = QTransform::fromScale(scale, scale);
     if (fitted != transform()) {
         setTransform(fitted, false);
@@ -37,7 +38,10 @@ void MainView::resizeEvent(QResizeEvent *event)
     if (scene() == nullptr || event->size() == event->oldSize()) {
         return;
     }
-    fitToWidth(event->size().width());
+    const double width = event->size().width();
+    if (!bringsScrollBarBack(this, event, fittedScale(width))) {
+        fitToWidth(width);
+    }
 }
 
 void MainView::dragEnterEvent(QDragEnterEvent *)
@@ -48,4 +52,9 @@ void MainView::dragEnterEvent(QDragEnterEvent *)
 void MainView::dropEvent(QDropEvent *)
 {
     // Left to the window, and kept from the scene.
+}
+
+double MainView::fittedScale(double width) const
+{
+    return width * m_fitRatio / scene()->sceneRect().width();
 }

@@ -30,5 +30,7 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
+    double fittedScale(double width) const;
+
     double m_fitRatio = 0.75;
 };

@@ -1,0 +1,82 @@
+#include "app/mainwindow.h"
+#include "support/documents.h"
+#include "support/testmain.h"
+#include "ui/leftview.h"
+#include "ui/mainview.h"
+
+#include <QResizeEvent>
+#include <QScrollBar>
+
+namespace {
+
+/// Counts the resize events of a widget.
+class ResizeCounter : public QObject
+{
+public:
+    explicit ResizeCounter(QWidget *widget) { widget->installEventFilter(this); }
+
+    int count = 0;
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        count += event->type() == QEvent::Resize ? 1 : 0;
+        return false;
+    }
+};
+
+} // namespace
+
+class TestScrollBarLoop : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void comesToRestAtEverySize_data();
+    void comesToRestAtEverySize();
+};
+
+void TestScrollBarLoop::comesToRestAtEverySize_data()
+{
+    QTest::addColumn<QSize>("picture");
+    QTest::addColumn<int>("firstHeight");
+    QTest::addColumn<int>("lastHeight");
+    QTest::newRow("one strip") << QSize(800, 900) << 400 << 900;
+    QTest::newRow("eight strips") << QSize(800, 9000) << 500 << 620;
+}
+
+void TestScrollBarLoop::comesToRestAtEverySize()
+{
+    QFETCH(QSize, picture);
+    QFETCH(int, firstHeight);
+    QFETCH(int, lastHeight);
+    MainWindow window;
+    window.resize(1066, firstHeight);
+    window.loadImageFile(savedPicture(textPicture(picture.width(), picture.height()), QStringLiteral("loop.png")));
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    MainView *mainView = mainViewOf(window);
+    LeftView *leftView = leftViewOf(window);
+    bool wasHidden = false;
+    for (int height = firstHeight; height <= lastHeight; height += 2) {
+        ResizeCounter mainResizes(mainView->viewport());
+        ResizeCounter leftResizes(leftView->viewport());
+        window.resize(1066, height);
+        for (int i = 0; i < 60; ++i) {
+            QCoreApplication::processEvents(); // a loop goes on by posted events
+        }
+        QVERIFY2(mainResizes.count + leftResizes.count < 20,
+                 qPrintable(QStringLiteral("%1 and %2 resizes at height %3")
+                                .arg(mainResizes.count)
+                                .arg(leftResizes.count)
+                                .arg(height)));
+        wasHidden = wasHidden || !mainView->verticalScrollBar()->isVisible();
+        // The scene takes its share of the width, or a little less where more would not last.
+        const double scene = mainView->sceneRect().width() * mainView->transform().m11();
+        const double share = mainView->viewport()->width() * mainView->fitRatio();
+        QVERIFY(scene <= share + 0.01 && scene > share - 0.75 * 20);
+    }
+    QVERIFY(wasHidden || picture.height() > 1000);
+}
+
+QUILLMARCH_TEST_MAIN(TestScrollBarLoop)
+#include "tst_scrollbarloop.moc"
