@@ -5,6 +5,8 @@
 #include <QBuffer>
 #include <QImageWriter>
 
+#include <algorithm>
+
 namespace {
 
 // The quality with which the toolkit's PDF engine stores images.
@@ -24,17 +26,40 @@ void exportTwoColumns(benchmark::State &state, const OpenImagePtr &image)
     image->shown->window.onTwoColsClicked();
 }
 
-/// The bands of the strips in the 32-bit format that the PDF engine encodes.
-std::vector<QImage> encodedBands(const OpenImage &image)
+/// What the PDF file holds of a band.
+struct StoredBand
 {
-    const bool alpha = image.pixels.hasAlphaChannel();
-    std::vector<QImage> bands;
+    QImage colors; // in the 32-bit format that the PDF engine encodes
+    QByteArray mask; // its transparency, before compression; empty if there is none
+};
+
+/// The transparency of \a band as the PDF engine stores it: a byte a pixel, or
+/// a bit if no pixel is half transparent.
+QByteArray maskOf(const QImage &band)
+{
+    const QImage alpha = band.convertToFormat(QImage::Format_Alpha8);
+    bool partly = false;
+    bool any = false;
+    for (int y = 0; y < alpha.height(); ++y) {
+        const uchar *row = alpha.constScanLine(y);
+        any = any || std::any_of(row, row + alpha.width(), [](uchar level) { return level != 255; });
+        partly = partly || std::any_of(row, row + alpha.width(), [](uchar level) { return level % 255 != 0; });
+    }
+    const QImage mask = partly ? alpha : band.createAlphaMask();
+    return any ? QByteArray(reinterpret_cast<const char *>(mask.constBits()), mask.sizeInBytes()) : QByteArray();
+}
+
+std::vector<StoredBand> storedBands(const OpenImage &image)
+{
+    std::vector<StoredBand> bands;
     const QList<PageItem *> strips = image.shown->strips();
     for (const PageItem *strip : strips) {
-        const QRect band = strip->sourceRect().toRect() & image.pixels.rect();
-        if (!band.isEmpty()) {
-            bands.push_back(
-                image.pixels.copy(band).convertToFormat(alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32));
+        const QRect rect = strip->sourceRect().toRect() & image.pixels.rect();
+        if (!rect.isEmpty()) {
+            const QImage band = image.pixels.copy(rect);
+            const bool alpha = band.hasAlphaChannel();
+            bands.push_back({band.convertToFormat(alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32),
+                             alpha ? maskOf(band) : QByteArray()});
         }
     }
     return bands;
@@ -42,15 +67,17 @@ std::vector<QImage> encodedBands(const OpenImage &image)
 
 void exportFloor(benchmark::State &state, const OpenImagePtr &image)
 {
-    const std::vector<QImage> bands = encodedBands(*image);
+    const std::vector<StoredBand> bands = storedBands(*image);
     for (auto _ : state) {
-        for (const QImage &band : bands) {
+        for (const StoredBand &band : bands) {
             QByteArray bytes;
             QBuffer buffer(&bytes);
             QImageWriter writer(&buffer, "jpeg");
             writer.setQuality(pdfQuality);
-            writer.write(band);
+            writer.write(band.colors);
+            const QByteArray mask = band.mask.isEmpty() ? QByteArray() : qCompress(band.mask);
             benchmark::DoNotOptimize(bytes.constData());
+            benchmark::DoNotOptimize(mask.constData());
         }
     }
 }
