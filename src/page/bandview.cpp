@@ -120,7 +120,8 @@ void drawBand(QPainter *painter, const QRectF &target, const QPixmap &pixmap, co
     if (view.isNull()) {
         return;
     }
-    const QImage::Format format = copyFormat(pixmap);
+    const bool isKept = view.format() == QImage::Format_RGB32; // by copies everywhere
+    const QImage::Format format = isKept ? QImage::Format_RGB32 : copyFormat(pixmap);
     if (view.format() != format) {
         const QPaintEngine *engine = painter->paintEngine();
         const bool isRaster = engine != nullptr && engine->type() == QPaintEngine::Raster;

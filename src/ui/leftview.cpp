@@ -59,3 +59,8 @@ void LeftView::dropEvent(QDropEvent *)
 {
     // Left to the window, and kept from the scene.
 }
+
+void LeftView::drawBackground(QPainter *painter, const QRectF &exposed)
+{
+    fillBackground(this, painter, exposed);
+}

@@ -21,4 +21,5 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    void drawBackground(QPainter *painter, const QRectF &exposed) override;
 };

@@ -54,6 +54,11 @@ void MainView::dropEvent(QDropEvent *)
     // Left to the window, and kept from the scene.
 }
 
+void MainView::drawBackground(QPainter *painter, const QRectF &exposed)
+{
+    fillBackground(this, painter, exposed);
+}
+
 double MainView::fittedScale(double width) const
 {
     return width * m_fitRatio / scene()->sceneRect().width();

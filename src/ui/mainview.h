@@ -28,6 +28,7 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    void drawBackground(QPainter *painter, const QRectF &exposed) override;
 
 private:
     double fittedScale(double width) const;

@@ -66,6 +66,10 @@ void MainWindow::createViews()
     setAcceptDrops(true);
     mainView->setAcceptDrops(true);
     leftView->setAcceptDrops(true);
+    // The scene's background covers a view, so that the widget's own, painted
+    // before it, would never show.
+    mainView->viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
+    leftView->viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
 void MainWindow::createScenes()

@@ -1,5 +1,8 @@
 #include "ui/viewstyle.h"
 
+#include <QGraphicsView>
+#include <QPainter>
+
 QString viewStyleSheet()
 {
     return QString::fromUtf8(
@@ -18,4 +21,12 @@ QString viewStyleSheet()
         "QScrollBar::handle:horizontal:pressed {    background: rgba(0, 102, 204, 0.6);}"
         "QScrollBar::add-line:horizontal, QScrollBar::sub-line:horizontal {    width: 0px;}"
         "QScrollBar::add-page:horizontal, QScrollBar::sub-page:horizontal {    background: none;}");
+}
+
+void fillBackground(const QGraphicsView *view, QPainter *painter, const QRectF &exposed)
+{
+    const QTransform toView = painter->worldTransform();
+    painter->resetTransform();
+    painter->fillRect(toView.mapRect(exposed).toAlignedRect(), view->scene()->backgroundBrush().color());
+    painter->setWorldTransform(toView);
 }

@@ -130,6 +130,8 @@ private slots:
     void showsScrollBarsAsNeeded();
     void letsDragsRiseToTheParent_data() { addKinds(); }
     void letsDragsRiseToTheParent();
+    void paintsWhatThePlainViewPaints_data();
+    void paintsWhatThePlainViewPaints();
 
     void windowSetsUpViewsAndScenes();
     void windowTakesSceneRectanglesFromTheViewports();
@@ -394,6 +396,46 @@ void TestViews::letsDragsRiseToTheParent()
     QDragEnterEvent again(QPoint(100, 50), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(plain.viewport(), &again);
     QCOMPARE(counter.count, 1);
+}
+
+void TestViews::paintsWhatThePlainViewPaints_data()
+{
+    QTest::addColumn<Kind>("kind");
+    QTest::addColumn<double>("scale");
+    for (const Kind kind : {Kind::Main, Kind::Left}) {
+        for (const double scale : {0.1, 0.37, 1.0, 2.6}) {
+            QTest::addRow("%s, %g", kind == Kind::Main ? "MainView" : "LeftView", scale) << kind << scale;
+        }
+    }
+}
+
+void TestViews::paintsWhatThePlainViewPaints()
+{
+    QFETCH(Kind, kind);
+    QFETCH(double, scale);
+    QGraphicsScene scene(0, 0, 333, 1777);
+    scene.setBackgroundBrush(QColor(150, 150, 150));
+    scene.addRect(20.3, 30.7, 200.5, 1500.2, QPen(Qt::blue, 3), QColor(0, 200, 0, 120));
+    const std::unique_ptr<QGraphicsView> view = makeView(kind);
+    QGraphicsView plain;
+    plain.setStyleSheet(view->styleSheet());
+    const auto show = [&](QGraphicsView *shown) {
+        shown->setScene(&scene);
+        shown->setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+        shown->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        shown->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        shown->setFixedSize(301, 211);
+        shown->show();
+        shown->setTransform(QTransform::fromScale(scale, scale));
+    };
+    show(view.get());
+    show(&plain);
+    for (const int position : {0, 7, 300, 5000}) {
+        view->verticalScrollBar()->setValue(position);
+        plain.verticalScrollBar()->setValue(position);
+        const QImage painted = view->viewport()->grab().toImage();
+        QCOMPARE(painted, plain.viewport()->grab().toImage());
+    }
 }
 
 void TestViews::windowSetsUpViewsAndScenes()
