@@ -100,9 +100,5 @@ QImage windowPixels(const QString &path)
     QImageReader::setAllocationLimit(0);
     QImageReader reader(path);
     reader.setAutoTransform(true);
-    const QImage image = reader.read();
-    if (image.colorTable().isEmpty()) {
-        return image;
-    }
-    return image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    return reader.read();
 }

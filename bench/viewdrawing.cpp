@@ -14,7 +14,9 @@ namespace {
 QImage rowsOf(const QImage &image, const QRectF &rect)
 {
     const QRect part = rect.toRect() & image.rect();
-    return QImage(image.constScanLine(part.top()), part.width(), part.height(), image.bytesPerLine(), image.format());
+    QImage rows(image.constScanLine(part.top()), part.width(), part.height(), image.bytesPerLine(), image.format());
+    rows.setColorTable(image.colorTable());
+    return rows;
 }
 
 ViewDrawing emptyDrawing(const QGraphicsView &view)

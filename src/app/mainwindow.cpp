@@ -47,17 +47,6 @@ int allocationLimit(QSize size)
         std::clamp<quint64>(((bytes + 0xFFFFF) >> 20) + limitHeadroom, smallestLimit, std::numeric_limits<int>::max()));
 }
 
-/// Palette images as direct-colour ones: a copy of a part of such a pixmap
-/// would lose the colour table. All others stay as they are.
-QImage withoutPalette(QImage image)
-{
-    if (image.colorTable().isEmpty()) {
-        return image;
-    }
-    const QImage::Format format = image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
-    return std::move(image).convertToFormat(format);
-}
-
 QPixmap decodeImage(const QString &path)
 {
     const QFileInfo file(path);
@@ -67,9 +56,9 @@ QPixmap decodeImage(const QString &path)
     QImageReader reader(path, QByteArray());
     reader.setAutoTransform(true);
     QImageReader::setAllocationLimit(allocationLimit(reader.size()));
-    QImage image = reader.read();
+    const QImage image = reader.read();
     if (!image.isNull()) {
-        return QPixmap::fromImage(withoutPalette(std::move(image)), Qt::NoFormatConversion);
+        return QPixmap::fromImage(image, Qt::NoFormatConversion);
     }
     QPixmap pixmap;
     pixmap.load(path);

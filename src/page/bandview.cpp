@@ -49,6 +49,19 @@ RowRange neededRows(const QPainter *painter, const QRectF &target, double height
     return {int(std::clamp(first, 0.0, height)), int(std::clamp(last, 0.0, height))};
 }
 
+/// The format in which \a view, a part of \a pixmap, is drawn.
+QImage::Format bandFormat(const QPixmap &pixmap, const QImage &view)
+{
+    if (view.format() == QImage::Format_RGB32) {
+        return QImage::Format_RGB32; // as copies have it on every screen
+    }
+    if (!view.colorTable().isEmpty()) {
+        // A copy of a part of such a pixmap would lose the colour table.
+        return view.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
+    }
+    return copyFormat(pixmap);
+}
+
 /// As bandView(), for drawing at once: only \a rows of the result are right,
 /// and it is overwritten by the next call. The others cost no time, but they
 /// are there, because a shorter image would be scaled with another rounding.
@@ -107,11 +120,7 @@ QImage bandView(const QPixmap &pixmap, const QRect &rect)
     if (view.isNull()) {
         return {};
     }
-    if (!view.colorTable().isEmpty()) {
-        return view.convertToFormat(view.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
-                                                           : QImage::Format_RGB32);
-    }
-    return view.convertToFormat(copyFormat(pixmap), Qt::NoOpaqueDetection);
+    return view.convertToFormat(bandFormat(pixmap, view), Qt::NoOpaqueDetection);
 }
 
 void drawBand(QPainter *painter, const QRectF &target, const QPixmap &pixmap, const QRect &band, const QSizeF &size)
@@ -120,14 +129,12 @@ void drawBand(QPainter *painter, const QRectF &target, const QPixmap &pixmap, co
     if (view.isNull()) {
         return;
     }
-    const bool isKept = view.format() == QImage::Format_RGB32; // by copies everywhere
-    const QImage::Format format = isKept ? QImage::Format_RGB32 : copyFormat(pixmap);
+    const QImage::Format format = bandFormat(pixmap, view);
     if (view.format() != format) {
         const QPaintEngine *engine = painter->paintEngine();
         const bool isRaster = engine != nullptr && engine->type() == QPaintEngine::Raster;
-        view = isRaster && view.colorTable().isEmpty()
-            ? partlyConverted(view, format, neededRows(painter, target, size.height()))
-            : bandView(pixmap, band);
+        view = isRaster ? partlyConverted(view, format, neededRows(painter, target, size.height()))
+                        : view.convertToFormat(format, Qt::NoOpaqueDetection);
     }
     painter->drawImage(target, view, QRectF(QPointF(), size));
 }

@@ -6,7 +6,13 @@
 #include <QList>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <numeric>
+
+#ifdef QUILLMARCH_HAS_MULTIVERSION
+#include <immintrin.h>
+#endif
 
 namespace {
 
@@ -87,16 +93,77 @@ quint32 countBrightGrays(const uchar *pixels, int length)
     return bright;
 }
 
+// Which indexes of a palette are bright, a byte each, 1 or 0.
+using BrightIndexes = std::array<quint8, 256>;
+
+/// The same with a bit an index: bit h % 8 of byte l in half h / 8 stands for
+/// the index with the high half h and the low half l.
+using BrightBits = std::array<std::array<quint8, 16>, 2>;
+
+// How many indexes are looked up together.
+constexpr int indexesAtOnce = 32;
+
+BrightBits bitsOf(const BrightIndexes &bright)
+{
+    BrightBits bits{};
+    for (size_t index = 0; index < bright.size(); ++index) {
+        const size_t high = index / 16;
+        bits[high / 8][index % 16] |= quint8(bright[index] << (high % 8));
+    }
+    return bits;
+}
+
+#ifdef QUILLMARCH_HAS_MULTIVERSION
+/// Tests 32 indexes at a time, each in a set of 256 bits: the low half of an
+/// index chooses a byte of the set and the high half a bit of it. A set test by
+/// shuffles, as in Mula, "SIMD-ized check which bytes are in a set", 2018.
+__attribute__((target("avx2"))) quint32 countBrightIndexes(const uchar *pixels, int length, const BrightIndexes &,
+                                                           const BrightBits &bits)
+{
+    const auto *halves = reinterpret_cast<const __m128i *>(bits.data());
+    const __m256i firstHalf = _mm256_broadcastsi128_si256(_mm_loadu_si128(halves));
+    const __m256i secondHalf = _mm256_broadcastsi128_si256(_mm_loadu_si128(halves + 1));
+    const __m256i bitOfHigh = _mm256_set1_epi64x(qint64(0x8040201008040201));
+    const __m256i lowHalf = _mm256_set1_epi8(0x0f);
+    __m256i sums = _mm256_setzero_si256();
+    for (int x = 0; x < length; x += indexesAtOnce) {
+        const __m256i index = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pixels + x));
+        const __m256i low = _mm256_and_si256(index, lowHalf);
+        const __m256i high = _mm256_and_si256(_mm256_srli_epi16(index, 4), lowHalf);
+        const __m256i set = _mm256_blendv_epi8(_mm256_shuffle_epi8(firstHalf, low),
+                                               _mm256_shuffle_epi8(secondHalf, low), index); // by its top bit
+        const __m256i bit = _mm256_shuffle_epi8(bitOfHigh, high);
+        const __m256i isBright = _mm256_cmpeq_epi8(_mm256_and_si256(set, bit), bit);
+        const __m256i ones = _mm256_sub_epi8(_mm256_setzero_si256(), isBright);
+        sums = _mm256_add_epi64(sums, _mm256_sad_epu8(ones, _mm256_setzero_si256()));
+    }
+    return quint32(_mm256_extract_epi64(sums, 0) + _mm256_extract_epi64(sums, 1) + _mm256_extract_epi64(sums, 2)
+                   + _mm256_extract_epi64(sums, 3));
+}
+
+__attribute__((target("default")))
+#endif
+quint32 countBrightIndexes(const uchar *pixels, int length, const BrightIndexes &bright, const BrightBits &)
+{
+    std::array<quint32, 4> counts{}; // additions that do not wait for each other
+    for (int x = 0; x < length; x += 4) {
+        for (size_t i = 0; i < counts.size(); ++i) {
+            counts[i] += bright[pixels[size_t(x) + i]];
+        }
+    }
+    return counts[0] + counts[1] + counts[2] + counts[3];
+}
+
 struct RedOf32
 {
     using Pixel = QRgb;
-    static quint32 count(const QRgb *pixels, int length) { return countBrightReds(pixels, length); }
+    quint32 count(const QRgb *pixels, int length) const { return countBrightReds(pixels, length); }
 };
 
 struct PremultipliedRedOf32
 {
     using Pixel = QRgb;
-    static quint32 count(const QRgb *pixels, int length)
+    quint32 count(const QRgb *pixels, int length) const
     {
         const auto [candidates, opaque] = summarizeAlpha(pixels, length);
         return opaque || candidates == 0 ? candidates : countBrightProducts(pixels, length);
@@ -106,13 +173,48 @@ struct PremultipliedRedOf32
 struct Gray8
 {
     using Pixel = uchar;
-    static quint32 count(const uchar *pixels, int length) { return countBrightGrays(pixels, length); }
+    quint32 count(const uchar *pixels, int length) const { return countBrightGrays(pixels, length); }
+};
+
+/// Looks up which indexes of a palette image are bright.
+class PaletteRule
+{
+public:
+    using Pixel = uchar;
+
+    /// Takes the colours of \a image as its conversion to \a format gives them.
+    PaletteRule(const QImage &image, QImage::Format format)
+    {
+        QImage indexes(int(bright.size()), 1, QImage::Format_Indexed8);
+        indexes.setColorTable(image.colorTable());
+        std::iota(indexes.scanLine(0), indexes.scanLine(0) + bright.size(), uchar(0));
+        const QImage colors = indexes.convertToFormat(format);
+        const auto *color = reinterpret_cast<const QRgb *>(colors.constScanLine(0));
+        for (size_t index = 0; index < bright.size(); ++index) {
+            bright[index] = (color[index] & brightRed) == brightRed ? 1 : 0;
+        }
+        brightBits = bitsOf(bright);
+    }
+
+    quint32 count(const uchar *pixels, int length) const
+    {
+        const int whole = length - length % indexesAtOnce;
+        quint32 count = countBrightIndexes(pixels, whole, bright, brightBits);
+        for (int x = whole; x < length; ++x) {
+            count += bright[pixels[x]];
+        }
+        return count;
+    }
+
+private:
+    BrightIndexes bright{};
+    BrightBits brightBits{};
 };
 
 /// The bright pixels of a row of \a width, or some number not above \a best
 /// once the row can no longer exceed \a best.
 template <typename Rule>
-quint32 countRow(const typename Rule::Pixel *row, int width, quint32 best)
+quint32 countRow(const Rule &rule, const typename Rule::Pixel *row, int width, quint32 best)
 {
     quint32 count = 0;
     int x = 0;
@@ -120,9 +222,9 @@ quint32 countRow(const typename Rule::Pixel *row, int width, quint32 best)
         if (count + quint32(width - x) <= best) {
             return count;
         }
-        count += Rule::count(row + x, blockLength);
+        count += rule.count(row + x, blockLength);
     }
-    return count + Rule::count(row + x, width - x);
+    return count + rule.count(row + x, width - x);
 }
 
 struct BestRow
@@ -132,12 +234,12 @@ struct BestRow
 };
 
 template <typename Rule>
-void scanRows(const QImage &image, int firstRow, BestRow &best)
+void scanRows(const Rule &rule, const QImage &image, int firstRow, BestRow &best)
 {
     const auto width = quint32(image.width());
     for (int y = 0; y < image.height() && best.count < width; ++y) {
         const auto *row = reinterpret_cast<const typename Rule::Pixel *>(image.constScanLine(y));
-        const quint32 count = countRow<Rule>(row, image.width(), best.count);
+        const quint32 count = countRow(rule, row, image.width(), best.count);
         if (count > best.count) {
             best = {count, firstRow + y};
         }
@@ -145,10 +247,10 @@ void scanRows(const QImage &image, int firstRow, BestRow &best)
 }
 
 template <typename Rule>
-int bestRow(const QImage &image)
+int bestRow(const Rule &rule, const QImage &image)
 {
     BestRow best;
-    scanRows<Rule>(image, 0, best);
+    scanRows(rule, image, 0, best);
     return best.row;
 }
 
@@ -157,7 +259,7 @@ int bestRowConverted(const QImage &image, QImage::Format format)
     BestRow best;
     for (int y = 0; y < image.height(); y += convertedRows) {
         const QRect rows(0, y, image.width(), std::min(convertedRows, image.height() - y));
-        scanRows<RedOf32>(rowsView(image, rows).convertToFormat(format), y, best);
+        scanRows(RedOf32(), rowsView(image, rows).convertToFormat(format), y, best);
     }
     return best.row;
 }
@@ -170,7 +272,7 @@ int bestRowByPixel(const QImage &image)
         for (int x = 0; x < image.width(); ++x) {
             pixels[x] = image.pixel(x, y);
         }
-        const quint32 count = countRow<RedOf32>(pixels.constData(), image.width(), best.count);
+        const quint32 count = countRow(RedOf32(), pixels.constData(), image.width(), best.count);
         if (count > best.count) {
             best = {count, y};
         }
@@ -196,9 +298,11 @@ int brightestRow(const QImage &image)
     case QImage::Format_RGB32:
     case QImage::Format_ARGB32:
     case QImage::Format_ARGB32_Premultiplied:
-        return bestRow<RedOf32>(image);
+        return bestRow(RedOf32(), image);
     case QImage::Format_Grayscale8:
-        return bestRow<Gray8>(image);
+        return bestRow(Gray8(), image);
+    case QImage::Format_Indexed8:
+        return bestRow(PaletteRule(image, pixelFormat(image)), image);
     case QImage::Format_RGBA16FPx4:
     case QImage::Format_RGBA32FPx4:
         return bestRowByPixel(image); // their conversion to 32 bits goes through premultiplied colours
@@ -210,18 +314,21 @@ int brightestRow(const QImage &image)
 int brightestRow(const QPixmap &source, const QRect &window)
 {
     const QImage view = rowsView(source.toImage(), window);
+    const QImage::Format copied =
+        view.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
     switch (view.format()) {
     case QImage::Format_Invalid:
         return 0;
     case QImage::Format_RGB32:
     case QImage::Format_ARGB32_Premultiplied:
-        return bestRow<RedOf32>(view);
+        return bestRow(RedOf32(), view);
     case QImage::Format_ARGB32:
-        return bestRow<PremultipliedRedOf32>(view);
+        return bestRow(PremultipliedRedOf32(), view);
     case QImage::Format_Grayscale8:
-        return bestRow<Gray8>(view);
+        return bestRow(Gray8(), view);
+    case QImage::Format_Indexed8:
+        return bestRow(PaletteRule(view, copied), view);
     default:
-        return bestRowConverted(view,
-                                view.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+        return bestRowConverted(view, copied);
     }
 }

@@ -150,6 +150,7 @@ void TestCosts::openKeepsOneCopyOfThePixels_data()
     QTest::newRow("RGB32 PNG") << int(QImage::Format_RGB32) << u"open.png"_s;
     QTest::newRow("ARGB32 PNG") << int(QImage::Format_ARGB32) << u"openalpha.png"_s;
     QTest::newRow("Grayscale8 PNG") << int(QImage::Format_Grayscale8) << u"opengray.png"_s;
+    QTest::newRow("Indexed8 PNG") << int(QImage::Format_Indexed8) << u"openpalette.png"_s;
     QTest::newRow("JPEG") << int(QImage::Format_RGB32) << u"open.jpg"_s;
     QTest::newRow("BMP") << int(QImage::Format_RGB32) << u"open.bmp"_s;
 }
@@ -184,7 +185,7 @@ void TestCosts::cutSearchCopiesNothing_data()
     QTest::addColumn<int>("format");
     for (const QImage::Format format :
          {QImage::Format_RGB32, QImage::Format_ARGB32, QImage::Format_ARGB32_Premultiplied, QImage::Format_Grayscale8,
-          QImage::Format_RGB888, QImage::Format_RGBA64}) {
+          QImage::Format_RGB888, QImage::Format_RGBA64, QImage::Format_Indexed8}) {
         QTest::addRow("format %d", int(format)) << int(format);
     }
 }

@@ -22,14 +22,26 @@ QImage noise(QImage::Format format)
             image.setPixel(x, y, QRgb(random()));
         }
     }
-    return image.convertToFormat(format);
+    image = image.convertToFormat(format);
+    if (format == QImage::Format_Indexed8) {
+        image.setColor(3, qRgba(40, 200, 90, 120)); // for a palette with a colour that lets the ground through
+    }
+    return image;
 }
 
 /// What a strip shows by the plain rule: a copy of its band, drawn into the
-/// target with a source rectangle of the unrounded size.
+/// target with a source rectangle of the unrounded size. Of a palette image the
+/// direct colours are taken, since a copy of its pixmap would lose the palette.
 void drawPlainly(QPainter *painter, const QRectF &target, const QPixmap &pixmap, const QRect &band, QSizeF size)
 {
-    painter->drawPixmap(target, pixmap.copy(band), QRectF(QPointF(), size));
+    const QImage image = pixmap.toImage();
+    if (image.colorTable().isEmpty()) {
+        painter->drawPixmap(target, pixmap.copy(band), QRectF(QPointF(), size));
+    } else {
+        const QImage direct = image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
+                                                                            : QImage::Format_RGB32);
+        painter->drawImage(target, direct.copy(band & direct.rect()), QRectF(QPointF(), size));
+    }
 }
 
 /// Paints a band at a scale, by the shipped code or by the plain rule.
@@ -116,6 +128,8 @@ void TestDrawBand::equalsThePlainRule_data()
         {"RGBA64", QImage::Format_RGBA64},
         {"RGB16", QImage::Format_RGB16},
         {"Grayscale16", QImage::Format_Grayscale16},
+        {"Indexed8", QImage::Format_Indexed8},
+        {"Mono", QImage::Format_Mono},
     };
     for (const auto &format : formats) {
         for (const double scale : {0.07, 0.2, 0.34, 0.49, 0.5, 0.75, 1.0, 1.03, 2.5}) {
