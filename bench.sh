@@ -5,9 +5,30 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
+# Starts a screen of its own for the programs whose start is measured, unless
+# there is one; ends it with this script.
+provide_screen() {
+    if [[ -n ${DISPLAY:-} ]]; then
+        return
+    fi
+    local number
+    number=$(mktemp)
+    Xvfb -screen 0 1600x900x24 -displayfd 3 3>"$number" 2>/dev/null &
+    screen=$!
+    trap 'kill "$screen"; wait "$screen" || true' EXIT
+    until [[ -s $number ]]; do
+        kill -0 "$screen" || die "Xvfb does not start"
+        sleep 0.1
+    done
+    DISPLAY=:$(<"$number")
+    export DISPLAY
+    rm "$number"
+}
+
 {
-    install_packages build run
+    install_packages build run test
     build quillmarch-bench
+    provide_screen
     say "Measuring"
 } >&2
-exec "$build_folder/bench/quillmarch-bench" "$@"
+"$build_folder/bench/quillmarch-bench" "$@"

@@ -11,6 +11,7 @@
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -38,25 +39,48 @@ QByteArray besideThis(const char *program)
     return QFile::encodeName(QCoreApplication::applicationDirPath()) + '/' + program;
 }
 
-/// A program that lies beside this one, and its argument, if any.
+/// A program that lies beside this one, and its arguments.
 struct Command
 {
     const char *program;
-    QByteArray argument;
+    QByteArrayList arguments;
+};
+
+/// Shows the windows of the programs on the screen, if there is one; this
+/// program does without.
+class OnTheScreen
+{
+public:
+    OnTheScreen()
+    {
+        if (qEnvironmentVariableIsSet("DISPLAY")) {
+            qputenv("QT_QPA_PLATFORM", "xcb");
+        }
+    }
+    ~OnTheScreen() { qputenv("QT_QPA_PLATFORM", usual); }
+    OnTheScreen(const OnTheScreen &) = delete;
+    OnTheScreen &operator=(const OnTheScreen &) = delete;
+
+private:
+    QByteArray usual = qgetenv("QT_QPA_PLATFORM");
 };
 
 /// Runs \a command to its end.
 ProcessTimes runProcess(const Command &command)
 {
-    QByteArray path = besideThis(command.program);
-    QByteArray argument = command.argument;
-    char *arguments[] = {path.data(), argument.isEmpty() ? nullptr : argument.data(), nullptr};
+    QByteArrayList texts = QByteArrayList{besideThis(command.program)} + command.arguments;
+    std::vector<char *> arguments;
+    for (QByteArray &text : texts) {
+        arguments.push_back(text.data());
+    }
+    arguments.push_back(nullptr);
+    const OnTheScreen screen;
     const auto start = std::chrono::steady_clock::now();
     pid_t child = 0;
     int status = 0;
     rusage usage{};
     // Not QProcess: a fork of this process would count its page tables.
-    const bool ran = posix_spawn(&child, path.constData(), nullptr, nullptr, arguments, environ) == 0
+    const bool ran = posix_spawn(&child, arguments[0], nullptr, nullptr, arguments.data(), environ) == 0
         && wait4(child, &status, 0, &usage) == child;
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     return {seconds(usage.ru_utime) + seconds(usage.ru_stime), elapsed.count(),
@@ -105,7 +129,8 @@ std::vector<Comparison> startComparisons()
     constexpr auto elapsed = &ProcessTimes::elapsed;
     const Command program{"bench-start", {}};
     const Command empty{"bench-start-empty", {}};
-    const Command bars{"bench-start-empty", "文件"};
+    const Command bars{"bench-start-empty", {"文件"}};
+    const Command request{"bench-start-empty", {"文件", "https://updates.quillmarch.example/"}};
     const auto compare = [](const char *step, const char *against, double target, const Measured &measured,
                             const Measured &floor) {
         return Comparison{step, against, target, measured, floor, 1.0, Clock::Manual};
@@ -115,8 +140,14 @@ std::vector<Comparison> startComparisons()
                 with(measureProcess, empty, processor)),
         compare("start", "bare bars", 1.5, with(measureProcess, program, processor),
                 with(measureProcess, bars, processor)),
+        compare("start", "bars, request", 1.5, with(measureProcess, program, processor),
+                with(measureProcess, request, processor)),
+        compare("start, elapsed", "empty window", 1.5, with(measureProcess, program, elapsed),
+                with(measureProcess, empty, elapsed)),
         compare("start, elapsed", "bare bars", 1.5, with(measureProcess, program, elapsed),
                 with(measureProcess, bars, elapsed)),
+        compare("start, elapsed", "bars, request", 1.5, with(measureProcess, program, elapsed),
+                with(measureProcess, request, elapsed)),
         compare("start, elapsed", "silent network", 1.1, with(measureOnSilentNetwork, program, elapsed),
                 with(measureProcess, program, elapsed)),
     };
