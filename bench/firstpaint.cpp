@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QTimer>
 
 #include <cstdlib>
 
@@ -16,12 +15,10 @@ public:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        painted = painted || event->type() == QEvent::Paint;
-        if (event->type() == QEvent::Expose) {
-            // The window paints within the event, so that all is on the screen
-            // when it has been handled.
-            QMetaObject::invokeMethod(
-                this, [this] { std::_Exit(painted ? EXIT_SUCCESS : EXIT_FAILURE); }, Qt::QueuedConnection);
+        if (event->type() == QEvent::Paint && !painted) {
+            painted = true;
+            // What is painted goes to the screen before the next event.
+            QMetaObject::invokeMethod(this, [] { std::_Exit(EXIT_SUCCESS); }, Qt::QueuedConnection);
         }
         return QObject::eventFilter(watched, event);
     }
