@@ -49,6 +49,7 @@ class Session:
             self.program.start()
             self.desktop.xdotool("windowsize", "--sync", self.program.main, *SIZE)
             self.program.picture()
+            wait_until(self.shows_version, "the version in the status bar")
         except BaseException:
             self.desktop.close()
             raise
@@ -58,6 +59,13 @@ class Session:
 
     def __exit__(self, *error):
         self.desktop.close()
+
+    def shows_version(self):
+        """It comes a second after the start."""
+        left, top, width, height = self.desktop.geometry(self.program.main)
+        screen = self.desktop.screen()
+        row = screen.row(top + height - 10, left + width - 80, left + width - 30)
+        return any(color != row[0] for color in row)
 
     # What is done
 
