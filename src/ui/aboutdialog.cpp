@@ -150,6 +150,7 @@ void AboutDialog::createWidgets()
 
     logoLabel = new QLabel(this);
     logoLabel->setObjectName("logoLabel"_L1);
+    logoLabel->setAccessibleName(u"Quillmarch"_s);
     logoLabel->setAlignment(Qt::AlignCenter);
     logoLabel->setMinimumHeight(logoHeight);
     setLanguage(language);

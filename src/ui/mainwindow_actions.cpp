@@ -143,6 +143,7 @@ void MainWindow::createStatusBar()
         u"QPushButton:hover {     background-color: rgba(0, 122, 255, 0.1); } "
         u"QPushButton:pressed {     background-color: rgba(0, 122, 255, 0.2); }"_s);
     updateButton->setToolTip(tr("点击下载最新版本"));
+    updateButton->setAccessibleName(updateButton->toolTip());
     connect(updateButton, &QPushButton::clicked, this, &MainWindow::showUpdateDialog);
 
     layout->addWidget(versionLabel, 0);

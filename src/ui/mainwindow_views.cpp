@@ -61,6 +61,8 @@ void MainWindow::createViews()
     leftView = new LeftView(nullptr);
     mainView->setObjectName("mainView"_L1);
     leftView->setObjectName("leftView"_L1);
+    mainView->setAccessibleName(tr("原图"));
+    leftView->setAccessibleName(tr("输出页面"));
     mainView->setRenderHints(hints);
     leftView->setRenderHints(hints);
     setAcceptDrops(true);

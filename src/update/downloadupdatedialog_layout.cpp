@@ -86,6 +86,7 @@ void DownloadUpdateDialog::addVersionLabels()
                            u"font-size: 18pt; font-weight: 600; color: #1d1d1f; margin-bottom: 8px;"_s, this);
     subtitleLabel = makeLabel(tr("Quillmarch %1 现已可用！").arg(request.latestVersion),
                               u"font-size: 15pt; font-weight: 500; color: #1d1d1f; margin-bottom: 16px;"_s, this);
+    setAccessibleName(titleLabel->text()); // for want of a window title
     QLabel *currentVersionLabel = makeLabel(tr("当前版本：%1").arg(programVersion), lineStyle, this);
     fileSizeLabel = makeLabel(tr("文件大小：%1").arg(request.fileSize.isEmpty() ? tr("计算中...") : request.fileSize),
                               lineStyle, this);
@@ -98,10 +99,12 @@ void DownloadUpdateDialog::addVersionLabels()
 
 void DownloadUpdateDialog::addNotes()
 {
-    mainLayout->addWidget(
-        makeLabel(tr("更新内容："), u"font-size: 13pt; font-weight: 500; color: #1d1d1f; margin-bottom: 8px;"_s, this));
+    QLabel *heading =
+        makeLabel(tr("更新内容："), u"font-size: 13pt; font-weight: 500; color: #1d1d1f; margin-bottom: 8px;"_s, this);
+    mainLayout->addWidget(heading);
 
     auto *scrollArea = new QScrollArea(this);
+    scrollArea->setAccessibleName(heading->text());
     scrollArea->setWidgetResizable(true);
     scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scrollArea->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
@@ -142,6 +145,7 @@ void DownloadUpdateDialog::addProgress()
     progressBar = new QProgressBar(container);
     progressBar->setFixedHeight(8);
     progressBar->setTextVisible(false);
+    progressBar->setAccessibleName(tr("下载进度"));
     progressBar->setValue(0);
     progressBar->setStyleSheet(uR"(
 QProgressBar { border: none; border-radius: 4px; background-color: #f5f5f5; }

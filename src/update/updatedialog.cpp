@@ -85,6 +85,7 @@ void UpdateDialog::buildLayout()
     notesBrowser = new QTextBrowser(this);
     notesBrowser->setHtml(releaseHtml(release));
     notesBrowser->setMaximumHeight(200);
+    notesBrowser->setAccessibleName(u"更新内容"_s);
 
     downloadButton = new QPushButton(u"立即下载"_s, this);
     downloadButton->setFixedHeight(buttonHeight);

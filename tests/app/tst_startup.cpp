@@ -117,6 +117,7 @@ private slots:
     void programSpeaksEnglishIfAsked();
     void programSpeaksChineseOtherwise_data();
     void programSpeaksChineseOtherwise();
+    void programReadsTheSampleOfTheDocuments();
     void programReadsTheFileBesideItself();
     void programLeavesTheConfigurationAlone();
     void programKeepsTheWindowStateOfTheUser();
@@ -228,6 +229,18 @@ void TestStartup::programSpeaksChineseOtherwise()
     chinese.start();
     QTRY_VERIFY_WITH_TIMEOUT(!program.firstPicture().isNull() && !chinese.firstPicture().isNull(), startTime);
     QCOMPARE(firstDifference(program.firstPicture(), chinese.firstPicture()), QString());
+}
+
+void TestStartup::programReadsTheSampleOfTheDocuments()
+{
+    const QByteArray config = fileBytes(QFINDTESTDATA("../../docs/user.ini.sample"));
+    QVERIFY(config.contains("language=en"));
+    ProgramCopy program(config);
+    ProgramCopy english(iniWith("language", "en"));
+    program.start();
+    english.start();
+    QTRY_VERIFY_WITH_TIMEOUT(!program.firstPicture().isNull() && !english.firstPicture().isNull(), startTime);
+    QCOMPARE(firstDifference(program.firstPicture(), english.firstPicture()), QString());
 }
 
 void TestStartup::programReadsTheFileBesideItself()

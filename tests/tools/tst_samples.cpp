@@ -124,6 +124,8 @@ private slots:
     void turnsUpright_data();
     void turnsUpright();
     void toolWritesTheImage();
+    void toolAddsARim();
+    void toolSavesFewColours();
     void toolNeedsNoScreen();
     void toolRefuses_data();
     void toolRefuses();
@@ -132,8 +134,8 @@ private slots:
 void TestSamples::knowsEveryKindByName()
 {
     const QStringList names{
-        u"chat"_s,  u"web"_s,     u"dark"_s, u"palette"_s, u"gray"_s, u"alpha"_s, u"jpeg-orientation"_s,
-        u"noise"_s, u"gradient"_s};
+        u"chat"_s,  u"web"_s,      u"dark"_s, u"palette"_s, u"gray"_s, u"alpha"_s, u"jpeg-orientation"_s,
+        u"noise"_s, u"gradient"_s, u"table"_s};
     QCOMPARE(sampleKindNames(), names);
     std::set<SampleKind> kinds;
     for (const QString &name : names) {
@@ -158,6 +160,7 @@ void TestSamples::hasSizeAndFormat_data()
     QTest::newRow("jpeg-orientation") << SampleKind::JpegOrientation << QImage::Format_RGB32;
     QTest::newRow("noise") << SampleKind::Noise << QImage::Format_RGB32;
     QTest::newRow("gradient") << SampleKind::Gradient << QImage::Format_RGB32;
+    QTest::newRow("table") << SampleKind::Table << QImage::Format_RGB32;
 }
 
 void TestSamples::hasSizeAndFormat()
@@ -250,6 +253,7 @@ void TestSamples::recordsLinesOfText_data()
     QTest::newRow("dark") << SampleKind::Dark;
     QTest::newRow("palette") << SampleKind::Palette;
     QTest::newRow("gray") << SampleKind::Gray;
+    QTest::newRow("table") << SampleKind::Table;
 }
 
 void TestSamples::recordsLinesOfText()
@@ -313,7 +317,12 @@ void TestSamples::recordsAllTextOfTheChat()
 
 void TestSamples::paintsBelowThePaintersLimit_data()
 {
-    recordsLinesOfText_data();
+    QTest::addColumn<SampleKind>("kind"); // without the table, whose rows are too low for text at this width
+    QTest::newRow("chat") << SampleKind::Chat;
+    QTest::newRow("web") << SampleKind::Web;
+    QTest::newRow("dark") << SampleKind::Dark;
+    QTest::newRow("palette") << SampleKind::Palette;
+    QTest::newRow("gray") << SampleKind::Gray;
 }
 
 void TestSamples::paintsBelowThePaintersLimit()
@@ -426,6 +435,48 @@ void TestSamples::toolWritesTheImage()
     QCOMPARE(QImageReader(dir.filePath(u"b.jpg"_s)).size(), QSize(90, 60));
 }
 
+void TestSamples::toolAddsARim()
+{
+    const QTemporaryDir dir;
+    const ToolRun run = runTool({u"--kind=gray"_s, u"--size=300x700"_s, u"--rim=40"_s, u"a.png"_s}, dir.path(),
+                                QProcessEnvironment::systemEnvironment());
+    QCOMPARE(run.code, 0);
+    const QImage image(dir.filePath(u"a.png"_s));
+    QCOMPARE(image.size(), QSize(380, 780));
+    QCOMPARE(difference(image.copy(40, 40, 300, 700), makeSampleImage({SampleKind::Gray, 300, 700})), QByteArray());
+    const QRgb ground = image.pixel(0, 0);
+    for (int y = 0; y < 780; ++y) {
+        for (int x = 0; x < 380; ++x) {
+            const bool inside = x >= 40 && x < 340 && y >= 40 && y < 740;
+            if (!inside && image.pixel(x, y) != ground) {
+                QFAIL(qPrintable(u"ink at %1,%2"_s.arg(x).arg(y)));
+            }
+        }
+    }
+}
+
+void TestSamples::toolSavesFewColours()
+{
+    const QTemporaryDir dir;
+    const ToolRun run = runTool({u"--kind=web"_s, u"--size=300x900"_s, u"--indexed"_s, u"a.png"_s}, dir.path(),
+                                QProcessEnvironment::systemEnvironment());
+    QCOMPARE(run.code, 0);
+    const QImage image(dir.filePath(u"a.png"_s));
+    QCOMPARE(image.format(), QImage::Format_Indexed8);
+    const QImage full = makeSampleImage({SampleKind::Web, 300, 900});
+    QCOMPARE(image.size(), full.size());
+    for (int y = 0; y < 900; ++y) {
+        for (int x = 0; x < 300; ++x) {
+            const QRgb a = image.pixel(x, y);
+            const QRgb b = full.pixel(x, y);
+            const int most =
+                std::max({std::abs(qRed(a) - qRed(b)), std::abs(qGreen(a) - qGreen(b)), std::abs(qBlue(a) - qBlue(b))});
+            QVERIFY2(most <= 28,
+                     qPrintable(u"%1 off at %2,%3"_s.arg(most).arg(x).arg(y))); // a pale colour may become a gray
+        }
+    }
+}
+
 void TestSamples::toolNeedsNoScreen()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -454,6 +505,11 @@ void TestSamples::toolRefuses_data()
     for (const QString &size : {u"10"_s, u"10x"_s, u"0x10"_s, u"10x0"_s, u"-5x5"_s, u"10001x5"_s, u"5x1000000"_s}) {
         add(u"--size %1 a.png"_s.arg(size), 2, u"bad size \"%1\""_s.arg(size));
     }
+    for (const QString &rim : {u"x"_s, u"-1"_s, u"1001"_s}) {
+        add(u"--rim %1 a.png"_s.arg(rim), 2, u"bad rim \"%1\""_s.arg(rim));
+    }
+    add(u"--kind palette --indexed a.png"_s, 2, u"249 colours by itself"_s);
+    add(u"--kind palette --rim 5 a.png"_s, 2, u"takes no rim"_s);
     add(u"--orientation 2 a.png"_s, 2, u"jpeg-orientation alone"_s);
     add(u"--kind jpeg-orientation --orientation 9 a.jpg"_s, 2, u"bad orientation \"9\""_s);
     add(u"--kind jpeg-orientation a.png"_s, 2, u"must end in .jpg"_s);

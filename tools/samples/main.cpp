@@ -19,6 +19,40 @@ int fail(int code, const QString &message)
     return code;
 }
 
+/// What happens to the image after it is painted.
+struct Finish
+{
+    int rim = 0; // pixels
+    bool indexed = false;
+};
+
+/// Reads the options into \a finish; returns what is wrong with them, or
+/// nothing.
+QString readFinish(const QCommandLineParser &parser, SampleKind kind, Finish &finish)
+{
+    bool ok = false;
+    finish.rim = parser.value(u"rim"_s).toInt(&ok);
+    if (!ok || finish.rim < 0 || finish.rim > 1000) {
+        return u"bad rim \"%1\", use a number from 0 to 1000"_s.arg(parser.value(u"rim"_s));
+    }
+    finish.indexed = parser.isSet(u"indexed"_s);
+    if (kind == SampleKind::Palette && (finish.rim > 0 || finish.indexed)) {
+        return u"the kind palette has 249 colours by itself, and takes no rim"_s;
+    }
+    return {};
+}
+
+QImage finished(QImage image, const Finish &finish)
+{
+    if (finish.rim > 0) {
+        image = withRim(image, finish.rim);
+    }
+    if (finish.indexed) {
+        image = toPalette(image.convertToFormat(QImage::Format_ARGB32));
+    }
+    return image;
+}
+
 /// Reads the options into \a params and the operand into \a file; returns what
 /// is wrong with them, or nothing.
 QString readArguments(const QCommandLineParser &parser, SampleParams &params, QString &file)
@@ -77,6 +111,8 @@ int main(int argc, char *argv[])
         {u"kind"_s, u"What to paint: %1."_s.arg(sampleKindNames().join(u", "_s)), u"kind"_s, u"chat"_s},
         {u"size"_s, u"Pixels of the image."_s, u"WIDTHxHEIGHT"_s, u"1080x12000"_s},
         {u"seed"_s, u"Another number gives another image."_s, u"number"_s, u"1"_s},
+        {u"rim"_s, u"Blank rows and columns around the image, 0 to 1000."_s, u"pixels"_s, u"0"_s},
+        {u"indexed"_s, u"Saves the image with 249 colours, in a smaller file."_s},
         {u"orientation"_s, u"EXIF orientation of a jpeg-orientation, 1 to 8."_s, u"tag"_s, u"1"_s},
     });
     parser.addPositionalArgument(u"file"_s, u"The PNG to write, or the JPEG of a jpeg-orientation."_s);
@@ -89,11 +125,15 @@ int main(int argc, char *argv[])
 
     SampleParams params;
     QString file;
-    const QString mistake = readArguments(parser, params, file);
+    Finish finish;
+    QString mistake = readArguments(parser, params, file);
+    if (mistake.isEmpty()) {
+        mistake = readFinish(parser, params.kind, finish);
+    }
     if (!mistake.isEmpty()) {
         return fail(badArguments, mistake);
     }
-    const QImage image = makeSampleImage(params);
+    const QImage image = finished(makeSampleImage(params), finish);
     if (image.isNull()) {
         return fail(writeFailure, u"no memory for an image of this size"_s);
     }

@@ -14,3 +14,5 @@ enum class ArticleStyle {
     TextOnly,
 };
 void paintArticle(Sample &sample, quint32 seed, ArticleStyle style);
+
+void paintTable(Sample &sample, quint32 seed);

@@ -5,6 +5,7 @@
 
 #include <QBuffer>
 #include <QImageWriter>
+#include <QPainter>
 #include <QSaveFile>
 #include <QTransform>
 
@@ -18,7 +19,7 @@ namespace {
 
 constexpr int maxWidth = 10000; // keeps every block of a page far below the painter's limit
 
-constexpr std::array<std::pair<const char *, SampleKind>, 9> kindNames = {{
+constexpr std::array<std::pair<const char *, SampleKind>, 10> kindNames = {{
     {"chat", SampleKind::Chat},
     {"web", SampleKind::Web},
     {"dark", SampleKind::Dark},
@@ -28,6 +29,7 @@ constexpr std::array<std::pair<const char *, SampleKind>, 9> kindNames = {{
     {"jpeg-orientation", SampleKind::JpegOrientation},
     {"noise", SampleKind::Noise},
     {"gradient", SampleKind::Gradient},
+    {"table", SampleKind::Table},
 }};
 
 QImage::Format paintedFormat(SampleKind kind)
@@ -99,46 +101,6 @@ void fillCorners(QImage &image, quint32 seed)
         }
         return top ? (left ? qRgb(220, 30, 30) : qRgb(30, 180, 30)) : (left ? qRgb(30, 30, 220) : qRgb(230, 220, 30));
     });
-}
-
-/// Indexed8 with a transparent entry, a 6 x 6 x 6 cube of colours, and grays
-/// for the edges of letters.
-QImage toPalette(const QImage &image)
-{
-    constexpr int cubeStart = 1;
-    constexpr int grayStart = cubeStart + 216;
-    constexpr int grays = 32;
-    QList<QRgb> table = {qRgba(0, 0, 0, 0)};
-    for (int i = 0; i < 216; ++i) {
-        table.append(qRgb(i / 36 * 51, i / 6 % 6 * 51, i % 6 * 51));
-    }
-    for (int i = 0; i < grays; ++i) {
-        const int level = i * 255 / (grays - 1);
-        table.append(qRgb(level, level, level));
-    }
-    QImage indexed(image.size(), QImage::Format_Indexed8);
-    if (indexed.isNull()) {
-        return {};
-    }
-    indexed.setColorTable(table);
-    for (int y = 0; y < image.height(); ++y) {
-        const auto *from = reinterpret_cast<const QRgb *>(image.constScanLine(y));
-        uchar *to = indexed.scanLine(y);
-        for (int x = 0; x < image.width(); ++x) {
-            const auto [least, most] = std::minmax({qRed(from[x]), qGreen(from[x]), qBlue(from[x])});
-            const auto sixth = [](int level) { return (level + 25) / 51; };
-            int index = 0;
-            if (qAlpha(from[x]) < 128) {
-                index = 0;
-            } else if (most - least < 24) {
-                index = grayStart + (qGreen(from[x]) * (grays - 1) + 127) / 255;
-            } else {
-                index = cubeStart + sixth(qRed(from[x])) * 36 + sixth(qGreen(from[x])) * 6 + sixth(qBlue(from[x]));
-            }
-            to[x] = static_cast<uchar>(index);
-        }
-    }
-    return indexed;
 }
 
 /// The raster which the EXIF \a orientation turns into \a upright.
@@ -243,6 +205,9 @@ Sample makeSample(const SampleParams &params)
     case SampleKind::Gradient:
         fillGradient(sample.image, params.seed);
         break;
+    case SampleKind::Table:
+        paintTable(sample, params.seed);
+        break;
     }
     std::stable_sort(sample.textLines.begin(), sample.textLines.end(),
                      [](const QRect &a, const QRect &b) { return a.top() < b.top(); });
@@ -252,6 +217,56 @@ Sample makeSample(const SampleParams &params)
 QImage makeSampleImage(const SampleParams &params)
 {
     return makeSample(params).image;
+}
+
+QImage toPalette(const QImage &image)
+{
+    // A transparent entry, a 6 x 6 x 6 cube of colours, and grays for the edges of letters.
+    constexpr int cubeStart = 1;
+    constexpr int grayStart = cubeStart + 216;
+    constexpr int grays = 32;
+    QList<QRgb> table = {qRgba(0, 0, 0, 0)};
+    for (int i = 0; i < 216; ++i) {
+        table.append(qRgb(i / 36 * 51, i / 6 % 6 * 51, i % 6 * 51));
+    }
+    for (int i = 0; i < grays; ++i) {
+        const int level = i * 255 / (grays - 1);
+        table.append(qRgb(level, level, level));
+    }
+    QImage indexed(image.size(), QImage::Format_Indexed8);
+    if (indexed.isNull()) {
+        return {};
+    }
+    indexed.setColorTable(table);
+    for (int y = 0; y < image.height(); ++y) {
+        const auto *from = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        uchar *to = indexed.scanLine(y);
+        for (int x = 0; x < image.width(); ++x) {
+            const auto [least, most] = std::minmax({qRed(from[x]), qGreen(from[x]), qBlue(from[x])});
+            const auto sixth = [](int level) { return (level + 25) / 51; };
+            int index = 0;
+            if (qAlpha(from[x]) < 128) {
+                index = 0;
+            } else if (most - least < 24) {
+                index = grayStart + (qGreen(from[x]) * (grays - 1) + 127) / 255;
+            } else {
+                index = cubeStart + sixth(qRed(from[x])) * 36 + sixth(qGreen(from[x])) * 6 + sixth(qBlue(from[x]));
+            }
+            to[x] = static_cast<uchar>(index);
+        }
+    }
+    return indexed;
+}
+
+QImage withRim(const QImage &image, int rim)
+{
+    QImage sheet(image.size() + QSize(2 * rim, 2 * rim), image.format());
+    if (sheet.isNull()) {
+        return {};
+    }
+    sheet.fill(image.pixelColor(0, 0));
+    QPainter(&sheet).drawImage(rim, rim, image);
+    return sheet;
 }
 
 bool writeSampleImage(const QImage &image, const SampleParams &params, const QString &file, QString *error)

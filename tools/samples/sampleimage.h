@@ -18,6 +18,7 @@ enum class SampleKind {
     JpegOrientation, ///< corners of four colours, to be saved as a turned JPEG, RGB32
     Noise, ///< every pixel random, RGB32
     Gradient, ///< smooth and without text, RGB32
+    Table, ///< a wide table, RGB32
 };
 
 struct SampleParams
@@ -51,6 +52,14 @@ Sample makeSample(const SampleParams &params);
 
 /// The image of makeSample() alone.
 QImage makeSampleImage(const SampleParams &params);
+
+/// \a image with 249 colours and a transparent one, Indexed8; null if there is
+/// no memory. Takes an image of 32 bits a pixel.
+QImage toPalette(const QImage &image);
+
+/// \a image in the middle of a blank sheet of the colour of its first pixel,
+/// \a rim pixels from each edge. Null if there is no memory.
+QImage withRim(const QImage &image, int rim);
 
 /// Saves \a image, which is of the kind \a params.kind, to \a file.
 ///

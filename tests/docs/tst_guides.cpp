@@ -1,0 +1,370 @@
+#include "app/settings.h"
+#include "app/startup.h"
+#include "page/pageitem.h"
+#include "samples/sampleimage.h"
+#include "support/documents.h"
+#include "support/testmain.h"
+#include "ui/windowaccess.h"
+
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QMenu>
+#include <QMenuBar>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+Q_DECLARE_METATYPE(SampleKind)
+
+namespace {
+
+QString projectFile(const QString &name)
+{
+    return QStringLiteral(PROJECT_FOLDER) + u'/' + name;
+}
+
+QString textOf(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        qFatal("Cannot read %s", qPrintable(path));
+    }
+    return QString::fromUtf8(file.readAll());
+}
+
+/// All documents of the project, relative to its folder.
+QStringList documents()
+{
+    const QDir project(QStringLiteral(PROJECT_FOLDER));
+    QStringList names = project.entryList({u"*.md"_s}, QDir::Files);
+    for (const QString &folder : {u"docs"_s, u"samples"_s, u"bench"_s, u"packaging"_s, u"tests"_s, u"tools"_s}) {
+        QDirIterator files(project.filePath(folder), {u"*.md"_s}, QDir::Files, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            names.append(project.relativeFilePath(files.next()));
+        }
+    }
+    return names;
+}
+
+/// \a text without blocks of code and without code within lines.
+QString withoutCode(QString text)
+{
+    static const QRegularExpression fences(
+        u"^```.*?^```"_s, QRegularExpression::MultilineOption | QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression indented(u"^    .*$"_s, QRegularExpression::MultilineOption);
+    static const QRegularExpression quoted(u"`[^`]*`"_s);
+    return text.remove(fences).remove(indented).remove(quoted);
+}
+
+/// Where the links and pictures of \a text lead to.
+QStringList targetsOf(const QString &text)
+{
+    static const QRegularExpression link(u"\\]\\(([^)\\s]+)\\)"_s);
+    QStringList targets;
+    for (const QRegularExpressionMatch &match : link.globalMatch(withoutCode(text))) {
+        targets.append(match.captured(1));
+    }
+    return targets;
+}
+
+/// The names by which the headings of \a text are linked to.
+QStringList anchorsOf(const QString &text)
+{
+    static const QRegularExpression heading(u"^#+ (.*)$"_s, QRegularExpression::MultilineOption);
+    static const QRegularExpression notInNames(u"[^\\w\\- ]"_s, QRegularExpression::UseUnicodePropertiesOption);
+    QStringList anchors;
+    for (const QRegularExpressionMatch &match : heading.globalMatch(text)) {
+        anchors.append(match.captured(1).toLower().remove(notInNames).replace(u' ', u'-'));
+    }
+    return anchors;
+}
+
+/// The first table behind the heading \a heading of \a text: its rows below
+/// the titles, each cell without blanks and code marks around it.
+QList<QStringList> tableBelow(const QString &text, const QString &heading)
+{
+    QList<QStringList> rows;
+    const QStringList lines = text.mid(text.indexOf(u"\n## "_s + heading + u'\n')).split(u'\n');
+    for (const QString &line : lines.mid(2)) {
+        if (line.startsWith(u'|')) {
+            QStringList cells;
+            for (const QString &cell : line.mid(1).chopped(1).split(u'|')) {
+                cells.append(cell.trimmed().remove(u'`'));
+            }
+            rows.append(cells);
+        } else if (!rows.isEmpty() || line.startsWith("## "_L1)) {
+            break;
+        }
+    }
+    return rows.mid(2);
+}
+
+/// Each entry of the menus of a window: text, Chinese text, shortcut and menu.
+QList<QStringList> menuRows(bool english)
+{
+    const MainWindow chinese;
+    std::unique_ptr<EnglishCatalogue> catalogue;
+    if (english) {
+        catalogue = std::make_unique<EnglishCatalogue>();
+    }
+    const MainWindow window;
+    QList<QStringList> rows;
+    for (const QAction *title : window.menuBar()->actions()) {
+        for (const QAction *action : title->menu()->actions()) {
+            if (action->isSeparator()) {
+                continue;
+            }
+            QStringList row{action->text()};
+            if (english) {
+                row.append(actionOf(chinese, qPrintable(action->objectName()))->text());
+            }
+            rows.append(row << action->shortcut().toString(QKeySequence::PortableText) << title->text());
+        }
+    }
+    return rows;
+}
+
+QString allSources()
+{
+    QString text;
+    QDirIterator files(projectFile(u"src"_s), {u"*.cpp"_s}, QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        text += textOf(files.next());
+    }
+    return text;
+}
+
+/// How many cuts of \a window fall into one of \a lines, and of how many. The
+/// outermost rows of a line, which smoothing makes as bright as paper, do not
+/// count.
+std::pair<int, int> slicedLines(const MainWindow &window, const QList<QRect> &lines, int height)
+{
+    int sliced = 0;
+    int cuts = 0;
+    for (const PageItem *strip : stripsOf(window)) {
+        const int row = int(strip->sourceRect().bottom()) - 1;
+        if (row >= height - 1) {
+            break;
+        }
+        ++cuts;
+        sliced += std::any_of(lines.begin(), lines.end(),
+                              [row](const QRect &line) { return line.top() < row && row < line.bottom() - 1; });
+    }
+    return {sliced, cuts};
+}
+
+} // namespace
+
+class TestGuides : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { forgetEverything(); }
+
+    void linksLeadSomewhere_data();
+    void linksLeadSomewhere();
+    void everyPictureIsShown();
+    void languagesAreInStep_data();
+    void languagesAreInStep();
+    void listsEveryCommandWithItsKeys_data();
+    void listsEveryCommandWithItsKeys();
+    void listsEverySetting_data();
+    void listsEverySetting();
+    void sampleSettingsAreRead();
+    void sampleNamesEverySetting();
+    void listsEverySample();
+    void placedCutsSliceFewerLines_data();
+    void placedCutsSliceFewerLines();
+};
+
+void TestGuides::linksLeadSomewhere_data()
+{
+    QTest::addColumn<QString>("name");
+    const QStringList names = documents();
+    QCOMPARE_GE(names.size(), 8);
+    for (const QString &name : names) {
+        QTest::newRow(qPrintable(name)) << name;
+    }
+}
+
+void TestGuides::linksLeadSomewhere()
+{
+    QFETCH(QString, name);
+    const QFileInfo document(projectFile(name));
+    for (const QString &target : targetsOf(textOf(document.filePath()))) {
+        if (target.startsWith("https://"_L1) || target.startsWith("mailto:"_L1)) {
+            continue;
+        }
+        const QString path = target.section(u'#', 0, 0);
+        const QString anchor = target.section(u'#', 1);
+        const QString file = path.isEmpty() ? document.filePath() : document.dir().filePath(path);
+        QVERIFY2(QFileInfo::exists(file), qPrintable(target));
+        if (!anchor.isEmpty()) {
+            QVERIFY2(anchorsOf(textOf(file)).contains(anchor), qPrintable(target));
+        }
+    }
+}
+
+void TestGuides::everyPictureIsShown()
+{
+    QSet<QString> shown;
+    for (const QString &name : documents()) {
+        const QFileInfo document(projectFile(name));
+        for (const QString &target : targetsOf(textOf(document.filePath()))) {
+            shown.insert(QDir::cleanPath(document.dir().filePath(target)));
+        }
+    }
+    const QDir pictures(projectFile(u"docs/images"_s));
+    const QStringList names = pictures.entryList(QDir::Files);
+    QCOMPARE_GE(names.size(), 10);
+    for (const QString &name : names) {
+        QVERIFY2(shown.contains(pictures.filePath(name)), qPrintable(name));
+    }
+}
+
+void TestGuides::languagesAreInStep_data()
+{
+    QTest::addColumn<QString>("english");
+    QTest::addColumn<QString>("chinese");
+    QTest::newRow("README") << u"README.md"_s << u"README.zh.md"_s;
+    QTest::newRow("guide") << u"docs/guide.md"_s << u"docs/guide.zh.md"_s;
+}
+
+void TestGuides::languagesAreInStep()
+{
+    QFETCH(QString, english);
+    QFETCH(QString, chinese);
+    const QString one = textOf(projectFile(english));
+    const QString other = textOf(projectFile(chinese));
+    QCOMPARE(anchorsOf(withoutCode(other)).size(), anchorsOf(withoutCode(one)).size());
+    QCOMPARE(other.count("]("_L1), one.count("]("_L1));
+    QCOMPARE(other.count("\n|"_L1), one.count("\n|"_L1));
+}
+
+void TestGuides::listsEveryCommandWithItsKeys_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("heading");
+    QTest::addColumn<bool>("english");
+    QTest::newRow("English") << u"docs/guide.md"_s << u"Keyboard"_s << true;
+    QTest::newRow("Chinese") << u"docs/guide.zh.md"_s << u"键盘"_s << false;
+}
+
+void TestGuides::listsEveryCommandWithItsKeys()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, heading);
+    QFETCH(bool, english);
+    QCOMPARE(tableBelow(textOf(projectFile(name)), heading), menuRows(english));
+}
+
+void TestGuides::listsEverySetting_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("heading");
+    QTest::newRow("English") << u"docs/guide.md"_s << u"Settings"_s;
+    QTest::newRow("Chinese") << u"docs/guide.zh.md"_s << u"设置"_s;
+}
+
+void TestGuides::listsEverySetting()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, heading);
+    QStringList keys;
+    for (const QStringList &row : tableBelow(textOf(projectFile(name)), heading)) {
+        keys.append(row.value(1));
+    }
+    QCOMPARE(
+        keys,
+        (QStringList{u"language"_s, u"autopage"_s, u"marginsc"_s, u"imagedir"_s, u"savepath"_s, u"windowGeometry"_s,
+                     u"windowState"_s, u"splitterState"_s, u"updater/skippedVersion"_s, u"update/skippedVersion"_s}));
+    const QString sources = allSources();
+    for (const QString &key : keys) {
+        QVERIFY2(sources.contains(u'"' + key + u'"'), qPrintable(key));
+    }
+}
+
+void TestGuides::sampleSettingsAreRead()
+{
+    const QTemporaryDir dir;
+    const QString file = dir.filePath(u"user.ini"_s);
+    QString sample = textOf(projectFile(u"docs/user.ini.sample"_s));
+    savedBytes(sample.toUtf8(), file);
+    QCOMPARE(interfaceLanguage(file), u"en"_s);
+    QVERIFY(isAutoPageWanted(file));
+    QString value;
+    QVERIFY(readConfigValue(file, u"marginsc"_s, value));
+    QCOMPARE(value, QString());
+
+    const QString other = dir.filePath(u"other.ini"_s);
+    sample.replace("autopage=true"_L1, "autopage=false"_L1).replace("language=en"_L1, "language=zh"_L1);
+    sample.replace("\n;marginsc"_L1, "\nmarginsc"_L1).replace("\n;imagedir"_L1, "\nimagedir"_L1);
+    savedBytes(sample.toUtf8(), other);
+    QCOMPARE(interfaceLanguage(other), u"zh"_s);
+    QVERIFY(!isAutoPageWanted(other));
+    QVERIFY(readConfigValue(other, u"marginsc"_s, value));
+    QCOMPARE(value, u"10"_s);
+    QVERIFY(readConfigValue(other, u"imagedir"_s, value));
+    QCOMPARE(value, u"/home/me/Pictures"_s);
+}
+
+void TestGuides::sampleNamesEverySetting()
+{
+    static const QRegularExpression key(u"^;?([a-z]+)="_s, QRegularExpression::MultilineOption);
+    QStringList keys;
+    for (const QRegularExpressionMatch &match : key.globalMatch(textOf(projectFile(u"docs/user.ini.sample"_s)))) {
+        keys.append(match.captured(1));
+    }
+    QCOMPARE(keys, (QStringList{u"language"_s, u"autopage"_s, u"marginsc"_s, u"imagedir"_s, u"savepath"_s}));
+}
+
+void TestGuides::listsEverySample()
+{
+    const QString text = textOf(projectFile(u"samples/README.md"_s));
+    const QStringList files = QDir(projectFile(u"samples"_s)).entryList({u"*.png"_s}, QDir::Files);
+    QCOMPARE_GE(files.size(), 6);
+    for (const QString &file : files) {
+        const QSize size = QImageReader(projectFile(u"samples/"_s + file)).size();
+        QVERIFY2(text.contains(u"| `%1` | %2 x %3 |"_s.arg(file).arg(size.width()).arg(size.height())),
+                 qPrintable(file));
+    }
+}
+
+void TestGuides::placedCutsSliceFewerLines_data()
+{
+    QTest::addColumn<SampleKind>("kind");
+    QTest::newRow("chat") << SampleKind::Chat;
+    QTest::newRow("web") << SampleKind::Web;
+    QTest::newRow("gray") << SampleKind::Gray;
+}
+
+/// The README tells these numbers.
+void TestGuides::placedCutsSliceFewerLines()
+{
+    QFETCH(SampleKind, kind);
+    constexpr int height = 50000;
+    const Sample sample = makeSample({kind, 1080, height});
+    const QString path = savedPicture(sample.image, u"long.bmp"_s);
+    MainWindow window;
+    window.setAutoPage(false);
+    window.loadImageFile(path);
+    const auto [slicedBefore, cuts] = slicedLines(window, sample.textLines, height);
+    window.setAutoPage(true);
+    window.loadImageFile(path);
+    const auto [slicedAfter, placed] = slicedLines(window, sample.textLines, height);
+    qInfo("lines of text sliced by %d cuts: %d at regular distances, %d placed", cuts, slicedBefore, slicedAfter);
+    QCOMPARE_GE(slicedBefore, 5);
+    QCOMPARE(placed, cuts);
+    QCOMPARE_LE(slicedAfter * 4, slicedBefore); // none with the fonts of Debian 12
+}
+
+QUILLMARCH_TEST_MAIN(TestGuides)
+
+#include "tst_guides.moc"

@@ -1,0 +1,248 @@
+"""Makes the pictures of the README and of the guides from the program with the samples."""
+
+import contextlib
+import os
+import pathlib
+import shutil
+import sys
+import tempfile
+
+from desktop import Desktop, wait_until
+from picture import Picture
+from program import Program
+
+SIZE = (1000, 700)  # of the window without its frame
+TITLE_BAR = 20
+SAMPLES = pathlib.Path(os.environ["QUILLMARCH_SAMPLES"])
+LANGUAGES = {
+    "zh": {"config": None, "open": "打开图像或PDF文件", "save": "导出到PDF", "about": "关于"},
+    "en": {"config": {"language": "en"}, "open": "open an image or pdf file", "save": "Save as PDF", "about": "关于"},
+}
+
+# 32 steps a channel make the files much smaller and look the same.
+STEPS = bytes(round(round(level * 31 / 255) * 255 / 31) for level in range(256))
+
+
+CUT_STEP = 87  # screen pixels from the first cut of the chat to the gap below the next message
+
+
+@contextlib.contextmanager
+def folder_of_fixed_name():
+    """Its name can be read in a picture, and shall not be another one each time."""
+    folder = pathlib.Path(tempfile.gettempdir()) / "quillmarch-pictures"
+    folder.mkdir()
+    try:
+        yield folder
+    finally:
+        shutil.rmtree(folder)
+
+
+class Session:
+    """One run of the program on a screen of its own, and the folder for its pictures."""
+
+    def __init__(self, folder, language):
+        self.folder = folder
+        self.texts = LANGUAGES[language]
+        self.desktop = Desktop()
+        try:
+            self.program = Program(self.desktop, self.texts["config"])
+            self.program.start()
+            self.desktop.xdotool("windowsize", "--sync", self.program.main, *SIZE)
+            self.program.picture()
+            wait_until(self.shows_version, "the version in the status bar")
+        except BaseException:
+            self.desktop.close()
+            raise
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *error):
+        self.desktop.close()
+
+    def shows_version(self):
+        """It comes a second after the start."""
+        left, top, width, height = self.desktop.geometry(self.program.main)
+        screen = self.desktop.screen()
+        row = screen.row(top + height - 10, left + width - 80, left + width - 30)
+        return any(color != row[0] for color in row)
+
+    # What is done
+
+    def open(self, sample):
+        self.program.answer_file_dialog("ctrl+o", self.texts["open"], SAMPLES / sample)
+        self.program.wait_for_document()
+        self.program.picture()
+
+    def click_tools(self, *names):
+        for name in names:
+            self.program.click_tool(name)
+            self.program.picture()
+
+    def cut(self, index=0):
+        """The place of a cut that can be seen, a third into the view."""
+        layout = self.program.layout()
+        bars = wait_until(lambda: self.program.cut_bars(self.desktop.screen())[index:], "a cut")
+        return layout.main_view + 0.3 * layout.main_width, sum(bars[0]) / 2
+
+    def scroll_to_cut(self, share):
+        """Scrolls the strips until the first cut stands at a share of the view's height."""
+        layout = self.program.layout()
+        middle = layout.main_view + layout.main_width / 2
+        for _ in range(60):
+            bars = self.program.cut_bars(self.program.picture())
+            if bars and bars[0][0] < layout.top + share * (layout.bottom - layout.top):
+                return
+            self.desktop.wheel_down(middle, (layout.top + layout.bottom) / 2, 1)
+        raise AssertionError("no cut came into view")
+
+    def leave_cut(self):
+        """Takes the pointer off a cut; straight out of the window would leave it lit."""
+        x, y = self.cut_place
+        self.desktop.move(x, y - 60)
+        self.program.rest_pointer()
+
+    def point_at_cut(self):
+        self.cut_place = self.cut()
+        self.desktop.move(*self.cut_place)
+
+    def drag_cut(self, distance):
+        """Presses the button on the cut that is pointed at, and moves it; releases nothing."""
+        x, y = self.cut_place
+        self.desktop.press()
+        self.desktop.glide((x, y), (x, y + distance))
+        self.cut_place = x, y + distance
+
+    def scroll_to_top(self):
+        layout = self.program.layout()
+        for x in (layout.left + layout.left_width / 2, layout.main_view + layout.main_width / 2):
+            self.desktop.xdotool("mousemove", round(x), layout.bottom - 50, "click", "--repeat", 60, "--delay", 10, 4)
+        self.program.picture()
+
+    # What is kept
+
+    def keep(self, name, left, top, width, height):
+        shot = self.desktop.calm_screen().part(left, top, width, height)
+        path = self.folder / f"{name}.png"
+        Picture(shot.width, shot.height, shot.stride, shot.data.translate(STEPS)).write_png(path)
+        print(path, path.stat().st_size)
+
+    def keep_window(self, name):
+        left, top, width, height = self.desktop.geometry(self.program.main)
+        self.keep(name, left, top - TITLE_BAR, width, height + TITLE_BAR)
+
+    def keep_toast(self, name):
+        wait_until(self.program.toast, "the toast")
+        self.desktop.calm_screen()
+        self.keep_window(name)
+        wait_until(lambda: not self.program.toast(), "the end of the toast")
+
+    def keep_views(self, name):
+        """Both views, without the texts around them."""
+        layout = self.program.layout()
+        self.keep(name, layout.left, layout.top, layout.right - layout.left, layout.bottom - layout.top)
+
+    def keep_main_view(self, name):
+        layout = self.program.layout()
+        self.keep(name, layout.main_view, layout.top, layout.main_width, layout.bottom - layout.top)
+
+
+def show_the_window(folder, language):
+    with Session(folder, language) as session:
+        program, desktop = session.program, session.desktop
+        session.keep_window(f"start-{language}")
+
+        session.open("long-chat.png")
+        session.point_at_cut()
+        session.keep_window(f"window-{language}")
+
+        session.leave_cut()
+        program.activate(program.main)
+        desktop.key("Alt_L")
+        desktop.key("Right", "Down", "Down")
+        left, top, _, _ = desktop.geometry(program.main)
+        session.keep(f"menu-{language}", left, top, 520, 400)
+        desktop.key("Escape", "Escape", "Escape")
+
+        session.click_tools("layout", "numbers")
+        program.picture()  # repaints, at the scale that all pages share
+        session.keep_window(f"columns-{language}")
+
+        with folder_of_fixed_name() as out:
+            program.answer_file_dialog("ctrl+s", session.texts["save"], out / "chat.pdf")
+            session.keep_toast(f"saved-{language}")
+            program.answer_file_dialog("ctrl+o", session.texts["open"], out / "chat.pdf")
+            session.keep_toast(f"refused-{language}")
+
+        program.activate(program.main)
+        desktop.key("Alt_L")
+        desktop.key("Right", "Right", "Down", "Return")
+        about = desktop.window(program.process, session.texts["about"])
+        desktop.calm_screen()
+        left, top, width, height = desktop.geometry(about)
+        session.keep(f"about-{language}", left, top - TITLE_BAR, width, height + TITLE_BAR)
+
+
+def show_hands(folder):
+    with Session(folder, "zh") as session:
+        program, desktop = session.program, session.desktop
+        session.open("long-chat.png")
+        session.scroll_to_cut(0.5)
+        session.point_at_cut()
+        session.keep_main_view("cut-pointed-at")
+        session.drag_cut(CUT_STEP)
+        session.keep_main_view("cut-dragged")
+        desktop.release()
+        session.leave_cut()
+        program.picture()
+        session.keep_main_view("cut-moved")
+
+        layout = program.layout()
+        middle = layout.left + layout.left_width / 2, (layout.top + layout.bottom) / 2
+        desktop.wheel_down(*middle, 14)
+        program.picture()
+        desktop.click(*middle)
+        program.picture()
+        session.keep_views("page-chosen")
+
+
+def show_margins(folder):
+    with Session(folder, "zh") as session:
+        session.open("long-chat.png")
+        session.click_tools("less margin", "less margin")
+        session.keep_views("margin-0")
+        session.click_tools(*["more margin"] * 6)
+        session.keep_views("margin-30")
+
+
+def show_trim(folder):
+    with Session(folder, "zh") as session:
+        session.open("borders.png")
+        session.keep_views("trim-before")
+        session.click_tools("trim")
+        session.scroll_to_top()
+        session.keep_views("trim-after")
+
+
+def show_dark(folder):
+    with Session(folder, "zh") as session:
+        session.open("dark-chat.png")
+        layout = session.program.layout()
+        middle = layout.main_view + layout.main_width / 2
+        session.desktop.wheel_down(middle, (layout.top + layout.bottom) / 2, 3)
+        session.program.picture()
+        session.keep_views("dark")
+
+
+def main():
+    folder = pathlib.Path(sys.argv[1])
+    folder.mkdir(parents=True, exist_ok=True)
+    for language in LANGUAGES:
+        show_the_window(folder, language)
+    show_hands(folder)
+    show_margins(folder)
+    show_trim(folder)
+    show_dark(folder)
+
+
+main()
