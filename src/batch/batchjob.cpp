@@ -30,9 +30,9 @@ BatchEvent failed(BatchFailure failure, const QString &text)
     return event;
 }
 
-BatchEvent unwritten(const QString &reason)
+BatchEvent unwritten(const QString &path, const QString &reason)
 {
-    return failed(BatchFailure::Unwritable, u"cannot write the PDF file: %1"_s.arg(reason));
+    return failed(BatchFailure::Unwritable, u"cannot write \"%1\": %2"_s.arg(path, reason));
 }
 
 /// Why the image \a path was not decoded.
@@ -134,7 +134,7 @@ BatchEvent writeOutput(const BatchDocument &document, const BatchJob &job, const
 {
     PartFile part(job.output);
     if (part.path().isEmpty()) {
-        return unwritten(part.error());
+        return unwritten(job.output, part.error());
     }
     BatchEvent event;
     event.kind = BatchEvent::Kind::Writing;
@@ -143,10 +143,10 @@ BatchEvent writeOutput(const BatchDocument &document, const BatchJob &job, const
 
     const QString mistake = writePages(document, part.path(), job.pages.lossless, sink);
     if (!mistake.isEmpty()) {
-        return unwritten(mistake);
+        return unwritten(job.output, mistake);
     }
     if (!part.commit()) {
-        return unwritten(part.error());
+        return unwritten(job.output, part.error());
     }
     event.kind = BatchEvent::Kind::Done;
     event.pages = document.pageCount();

@@ -50,7 +50,7 @@ QString overwrittenImage(const QList<BatchJob> &jobs)
 BatchPlan planJobs(const BatchOptions &options)
 {
     BatchPlan plan;
-    const QFileInfo output(options.output);
+    const QFileInfo output(QDir::cleanPath(options.output));
     const bool toFolder = options.images.size() > 1 || options.output.endsWith(u'/') || output.isDir();
     if (toFolder && output.exists() && !output.isDir()) {
         plan.mistake = u"\"%1\" is a file, and a folder is needed"_s.arg(options.output);

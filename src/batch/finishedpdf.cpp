@@ -14,7 +14,7 @@ constexpr qint64 catalogueSize = 256;
 
 QByteArray bytesAt(QFile &file, qint64 place, qint64 size)
 {
-    return file.seek(place) ? file.read(size) : QByteArray();
+    return place <= file.size() && file.seek(place) ? file.read(size) : QByteArray();
 }
 
 /// The first capture of \a pattern in \a bytes as a number; -1 without one.

@@ -114,7 +114,7 @@ bool PartFile::mayReplaceTarget()
 {
     const QFileInfo file(target);
     if (file.exists() && !file.isFile()) {
-        m_error = u"it is there and no file"_s;
+        m_error = u"it is no regular file"_s;
     } else if (file.exists() && !file.isWritable()) {
         m_error = u"the file that is there is protected"_s;
     }
