@@ -116,6 +116,7 @@ private slots:
     void answers();
     void serves();
     void helpNamesEveryOption();
+    void manualNamesTheOptionsOfTheHelp();
 
     void plansOutputs_data();
     void plansOutputs();
@@ -268,6 +269,18 @@ void TestBatchParts::helpNamesEveryOption()
         QVERIFY2(help.contains(QLatin1StringView(name)), name);
     }
     QVERIFY(!help.contains(serveArgument()));
+}
+
+void TestBatchParts::manualNamesTheOptionsOfTheHelp()
+{
+    const QString manual = QString::fromUtf8(contentOf(QStringLiteral(MANUAL)));
+    static const QRegularExpression option(u"--([a-z-]+)"_s);
+    int options = 0;
+    for (const QRegularExpressionMatch &match : option.globalMatch(batchHelp())) {
+        QVERIFY2(manual.contains("Fl -"_L1 + match.captured(1)), qPrintable(match.captured(1)));
+        ++options;
+    }
+    QVERIFY(options > 10);
 }
 
 void TestBatchParts::plansOutputs_data()
