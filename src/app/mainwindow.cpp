@@ -1,6 +1,8 @@
 #include "app/mainwindow.h"
 
 #include "app/settings.h"
+#include "intake/imagefile.h"
+#include "output/documentitems.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
 #include "ui/customsplitter.h"
@@ -10,59 +12,21 @@
 
 #include <QAction>
 #include <QFileDialog>
-#include <QFileInfo>
 #include <QGraphicsScene>
-#include <QImageReader>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// An image of this size, or less, on a side is refused, in pixels.
-constexpr int refusedSide = 10;
-
-// Width to height of a strip at its regular cuts.
-constexpr double stripAspect = 0.7;
-
-constexpr int stripsPerTwoColumnPage = 4;
-
-constexpr int smallestLimit = 256; // mebibytes, as are the others
-constexpr int limitHeadroom = 32;
-constexpr int limitForUnknownSize = 1024;
-
-/// How much memory an image of \a size may take, in mebibytes: four bytes a
-/// pixel and some headroom, the fixed default where that is too little.
-int allocationLimit(QSize size)
+/// Gives \a pages to \a scene. Returns their height with the gaps below them.
+double addPages(QGraphicsScene *scene, const QList<PreviewItem *> &pages)
 {
-    if (size.width() < 0 || size.height() < 0) {
-        return limitForUnknownSize;
+    double height = 0;
+    for (PreviewItem *page : pages) {
+        scene->addItem(page);
+        height += page->boundingRect().height() + page->pageGap();
     }
-    // Unsigned: the largest size that a header can state passes 63 bits.
-    const quint64 bytes = quint64(size.width()) * quint64(size.height()) * 4;
-    return int(
-        std::clamp<quint64>(((bytes + 0xFFFFF) >> 20) + limitHeadroom, smallestLimit, std::numeric_limits<int>::max()));
-}
-
-QPixmap decodeImage(const QString &path)
-{
-    const QFileInfo file(path);
-    if (file.exists() && !file.isFile() && !file.isDir()) {
-        return {}; // opening a pipe would block the window for good
-    }
-    QImageReader reader(path, QByteArray());
-    reader.setAutoTransform(true);
-    QImageReader::setAllocationLimit(allocationLimit(reader.size()));
-    const QImage image = reader.read();
-    if (!image.isNull()) {
-        return QPixmap::fromImage(image, Qt::NoFormatConversion);
-    }
-    QPixmap pixmap;
-    pixmap.load(path);
-    return pixmap;
+    return height;
 }
 
 } // namespace
@@ -100,8 +64,8 @@ MainWindow::~MainWindow() = default;
 
 void MainWindow::loadImageFile(const QString &path)
 {
-    sourcePixmap = path.toLower().endsWith(".pdf"_L1) ? QPixmap() : decodeImage(path);
-    if (sourcePixmap.width() > refusedSide && sourcePixmap.height() > refusedSide) {
+    sourcePixmap = decodeImageFile(path);
+    if (isLargeEnough(sourcePixmap.size())) {
         rebuildDocument();
     } else {
         popUp->setPopupText(tr("不支持的图片格式或文件已损坏"));
@@ -111,7 +75,7 @@ void MainWindow::loadImageFile(const QString &path)
 
 void MainWindow::rebuildDocument()
 {
-    if (sourcePixmap.width() > refusedSide && sourcePixmap.height() > refusedSide) {
+    if (isLargeEnough(sourcePixmap.size())) {
         resetMinAspect();
         resetColumnMaxHeight();
         pageScene->clear();
@@ -169,10 +133,6 @@ void MainWindow::onExitClicked()
 /// one-column page and, every fourth strip, a two-column page.
 void MainWindow::addStripsAndPages()
 {
-    const double width = sourcePixmap.width();
-    const double pageHeight = width / stripAspect;
-    const auto stripCount = int(unsigned(sourcePixmap.height()) / unsigned(pageHeight) + 1);
-
     // No event may be processed from the first clear of the strips until here:
     // the old pages still point to them.
     pageScene->clear();
@@ -181,54 +141,18 @@ void MainWindow::addStripsAndPages()
 
     QString margin;
     readConfigValue(configFilePath(), u"marginsc"_s, margin);
-    const auto marginValue = unsigned(margin.isEmpty() ? 10 : margin.toInt());
+    const DocumentItems items = makeDocumentItems(sourcePixmap, unsigned(margin.isEmpty() ? 10 : margin.toInt()));
 
     double stripsHeight = 0;
-    double oneColumnHeight = 0;
-    double twoColumnHeight = 0;
-    double pageWidth = 0;
-    PageItem *previousStrip = nullptr;
-    PreviewItem *previousPage = nullptr;
-    PreviewItem *currentTwoColumnPage = nullptr;
-    for (int i = 0; i < stripCount; ++i) {
-        const QRectF band(0, std::trunc(i * pageHeight), std::trunc(width), std::trunc(pageHeight));
-        auto *strip = new PageItem(sourcePixmap, band); // the scene takes it
-        strip->setPageIndex(i);
-        if (previousStrip != nullptr) {
-            previousStrip->linkNext(strip);
-        }
-        previousStrip = strip;
+    for (PageItem *strip : items.strips) {
         pageScene->addItem(strip);
-
-        auto *page = new PreviewItem(strip, 1); // the scene takes it
-        page->setMarginPercent(marginValue);
-        page->setPageNumber(i);
-        if (previousPage != nullptr) {
-            previousPage->setNextPage(page);
-        }
-        previousPage = page;
-        oneColumnScene->addItem(page);
-
-        if (i % stripsPerTwoColumnPage == 0) {
-            auto *twoColumnPage = new PreviewItem(strip, 4); // the scene takes it
-            twoColumnPage->setMarginPercent(marginValue);
-            twoColumnPage->setPageNumber(i / stripsPerTwoColumnPage);
-            twoColumnScene->addItem(twoColumnPage);
-            twoColumnHeight += twoColumnPage->boundingRect().height() + twoColumnPage->pageGap();
-            if (currentTwoColumnPage != nullptr) {
-                currentTwoColumnPage->setNextPage(twoColumnPage);
-            }
-            currentTwoColumnPage = twoColumnPage;
-        } else {
-            currentTwoColumnPage->addStrip(strip);
-        }
-
-        oneColumnHeight += page->boundingRect().height() + page->pageGap();
-        pageWidth = page->boundingRect().width();
         stripsHeight += strip->boundingRect().height();
     }
+    const double oneColumnHeight = addPages(oneColumnScene, items.oneColumnPages);
+    const double twoColumnHeight = addPages(twoColumnScene, items.twoColumnPages);
+    const double pageWidth = items.oneColumnPages.last()->boundingRect().width();
 
-    pageScene->setSceneRect(0, 0, width, stripsHeight);
+    pageScene->setSceneRect(0, 0, sourcePixmap.width(), stripsHeight);
     oneColumnScene->setSceneRect(0, 0, pageWidth, oneColumnHeight);
     twoColumnScene->setSceneRect(0, 0, pageWidth, twoColumnHeight);
 }

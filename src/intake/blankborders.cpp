@@ -75,6 +75,13 @@ Columns contentColumns(const QImage &gray, int threshold)
     return found;
 }
 
+/// The bounds of what is not blank border in \a image.
+std::optional<QRect> trimmedBounds(const QImage &image)
+{
+    const GrayScan scan = scanGray(image);
+    return contentBounds(scan.gray, inkThreshold(scan.histogram));
+}
+
 } // namespace
 
 int inkThreshold(const GrayHistogram &histogram)
@@ -132,4 +139,13 @@ std::optional<QRect> contentBounds(const QImage &gray, int threshold)
         return std::nullopt;
     }
     return QRect(QPoint(left, top), QPoint(right, bottom));
+}
+
+std::optional<QPixmap> withoutBlankBorders(const QPixmap &source)
+{
+    const std::optional<QRect> bounds = trimmedBounds(source.toImage());
+    if (!bounds) {
+        return std::nullopt;
+    }
+    return QPixmap::fromImage(source.toImage().copy(*bounds));
 }

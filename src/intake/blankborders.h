@@ -3,6 +3,7 @@
 #include "intake/grayscan.h"
 
 #include <QImage>
+#include <QPixmap>
 #include <QRect>
 
 #include <optional>
@@ -21,3 +22,7 @@ int inkThreshold(const GrayHistogram &histogram);
 /// first content row and column to the last ones. Nothing without content, and
 /// if that is only a single row or a single column.
 std::optional<QRect> contentBounds(const QImage &gray, int threshold);
+
+/// \a source without its blank borders, also if it has none. Nothing if it has
+/// no content.
+std::optional<QPixmap> withoutBlankBorders(const QPixmap &source);

@@ -20,13 +20,6 @@ constexpr qsizetype pathStart = localPrefix.size();
 constexpr qsizetype pathStart = localPrefix.size() - 1; // the last "/" begins the absolute path
 #endif
 
-/// The bounds of what is not blank border in \a image.
-std::optional<QRect> trimmedBounds(const QImage &image)
-{
-    const GrayScan scan = scanGray(image);
-    return contentBounds(scan.gray, inkThreshold(scan.histogram));
-}
-
 } // namespace
 
 void MainWindow::onAutoTrimClicked()
@@ -34,9 +27,9 @@ void MainWindow::onAutoTrimClicked()
     if (sourcePixmap.isNull()) {
         return;
     }
-    const std::optional<QRect> bounds = trimmedBounds(sourcePixmap.toImage());
-    if (bounds) {
-        sourcePixmap = QPixmap::fromImage(sourcePixmap.toImage().copy(*bounds));
+    const std::optional<QPixmap> trimmed = withoutBlankBorders(sourcePixmap);
+    if (trimmed) {
+        sourcePixmap = *trimmed;
         rebuildDocument();
     } else {
         popUp->setPopupText(tr("未检测到可裁剪的空白边"));

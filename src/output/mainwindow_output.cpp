@@ -1,14 +1,12 @@
 #include "app/mainwindow.h"
 
 #include "app/settings.h"
-#include "output/pagelayout.h"
+#include "output/pagerun.h"
 #include "output/previewitem.h"
 #include "ui/popup.h"
 
 #include <QFileDialog>
 #include <QGraphicsScene>
-#include <QPageLayout>
-#include <QPageSize>
 #include <QPainter>
 #include <QPrintDialog>
 #include <QPrinter>
@@ -25,10 +23,7 @@ void MainWindow::onSaveClicked()
     rememberFolderOf(path, u"savepath"_s);
 
     QPrinter printer(QPrinter::HighResolution);
-    printer.setPageSize(QPageSize(QPageSize::A4));
-    printer.setPageOrientation(QPageLayout::Portrait);
-    printer.setOutputFormat(QPrinter::PdfFormat);
-    printer.setOutputFileName(path);
+    setUpForPdf(printer, path);
     QPainter painter(&printer);
     renderDocument(&painter, &printer);
     painter.end();
@@ -52,17 +47,6 @@ void MainWindow::onPrintClicked()
 
 void MainWindow::renderDocument(QPainter *painter, QPrinter *printer)
 {
-    const QSizeF area = painter->viewport().size();
-    auto *page = dynamic_cast<PreviewItem *>(currentOutputScene->itemAt(QPointF(1.0, 1.0), QTransform()));
-    for (; page != nullptr; page = page->nextPage()) {
-        const double scale = fitScale(page->boundingRect().size(), area);
-        painter->scale(scale, scale);
-        if (isPageWanted(page->pageNumber() + 1, printer->fromPage(), printer->toPage())) {
-            page->renderPage(painter);
-            if (page->nextPage() != nullptr) {
-                printer->newPage(); // also behind a range that ends before the last page
-            }
-        }
-        painter->scale(1.0 / scale, 1.0 / scale);
-    }
+    renderPages(dynamic_cast<PreviewItem *>(currentOutputScene->itemAt(QPointF(1.0, 1.0), QTransform())), painter,
+                printer);
 }

@@ -1,0 +1,94 @@
+#include "batch/batchevent.h"
+
+#include <QJsonDocument>
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// By the values of BatchEvent::Kind.
+constexpr std::array kindNames{"writing"_L1, "page"_L1, "done"_L1, "failed"_L1};
+
+} // namespace
+
+QByteArray jsonLine(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+}
+
+QJsonObject toJson(const BatchEvent &event)
+{
+    QJsonObject object{{u"event"_s, kindNames.at(size_t(event.kind))}};
+    switch (event.kind) {
+    case BatchEvent::Kind::Writing:
+        object.insert(u"path"_s, event.text);
+        break;
+    case BatchEvent::Kind::Page:
+        object.insert(u"page"_s, event.page);
+        object.insert(u"pages"_s, event.pages);
+        break;
+    case BatchEvent::Kind::Done:
+        object.insert(u"pages"_s, event.pages);
+        object.insert(u"bytes"_s, event.bytes);
+        object.insert(u"seconds"_s, event.seconds);
+        if (!event.text.isEmpty()) {
+            object.insert(u"note"_s, event.text);
+        }
+        break;
+    case BatchEvent::Kind::Failed:
+        object.insert(u"code"_s, int(event.failure));
+        object.insert(u"message"_s, event.text);
+        break;
+    }
+    return object;
+}
+
+std::optional<BatchEvent> eventFromJson(const QByteArray &line)
+{
+    const QJsonObject object = QJsonDocument::fromJson(line).object();
+    for (size_t kind = 0; kind < kindNames.size(); ++kind) {
+        if (object.value("event"_L1) == kindNames.at(kind)) {
+            BatchEvent event;
+            event.kind = BatchEvent::Kind(kind);
+            event.page = object.value("page"_L1).toInt();
+            event.pages = object.value("pages"_L1).toInt();
+            event.bytes = object.value("bytes"_L1).toInteger();
+            event.seconds = object.value("seconds"_L1).toDouble();
+            event.failure = BatchFailure(object.value("code"_L1).toInt());
+            event.text = object.value("path"_L1).toString() + object.value("note"_L1).toString()
+                + object.value("message"_L1).toString(); // an event has one of them at most
+            return event;
+        }
+    }
+    return std::nullopt;
+}
+
+QJsonObject toJson(const BatchJob &job)
+{
+    return {{u"image"_s, job.image},
+            {u"output"_s, job.output},
+            {u"columns"_s, job.pages.columns},
+            {u"margin"_s, job.pages.marginPercent},
+            {u"numbers"_s, job.pages.pageNumbers},
+            {u"trim"_s, job.pages.trim},
+            {u"autoCut"_s, job.pages.autoCut},
+            {u"lossless"_s, job.pages.lossless}};
+}
+
+std::optional<BatchJob> jobFromJson(const QByteArray &line)
+{
+    const QJsonObject object = QJsonDocument::fromJson(line).object();
+    if (!object.contains("image"_L1) || !object.contains("output"_L1)) {
+        return std::nullopt;
+    }
+    BatchJob job{object.value("image"_L1).toString(), object.value("output"_L1).toString(), {}};
+    job.pages.columns = object.value("columns"_L1).toInt(job.pages.columns);
+    job.pages.marginPercent = object.value("margin"_L1).toInt(job.pages.marginPercent);
+    job.pages.pageNumbers = object.value("numbers"_L1).toBool();
+    job.pages.trim = object.value("trim"_L1).toBool();
+    job.pages.autoCut = object.value("autoCut"_L1).toBool(true);
+    job.pages.lossless = object.value("lossless"_L1).toBool();
+    return job;
+}

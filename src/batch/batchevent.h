@@ -1,0 +1,50 @@
+#pragma once
+
+#include "batch/batchplan.h"
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+
+#include <optional>
+
+/// What went wrong with a file; the numbers are exit codes.
+enum class BatchFailure {
+    None = 0,
+    Unreadable = 3,
+    Unwritable = 4,
+    TooLarge = 5,
+};
+
+/// What happens to a job, in this order: any number of pages between the file
+/// that is being written and the end, done or failed.
+struct BatchEvent
+{
+    enum class Kind {
+        Writing, ///< `text` is the path of the unfinished file
+        Page, ///< `page` of `pages` is drawn
+        Done, ///< the file stands; `text` is a remark, mostly empty
+        Failed, ///< `text` says why
+    };
+
+    Kind kind = Kind::Failed;
+    int page = 0;
+    int pages = 0;
+    qint64 bytes = 0; // of the file
+    double seconds = 0; // that the job took
+    BatchFailure failure = BatchFailure::None;
+    QString text;
+};
+
+/// \a object as one line, with its line end.
+QByteArray jsonLine(const QJsonObject &object);
+
+QJsonObject toJson(const BatchEvent &event);
+
+/// The event in \a line; nothing if it holds none.
+std::optional<BatchEvent> eventFromJson(const QByteArray &line);
+
+QJsonObject toJson(const BatchJob &job);
+
+/// The job in \a line; nothing if it holds none.
+std::optional<BatchJob> jobFromJson(const QByteArray &line);

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// How one image becomes pages.
+struct PageOptions
+{
+    int columns = 1; // 1 for one strip on a page, 2 for four strips in two columns
+    int marginPercent = 10; // 0 to 30
+    bool pageNumbers = false;
+    bool trim = false;
+    bool autoCut = true;
+    bool lossless = false;
+};
+
+/// What a command line asks for.
+struct BatchOptions
+{
+    PageOptions pages;
+    QStringList images; // at least one
+    QString output;
+    int jobs = 1; // 1 to 64 processes
+    bool json = false;
+    bool quiet = false;
+};
+
+struct CommandLine
+{
+    enum class Request {
+        Convert,
+        Serve, ///< read jobs from the standard input: the program started itself
+        ShowHelp,
+        ShowVersion,
+        Refuse, ///< `mistake` says why
+    };
+
+    Request request = Request::Convert;
+    BatchOptions options;
+    QString mistake;
+};
+
+/// Reads \a arguments, of which the first is the name of the program.
+CommandLine readCommandLine(const QStringList &arguments);
+
+/// What `--help` shows. Needs an application object.
+QString batchHelp();
+
+/// The argument that makes the program serve another process of itself.
+QString serveArgument();

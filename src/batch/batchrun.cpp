@@ -1,0 +1,119 @@
+#include "batch/batchrun.h"
+
+#include "app/buildconfig.h"
+#include "batch/batchreport.h"
+#include "batch/batchworkers.h"
+#include "batch/partfile.h"
+
+#include <QDir>
+#include <QGuiApplication>
+
+#include <cstdio>
+
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int usageMistake = 2;
+
+bool isTerminal([[maybe_unused]] std::FILE *stream)
+{
+#ifdef Q_OS_UNIX
+    return ::isatty(::fileno(stream)) == 1;
+#else
+    return false; // no control sequences where they may not be understood
+#endif
+}
+
+/// What the toolkit finds in the environment would not fit a program without a
+/// window. Before the application object.
+void prepareEnvironment()
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen"); // also where another one is set
+    qunsetenv("QT_QPA_PLATFORMTHEME"); // some of them end the program without a display
+    qputenv("CUPS_SERVER", "/dev/null"); // a PDF file needs no printer, so nobody is asked for one
+    qputenv("LC_ALL", "C.UTF-8"); // file names are UTF-8 in cron, too
+}
+
+/// Keeps remarks of the toolkit and of image decoders from the error stream.
+void onMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    if (type == QtCriticalMsg || type == QtFatalMsg) {
+        std::fprintf(stderr, "quillmarch-batch: %s\n", qPrintable(text));
+    }
+}
+
+int say(const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    const bool isWritten = std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout) == size_t(bytes.size());
+    return isWritten && std::fflush(stdout) == 0 ? 0 : int(BatchFailure::Unwritable);
+}
+
+int refuse(const QString &mistake)
+{
+    std::fprintf(stderr, "quillmarch-batch: %s\nTry 'quillmarch-batch --help' for more information.\n",
+                 qPrintable(printable(mistake)));
+    return usageMistake;
+}
+
+int convert(const BatchOptions &options, const BatchPlan &plan)
+{
+    BatchReport report(options, int(plan.jobs.size()), stdout, stderr, isTerminal(stderr));
+    const JobEventSink sink = [&report](const BatchJob &job, const BatchEvent &event) { report.tell(job, event); };
+    if (plan.jobs.size() == 1) {
+        const BatchJob &job = plan.jobs.first();
+        runJob(job, [&](const BatchEvent &event) { sink(job, event); });
+    } else {
+        BatchWorkers(QCoreApplication::applicationFilePath(), plan.jobs, sink).run(options.jobs);
+    }
+    return report.finish();
+}
+
+int planAndConvert(const BatchOptions &options)
+{
+    const BatchPlan plan = planJobs(options);
+    if (!plan.mistake.isEmpty()) {
+        return refuse(plan.mistake);
+    }
+    if (!plan.folder.isEmpty() && !QDir().mkpath(plan.folder)) {
+        std::fprintf(stderr, "quillmarch-batch: cannot make the folder \"%s\"\n", qPrintable(printable(plan.folder)));
+        return int(BatchFailure::Unwritable);
+    }
+    return convert(options, plan);
+}
+
+} // namespace
+
+int runBatch(const QStringList &arguments)
+{
+    prepareEnvironment();
+    qInstallMessageHandler(onMessage);
+    removePartFileOnSignals();
+
+    // The toolkit's own options are none of this program.
+    static char name[] = "quillmarch-batch";
+    char *ownArguments[] = {name, nullptr};
+    int count = 1;
+    const QGuiApplication app(count, ownArguments);
+
+    const CommandLine line = readCommandLine(arguments);
+    switch (line.request) {
+    case CommandLine::Request::Serve:
+        serveJobs();
+        return 0;
+    case CommandLine::Request::ShowHelp:
+        return say(batchHelp());
+    case CommandLine::Request::ShowVersion:
+        return say(u"quillmarch-batch %1\n"_s.arg(programVersion));
+    case CommandLine::Request::Refuse:
+        return refuse(line.mistake);
+    case CommandLine::Request::Convert:
+        return planAndConvert(line.options);
+    }
+    return usageMistake;
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QString>
+
+/// A file that gets its name only when it is complete.
+///
+/// Until then it lies beside its target as "quillmarch-NUMBER.pdf.part". An
+/// object that goes before `commit` removes it, and so does the end of the
+/// process by a signal that can be caught; the target keeps what it held.
+class PartFile
+{
+public:
+    /// Makes an empty file beside \a target. See `error` for a failure.
+    explicit PartFile(const QString &target);
+    ~PartFile();
+    PartFile(const PartFile &) = delete;
+    PartFile &operator=(const PartFile &) = delete;
+
+    /// The path of the file. Empty if it could not be made.
+    QString path() const { return m_path; }
+
+    /// What went wrong last, in the words of the system.
+    QString error() const { return m_error; }
+
+    /// Brings the file to the disk and renames it to the target, with the
+    /// target's permissions if that is there. Returns false, and the target
+    /// stays, if that fails.
+    bool commit();
+
+private:
+    bool mayReplaceTarget();
+    void create();
+
+    QString target;
+    QString m_path;
+    QString m_error;
+};
+
+/// Makes SIGHUP, SIGINT, SIGPIPE and SIGTERM remove the file of this process
+/// before they end it, and a file size limit a failed write. Does nothing where
+/// there are no such signals.
+void removePartFileOnSignals();

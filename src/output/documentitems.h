@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QList>
+
+class PageItem;
+class PreviewItem;
+class QPixmap;
+
+/// The items that a document consists of, in order. All belong to whoever asked
+/// for them; pages must not outlive the strips that they show.
+struct DocumentItems
+{
+    QList<PageItem *> strips;
+    QList<PreviewItem *> oneColumnPages;
+    QList<PreviewItem *> twoColumnPages;
+};
+
+/// Makes the strips of \a source at its regular cuts, and the output pages of
+/// both layouts with margins of \a marginPercent percent. There is at least one
+/// of each. \a source must be wider than 10 pixels.
+DocumentItems makeDocumentItems(const QPixmap &source, unsigned int marginPercent);
+
+/// Moves each cut below \a strip, and below those that follow, to a blank row.
+void placeCuts(PageItem *strip);

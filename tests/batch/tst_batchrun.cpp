@@ -1,0 +1,526 @@
+#include "batchprogram.h"
+#include "support/documents.h"
+#include "support/testmain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#ifdef Q_OS_UNIX
+#include <csignal>
+#include <sys/resource.h>
+#endif
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int processTime = 60000; // milliseconds
+
+// An image of a width that none in the memory can have.
+constexpr auto hugeDrawing = R"(<svg xmlns="http://www.w3.org/2000/svg" width="100000000" height="50"/>)";
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// An image that takes a while to write, 58 pages. It outlives the test.
+QString longPicture()
+{
+    static const QString path = savedPicture(blockPicture(700, 57600), u"../long.png"_s);
+    return path;
+}
+
+QStringList partFiles()
+{
+    return QDir::current().entryList({u"*.part"_s}, QDir::Files | QDir::Hidden);
+}
+
+/// Starts a run with \a arguments, which must ask for JSON, and returns when it
+/// has drawn its first page.
+bool startAndAwaitPage(QProcess &process, const QStringList &arguments)
+{
+    setUpBatch(process, arguments);
+    process.start();
+    QByteArray output;
+    while (!output.contains("\"page\"") && process.waitForReadyRead(processTime)) {
+        output += process.readAllStandardOutput();
+    }
+    return output.contains("\"page\"");
+}
+
+#ifdef Q_OS_LINUX
+/// The processes that the process \a parent has started.
+QList<qint64> childrenOf(qint64 parent)
+{
+    QList<qint64> children;
+    const QByteArray text = contentOf(u"/proc/%1/task/%1/children"_s.arg(parent));
+    for (const QByteArray &number : text.simplified().split(' ')) {
+        if (!number.isEmpty()) {
+            children.append(number.toLongLong());
+        }
+    }
+    return children;
+}
+#endif
+
+} // namespace
+
+class TestBatchRun : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup();
+
+    void endsWith_data();
+    void endsWith();
+    void answersOnTheStandardOutput_data();
+    void answersOnTheStandardOutput();
+    void refusalChangesNothing();
+
+    void goesOnAfterAFailure_data();
+    void goesOnAfterAFailure();
+    void keepsFilesOfOneNameApart();
+    void makesTheFolder();
+    void tellsOfAnUnusableFolder();
+    void worksOnManyFiles();
+
+    void tellsInWords();
+    void tellsInJson();
+    void tellsNothingWhenQuiet();
+    void tellsFailuresWhenQuiet();
+    void fullStandardOutputIsAFailure();
+
+    void needsNothingOfItsSurroundings();
+    void touchesNoSettings();
+
+    void failedWriteKeepsTheOldFile_data();
+    void failedWriteKeepsTheOldFile();
+    void killKeepsTheOldFile();
+    void signalRemovesTheUnfinishedFile_data();
+    void signalRemovesTheUnfinishedFile();
+    void killedWorkerCostsOneFile();
+    void workersEndWithTheProgram();
+};
+
+void TestBatchRun::cleanup()
+{
+    QDir folder = QDir::current();
+    for (const QString &name : fileNamesIn(folder.path())) {
+        if (QFileInfo(name).isDir() && !QFileInfo(name).isSymLink()) {
+            QDir(name).removeRecursively();
+        } else {
+            QFile::remove(name);
+        }
+    }
+}
+
+void TestBatchRun::endsWith_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("words");
+    const auto row = [](const char *name, const QString &arguments, int code, const QString &words) {
+        QTest::newRow(name) << arguments.split(u' ', Qt::SkipEmptyParts) << code << words;
+    };
+    row("done", u"a.png -o a.pdf"_s, 0, QString());
+    row("no arguments", QString(), 2, u"--help"_s);
+    row("wrong option", u"a.png -o a.pdf --wrong"_s, 2, u"Unknown option"_s);
+    row("output is the image", u"a.png -o a.png"_s, 2, u"overwritten"_s);
+    row("several to a file", u"a.png b.png -o text.png"_s, 2, u"folder"_s);
+    row("no such image", u"none.png -o a.pdf"_s, 3, u"none.png: there is no such file"_s);
+    row("text", u"text.png -o a.pdf"_s, 3, u"text.png: unsupported image format or corrupted file"_s);
+    row("empty", u"empty.png -o a.pdf"_s, 3, u"unsupported image format"_s);
+    row("folder", u"folder -o a.pdf"_s, 3, u"that is no file"_s);
+    row("device", u"/dev/zero -o a.pdf"_s, 3, u"that is no file"_s);
+    row("PDF", u"named.PDF -o a.pdf"_s, 3, u"unsupported image format"_s);
+    row("10 pixels wide", u"narrow.png -o a.pdf"_s, 3, u"too small: 10 x 500 pixels"_s);
+    row("no folder", u"a.png -o none/a.pdf"_s, 4, u"cannot write \"none/a.pdf\""_s);
+    row("output is a device", u"a.png -o /dev/full"_s, 4, u"no regular file"_s);
+    row("huge", u"huge.svg -o a.pdf"_s, 5, u"too large: 100000000 x 50 pixels"_s);
+}
+
+void TestBatchRun::endsWith()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, code);
+    QFETCH(QString, words);
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    savedPicture(textPicture(70, 250), u"b.png"_s);
+    savedPicture(textPicture(70, 250), u"named.PDF"_s, "PNG");
+    savedPicture(textPicture(10, 500), u"narrow.png"_s);
+    savedBytes("no image", u"text.png"_s);
+    savedBytes(QByteArray(), u"empty.png"_s);
+    savedBytes(hugeDrawing, u"huge.svg"_s);
+    QVERIFY(QDir::current().mkpath(u"folder"_s));
+    const QByteArray image = contentOf(u"a.png"_s);
+
+    const BatchEnd end = runBatchProgram(arguments);
+    QCOMPARE(end.code, code);
+    QVERIFY2(QString::fromUtf8(end.errors).contains(words), end.errors.constData());
+    QCOMPARE(end.errors.isEmpty(), code == 0);
+    QCOMPARE(QFile::exists(u"a.pdf"_s), code == 0);
+    QCOMPARE(partFiles(), QStringList());
+    QCOMPARE(contentOf(u"a.png"_s), image);
+}
+
+void TestBatchRun::answersOnTheStandardOutput_data()
+{
+    QTest::addColumn<QString>("argument");
+    QTest::addColumn<QString>("words");
+    QTest::newRow("help") << u"--help"_s << u"Usage: quillmarch-batch [options] IMAGE... -o OUT"_s;
+    QTest::newRow("version") << u"--version"_s << u"quillmarch-batch 2.7.1\n"_s;
+}
+
+void TestBatchRun::answersOnTheStandardOutput()
+{
+    QFETCH(QString, argument);
+    QFETCH(QString, words);
+    const BatchEnd end = runBatchProgram({argument});
+    QCOMPARE(end.code, 0);
+    QVERIFY2(QString::fromUtf8(end.output).startsWith(words), end.output.constData());
+    QCOMPARE(end.errors, QByteArray());
+}
+
+void TestBatchRun::refusalChangesNothing()
+{
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    QCOMPARE(runBatchProgram({u"a.png"_s, u"b.png"_s, u"-o"_s, u"new"_s, u"--columns"_s, u"9"_s}).code, 2);
+    QCOMPARE(fileNamesIn(u"."_s), QStringList(u"a.png"_s));
+}
+
+void TestBatchRun::goesOnAfterAFailure_data()
+{
+    QTest::addColumn<QString>("jobs");
+    QTest::newRow("1 job") << u"1"_s;
+    QTest::newRow("3 jobs") << u"3"_s;
+}
+
+void TestBatchRun::goesOnAfterAFailure()
+{
+    QFETCH(QString, jobs);
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    savedPicture(textPicture(70, 350), u"b.png"_s);
+    savedBytes("no image", u"text.png"_s);
+    savedBytes(hugeDrawing, u"huge.svg"_s);
+    QVERIFY(QDir::current().mkpath(u"out/taken.pdf"_s)); // so this one cannot be written
+    savedPicture(textPicture(70, 250), u"taken.png"_s);
+    const BatchEnd end = runBatchProgram(
+        {u"text.png"_s, u"huge.svg"_s, u"a.png"_s, u"taken.png"_s, u"b.png"_s, u"-o"_s, u"out"_s, u"--jobs"_s, jobs});
+    QCOMPARE(end.code, 5);
+    QCOMPARE(end.errors.count('\n'), 3);
+    QVERIFY(end.output.endsWith("2 of 5 files done, 7 pages, 3 failed\n"));
+    QCOMPARE(fileNamesIn(u"out"_s), QStringList({u"a.pdf"_s, u"b.pdf"_s, u"taken.pdf"_s}));
+    QCOMPARE(pdfFacts(u"out/a.pdf"_s).pages, 3);
+    QCOMPARE(pdfFacts(u"out/b.pdf"_s).pages, 4);
+}
+
+void TestBatchRun::keepsFilesOfOneNameApart()
+{
+    QVERIFY(QDir::current().mkpath(u"p"_s) && QDir::current().mkpath(u"q"_s));
+    savedPicture(textPicture(70, 250), u"p/a.png"_s);
+    savedPicture(textPicture(70, 450), u"q/a.png"_s);
+    QCOMPARE(runBatchProgram({u"p/a.png"_s, u"q/a.png"_s, u"-o"_s, u"out"_s, u"-j2"_s}).code, 0);
+    QCOMPARE(fileNamesIn(u"out"_s), QStringList({u"a-2.pdf"_s, u"a.pdf"_s}));
+    QCOMPARE(pdfFacts(u"out/a.pdf"_s).pages, 3);
+    QCOMPARE(pdfFacts(u"out/a-2.pdf"_s).pages, 5);
+}
+
+void TestBatchRun::makesTheFolder()
+{
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    QCOMPARE(runBatchProgram({u"a.png"_s, u"-o"_s, u"new/one/"_s}).code, 0);
+    QCOMPARE(fileNamesIn(u"new/one"_s), QStringList(u"a.pdf"_s));
+}
+
+void TestBatchRun::tellsOfAnUnusableFolder()
+{
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    savedBytes("a file", u"file"_s);
+    const BatchEnd end = runBatchProgram({u"a.png"_s, u"-o"_s, u"file/below/"_s});
+    QCOMPARE(end.code, 4);
+    QVERIFY(end.errors.contains("cannot make the folder \"file/below/\""));
+}
+
+void TestBatchRun::worksOnManyFiles()
+{
+    constexpr int count = 40;
+    QStringList arguments{u"--jobs"_s, u"2"_s, u"-o"_s, u"out"_s};
+    for (int i = 0; i < count; ++i) {
+        arguments.append(savedPicture(textPicture(70, 100 + i * 10), u"%1.png"_s.arg(i)));
+    }
+    const BatchEnd end = runBatchProgram(arguments);
+    QCOMPARE(end.errors, QByteArray());
+    QCOMPARE(end.code, 0);
+    QVERIFY(end.output.contains("40 of 40 files done"));
+    QCOMPARE(fileNamesIn(u"out"_s).size(), count);
+    for (const int i : {0, 17, 39}) {
+        QCOMPARE(pdfFacts(u"out/%1.pdf"_s.arg(i)).pages, (100 + i * 10) / 100 + 1);
+    }
+}
+
+void TestBatchRun::tellsInWords()
+{
+    savedPicture(textPicture(70, 50), u"名\033[2J.png"_s);
+    const BatchEnd end = runBatchProgram({u"名\033[2J.png"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.code, 0);
+    QCOMPARE(QString::fromUtf8(end.output), u"名?[2J.png -> a.pdf: 1 page\n"_s);
+    QCOMPARE(end.errors, QByteArray());
+}
+
+void TestBatchRun::tellsInJson()
+{
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    savedBytes("no image", u"text.png"_s);
+    for (const QString &jobs : {u"1"_s, u"2"_s}) {
+        const BatchEnd end =
+            runBatchProgram({u"--json"_s, u"-j"_s, jobs, u"a.png"_s, u"text.png"_s, u"-o"_s, u"out"_s});
+        QCOMPARE(end.code, 3);
+        const QList<QJsonObject> lines = jsonLinesOf(end.output);
+        QList<QJsonObject> pages;
+        QHash<QString, QJsonObject> ends;
+        for (const QJsonObject &line : lines) {
+            const QString event = line.value("event"_L1).toString();
+            if (event == "page"_L1) {
+                pages.append(line);
+            } else {
+                QVERIFY(!ends.contains(event));
+                ends.insert(event, line);
+            }
+        }
+        QCOMPARE(pages.size(), 3);
+        for (int i = 0; i < 3; ++i) {
+            const QJsonObject expected{{u"event"_s, u"page"_s},
+                                       {u"image"_s, u"a.png"_s},
+                                       {u"output"_s, u"out/a.pdf"_s},
+                                       {u"page"_s, i + 1},
+                                       {u"pages"_s, 3}};
+            QCOMPARE(pages.at(i), expected);
+        }
+        QCOMPARE(ends.size(), 3);
+        QJsonObject done = ends.value(u"done"_s);
+        QCOMPARE(done.take("bytes"_L1).toInteger(), QFileInfo(u"out/a.pdf"_s).size());
+        QVERIFY(done.take("seconds"_L1).isDouble());
+        QCOMPARE(
+            done,
+            QJsonObject(
+                {{u"event"_s, u"done"_s}, {u"image"_s, u"a.png"_s}, {u"output"_s, u"out/a.pdf"_s}, {u"pages"_s, 3}}));
+        QCOMPARE(ends.value(u"failed"_s),
+                 QJsonObject({{u"event"_s, u"failed"_s},
+                              {u"image"_s, u"text.png"_s},
+                              {u"output"_s, u"out/text.pdf"_s},
+                              {u"code"_s, 3},
+                              {u"message"_s, u"unsupported image format or corrupted file"_s}}));
+        QJsonObject last = lines.last();
+        QVERIFY(last.take("seconds"_L1).isDouble());
+        QCOMPARE(last,
+                 QJsonObject({{u"event"_s, u"end"_s},
+                              {u"files"_s, 2},
+                              {u"done"_s, 1},
+                              {u"failed"_s, 1},
+                              {u"pages"_s, 3},
+                              {u"exit"_s, 3}}));
+    }
+}
+
+void TestBatchRun::tellsNothingWhenQuiet()
+{
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    savedPicture(textPicture(70, 250), u"b.png"_s);
+    const BatchEnd end = runBatchProgram({u"-q"_s, u"a.png"_s, u"b.png"_s, u"-o"_s, u"out"_s});
+    QCOMPARE(end.code, 0);
+    QCOMPARE(end.output, QByteArray());
+    QCOMPARE(end.errors, QByteArray());
+}
+
+void TestBatchRun::tellsFailuresWhenQuiet()
+{
+    const BatchEnd end = runBatchProgram({u"-q"_s, u"none.png"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.code, 3);
+    QCOMPARE(end.output, QByteArray());
+    QCOMPARE(end.errors, "quillmarch-batch: none.png: there is no such file\n");
+}
+
+void TestBatchRun::fullStandardOutputIsAFailure()
+{
+    if (!QFile::exists(u"/dev/full"_s)) {
+        QSKIP("There is no device that is always full");
+    }
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    QProcess process;
+    setUpBatch(process, {u"a.png"_s, u"-o"_s, u"a.pdf"_s});
+    process.setStandardOutputFile(u"/dev/full"_s);
+    process.start();
+    QCOMPARE(endOf(process).code, 4);
+    QCOMPARE(pdfFacts(u"a.pdf"_s).pages, 3);
+}
+
+void TestBatchRun::needsNothingOfItsSurroundings()
+{
+    savedPicture(textPicture(70, 250), u"名.png"_s);
+    for (const bool isBare : {true, false}) {
+        QProcess process;
+        setUpBatch(process, {u"名.png"_s, u"-o"_s, u"名.pdf"_s});
+        QProcessEnvironment environment; // as in cron, or on a desktop that cannot be reached
+        if (!isBare) {
+            environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+            environment.insert(u"QT_QPA_PLATFORMTHEME"_s, u"gtk3"_s);
+            environment.insert(u"DISPLAY"_s, u":12345"_s);
+            environment.insert(u"LC_ALL"_s, u"C"_s);
+        } else {
+            environment.insert(u"LANG"_s, u"C"_s);
+        }
+        process.setProcessEnvironment(environment);
+        process.start();
+        const BatchEnd end = endOf(process);
+        QCOMPARE(end.code, 0);
+        QCOMPARE(end.errors, QByteArray());
+        QCOMPARE(QString::fromUtf8(end.output), u"名.png -> 名.pdf: 3 pages\n"_s);
+    }
+}
+
+void TestBatchRun::touchesNoSettings()
+{
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    QCOMPARE(runBatchProgram({u"a.png"_s, u"-o"_s, u"plain.pdf"_s}).code, 0);
+    const QImage plain = pdfPictures(u"plain.pdf"_s, 72).first();
+
+    // The same program beside the settings of another one.
+    QVERIFY(QDir::current().mkpath(u"bin"_s));
+    QVERIFY(QFile::copy(QStringLiteral(QUILLMARCH_BATCH), u"bin/quillmarch-batch"_s));
+    const QByteArray settings = "[config]\nmarginsc=30\nautopage=false\nlanguage=en\n";
+    savedBytes(settings, u"bin/user.ini"_s);
+    const QStringList home = fileNamesIn(QDir::homePath() + "/.config"_L1);
+    QProcess process;
+    process.start(u"bin/quillmarch-batch"_s, {u"a.png"_s, u"-o"_s, u"beside.pdf"_s});
+    QCOMPARE(endOf(process).code, 0);
+    QCOMPARE(firstDifference(pdfPictures(u"beside.pdf"_s, 72).first(), plain), QString());
+    QCOMPARE(fileNamesIn(u"bin"_s), QStringList({u"quillmarch-batch"_s, u"user.ini"_s}));
+    QCOMPARE(contentOf(u"bin/user.ini"_s), settings);
+    QCOMPARE(fileNamesIn(QDir::homePath() + "/.config"_L1), home);
+    QCOMPARE(fileNamesIn(u"."_s), QStringList({u"a.png"_s, u"beside.pdf"_s, u"bin"_s, u"plain.pdf"_s}));
+}
+
+void TestBatchRun::failedWriteKeepsTheOldFile_data()
+{
+    QTest::addColumn<int>("limit"); // bytes that a file may have
+    for (const int limit : {0, 1, 4096, 20000}) {
+        QTest::addRow("%d bytes", limit) << limit;
+    }
+}
+
+void TestBatchRun::failedWriteKeepsTheOldFile()
+{
+#ifdef Q_OS_UNIX
+    QFETCH(int, limit);
+    savedPicture(blockPicture(350, 1900), u"a.png"_s);
+    savedBytes("the old file", u"a.pdf"_s);
+    QProcess process;
+    setUpBatch(process, {u"a.png"_s, u"-o"_s, u"a.pdf"_s});
+    process.setChildProcessModifier([limit] {
+        const rlimit size{rlim_t(limit), rlim_t(limit)};
+        ::setrlimit(RLIMIT_FSIZE, &size);
+    });
+    process.start();
+    const BatchEnd end = endOf(process);
+    QCOMPARE(end.code, 4);
+    QVERIFY2(end.errors.contains("cannot write \"a.pdf\""), end.errors.constData());
+    QCOMPARE(contentOf(u"a.pdf"_s), "the old file");
+    QCOMPARE(partFiles(), QStringList());
+#else
+    QSKIP("There are no limits of this kind");
+#endif
+}
+
+void TestBatchRun::killKeepsTheOldFile()
+{
+    savedBytes("the old file", u"a.pdf"_s);
+    QProcess process;
+    QVERIFY(startAndAwaitPage(process, {u"--json"_s, longPicture(), u"-o"_s, u"a.pdf"_s}));
+    process.kill();
+    QVERIFY(process.waitForFinished(processTime));
+    QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+    QCOMPARE(contentOf(u"a.pdf"_s), "the old file");
+    QCOMPARE(partFiles().size(), 1); // which nobody could remove
+}
+
+void TestBatchRun::signalRemovesTheUnfinishedFile_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::addColumn<bool>("several");
+#ifdef Q_OS_UNIX
+    QTest::newRow("SIGTERM") << SIGTERM << false;
+    QTest::newRow("SIGINT") << SIGINT << false;
+    QTest::newRow("SIGTERM, with workers") << SIGTERM << true;
+#endif
+}
+
+void TestBatchRun::signalRemovesTheUnfinishedFile()
+{
+#ifdef Q_OS_UNIX
+    QFETCH(int, number);
+    QFETCH(bool, several);
+    savedBytes("the old file", u"long.pdf"_s);
+    QProcess process;
+    QStringList arguments{u"--json"_s, longPicture(), u"-o"_s, u"."_s};
+    if (several) {
+        arguments.append(longPicture());
+    }
+    QVERIFY(startAndAwaitPage(process, arguments));
+    ::kill(pid_t(process.processId()), number);
+    QVERIFY(process.waitForFinished(processTime));
+    QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+    QCOMPARE(process.exitCode(), number);
+    QTRY_COMPARE_WITH_TIMEOUT(partFiles(), QStringList(), processTime); // a worker ends a moment later
+    QCOMPARE(contentOf(u"long.pdf"_s), "the old file");
+#else
+    QSKIP("There are no signals");
+#endif
+}
+
+void TestBatchRun::killedWorkerCostsOneFile()
+{
+#ifdef Q_OS_LINUX
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    savedBytes("the old file", u"long.pdf"_s);
+    QProcess process;
+    QVERIFY(startAndAwaitPage(process, {u"--json"_s, longPicture(), u"a.png"_s, u"-o"_s, u"."_s}));
+    const QList<qint64> workers = childrenOf(process.processId());
+    QCOMPARE(workers.size(), 1);
+    ::kill(pid_t(workers.first()), SIGKILL);
+    const BatchEnd end = endOf(process);
+    QCOMPARE(end.code, 4);
+    QVERIFY2(end.errors.contains("long.png: its process crashed, by signal 9"), end.errors.constData());
+    QCOMPARE(partFiles(), QStringList());
+    QCOMPARE(contentOf(u"long.pdf"_s), "the old file");
+    QCOMPARE(pdfFacts(u"a.pdf"_s).pages, 3);
+    QCOMPARE(jsonLinesOf(end.output).last().value("failed"_L1).toInt(), 1);
+#else
+    QSKIP("There is no list of the processes that a process has started");
+#endif
+}
+
+void TestBatchRun::workersEndWithTheProgram()
+{
+#ifdef Q_OS_LINUX
+    QProcess process;
+    QVERIFY(startAndAwaitPage(process, {u"--json"_s, longPicture(), longPicture(), u"-j2"_s, u"-o"_s, u"out"_s}));
+    const QList<qint64> workers = childrenOf(process.processId());
+    QVERIFY(!workers.isEmpty());
+    process.kill();
+    QVERIFY(process.waitForFinished(processTime));
+    for (const qint64 worker : workers) {
+        // Gone, or not waited for by whoever inherited it.
+        QTRY_VERIFY_WITH_TIMEOUT(contentOf(u"/proc/%1/cmdline"_s.arg(worker)).isEmpty(), processTime);
+    }
+    QCOMPARE(fileNamesIn(u"out"_s), QStringList());
+#else
+    QSKIP("There is no list of the processes that a process has started");
+#endif
+}
+
+QUILLMARCH_TEST_MAIN(TestBatchRun)
+#include "tst_batchrun.moc"
