@@ -1,5 +1,6 @@
 """The packaged program keeps the margin from one start to the next."""
 
+import pathlib
 import re
 import unittest
 
@@ -19,7 +20,7 @@ class Unpacked(Program):
         self.work.mkdir()
 
 
-class Settings(ProgramTest):
+class SettingsTest(ProgramTest):
     def setUp(self):
         self.desktop = Desktop()
         self.addCleanup(self.desktop.close)
@@ -53,10 +54,12 @@ class Settings(ProgramTest):
         self.assertContentBecomes(0)
 
     def mapped_files(self):
-        maps = open(f"/proc/{self.program.process.pid}/maps", encoding="utf-8").read()
+        maps = pathlib.Path(f"/proc/{self.program.process.pid}/maps").read_text(encoding="utf-8")
         return set(re.findall(r" (/\S+)$", maps, re.MULTILINE))
 
-    def test_portableProgramKeepsThemInItsFolder(self):
+
+class PortableSettings(SettingsTest):
+    def test_liesBesideTheProgram(self):
         folder = packages.unpack(packages.portable_archive(), self.place)
         self.program = Unpacked(self.desktop, folder / "quillmarch", folder / "user.ini")
         self.keepsTheMargin()
@@ -65,14 +68,38 @@ class Settings(ProgramTest):
         for file in qt:
             self.assertTrue(file.startswith(str(folder)), f"{file} is not the archive's own")
 
-    def test_installedProgramKeepsThemInTheUsersDataFolder(self):
+
+class InstalledSettings(SettingsTest):
+    """The Debian package, unpacked into a folder."""
+
+    def installation(self):
         packages.unpack_debian_package(self.place)
-        before = packages.files_below(self.place)
+        return self.place / "usr"
+
+    def test_liesInTheUsersDataFolder(self):
+        prefix = self.installation()
+        before = packages.files_below(prefix / "bin"), packages.files_below(prefix / "libexec/quillmarch")
         data = self.desktop.path / "home/.local/share/quillmarch"
-        self.program = Unpacked(self.desktop, self.place / "usr/bin/quillmarch", data / "user.ini")
+        self.program = Unpacked(self.desktop, prefix / "bin/quillmarch", data / "user.ini")
         self.keepsTheMargin()
-        self.assertEqual(packages.files_below(self.place), before)
+        after = packages.files_below(prefix / "bin"), packages.files_below(prefix / "libexec/quillmarch")
+        self.assertEqual(after, before)
         self.assertIn(str(data / "quillmarch"), self.mapped_files())
+        self.assertBelongsToItsEntry(prefix / "share/applications")
+
+    def assertBelongsToItsEntry(self, entries):
+        """By this name a desktop finds the entry, and so the icon, of a window."""
+        (entry,) = entries.glob("*.quillmarch.desktop")
+        (name,) = re.findall(r"^StartupWMClass=(.+)$", entry.read_text(encoding="utf-8"), re.MULTILINE)
+        told = packages.output_of("xprop", "-id", str(self.program.main), "WM_CLASS", env=self.desktop.environment)
+        self.assertIn(f'"{name}"', told)
+
+
+class SystemSettings(InstalledSettings):
+    """The Debian package, installed in this system: for in_fresh_root.sh."""
+
+    def installation(self):
+        return pathlib.Path("/usr")
 
 
 if __name__ == "__main__":

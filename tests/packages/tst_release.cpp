@@ -31,6 +31,12 @@ void write(const QString &path, const QByteArray &content)
     }
 }
 
+void writeProgram(const QString &path, const QByteArray &content)
+{
+    write(path, content);
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
 /// An entry of the list of releases.
 QJsonObject releaseEntry(const QString &version)
 {
@@ -60,6 +66,8 @@ private slots:
     void listsTheNewestReleaseFirst();
     void publishesPackagesWithChecksums();
     void takesTheHostOfPackages();
+    void buildsTestsAndPacksWhatIsCommitted_data();
+    void buildsTestsAndPacksWhatIsCommitted();
     void namesThePackageThatTheProgramFallsBackTo();
     void refuses_data();
     void refuses();
@@ -115,17 +123,23 @@ void TestRelease::makePackages(const QString &version)
     write(path(u"made.dmg"_s), "macOS " + version.toLatin1());
 }
 
-/// Releases what the project says; returns the exit status.
+/// Releases what the project says; returns the exit status. The option "build"
+/// stands for no --skip-build, and "no windows" for no package of Windows.
 int TestRelease::release(const QStringList &options)
 {
-    QStringList arguments{u"-B"_s,         path(u"tools/release"_s), u"--skip-build"_s,  u"--site"_s,
+    QStringList arguments{u"-B"_s,         path(u"tools/release"_s), u"--site"_s,
                           path(u"site"_s), u"--packages"_s,          path(u"packages"_s)};
     arguments += options;
-    if (!arguments.contains("no windows"_L1)) {
+    if (arguments.removeAll("build"_L1) == 0) {
+        arguments += u"--skip-build"_s;
+    }
+    if (arguments.removeAll("no windows"_L1) == 0) {
         arguments += {u"--package"_s, "windows="_L1 + path(u"made.zip"_s)};
     }
-    arguments.removeAll("no windows"_L1);
     QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"PATH"_s, path(u"bin"_s) + u':' + environment.value(u"PATH"_s));
+    process.setProcessEnvironment(environment);
     process.start(QStringLiteral(PYTHON), arguments);
     if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit) {
         return -1;
@@ -136,11 +150,12 @@ int TestRelease::release(const QStringList &options)
 
 bool TestRelease::releaseTwice()
 {
-    if (release({u"--first"_s}) != 0) {
+    const QStringList host{u"--package-host"_s, packageHost.toString()};
+    if (release(host + QStringList{u"--first"_s}) != 0) {
         return false;
     }
     setVersion(u"2.8.0"_s);
-    return release() == 0;
+    return release(host) == 0;
 }
 
 QJsonArray TestRelease::releasesIn(const QString &document) const
@@ -251,9 +266,54 @@ void TestRelease::takesTheHostOfPackages()
              u"https://files.test/updates/quillmarch/quillmarch-%1-linux-x86_64.tar.gz"_s.arg(programVersion));
 }
 
+void TestRelease::buildsTestsAndPacksWhatIsCommitted_data()
+{
+    QTest::addColumn<bool>("committed");
+    QTest::addColumn<bool>("passes");
+    QTest::addColumn<QByteArray>("steps");
+    QTest::addColumn<QString>("reason");
+    const QByteArray configured = "cmake --preset release -DQUILLMARCH_PACKAGE_HOST=https://files.test\ntest.sh\n";
+    QTest::newRow("all is well") << true << true
+                                 << configured
+            + "cpack --config build/release/CPackConfig.cmake\n"
+              "cpack --config build/release/CPackSourceConfig.cmake\n"
+                                 << QString();
+    QTest::newRow("a test fails") << true << false << configured << u"./test.sh failed"_s;
+    QTest::newRow("a change is not committed") << false << true << QByteArray() << u"not committed"_s;
+}
+
+/// The commands are stand-ins that write down how they are called.
+void TestRelease::buildsTestsAndPacksWhatIsCommitted()
+{
+    QFETCH(bool, committed);
+    QFETCH(bool, passes);
+    QFETCH(QByteArray, steps);
+    QFETCH(QString, reason);
+    const QString log = path(u".git/steps"_s);
+    const QByteArray standIn = "#!/bin/sh\necho $(basename $0) \"$@\" >>" + log.toUtf8() + "\n";
+    writeProgram(path(u"bin/cmake"_s), standIn);
+    writeProgram(path(u"bin/cpack"_s), standIn);
+    writeProgram(path(u"test.sh"_s), standIn + (passes ? "exit 0\n" : "exit 1\n"));
+    for (const QStringList &command : {QStringList{u"init"_s, u"-q"_s}, QStringList{u"add"_s, u"."_s},
+                                       QStringList{u"-c"_s, u"user.name=x"_s, u"-c"_s, u"user.email=x@y.test"_s,
+                                                   u"commit"_s, u"-q"_s, u"-m"_s, u"all"_s}}) {
+        QCOMPARE(QProcess::execute(u"git"_s, QStringList{u"-C"_s, dir->path()} + command), 0);
+    }
+    if (!committed) {
+        write(path(u"CHANGELOG.md"_s), contentOf(path(u"CHANGELOG.md"_s)) + "more\n");
+    }
+    QCOMPARE(release({u"build"_s, u"--first"_s, u"--package-host"_s, u"https://files.test"_s}),
+             reason.isEmpty() ? 0 : 1);
+    QVERIFY2(complaint.contains(reason), qPrintable(complaint));
+    QCOMPARE(contentOf(log), steps);
+    QCOMPARE(siteContent().isEmpty(), !reason.isEmpty());
+}
+
 void TestRelease::namesThePackageThatTheProgramFallsBackTo()
 {
-    QCOMPARE(release({u"--first"_s, u"--package"_s, "macos="_L1 + path(u"made.dmg"_s)}), 0);
+    QCOMPARE(release({u"--first"_s, u"--package"_s, "macos="_L1 + path(u"made.dmg"_s), u"--package-host"_s,
+                      packageHost.toString()}),
+             0);
     const QByteArray document = contentOf(site(u"updates/update-config-zh.json"_s));
     const QString version = programVersion.toString();
     QCOMPARE(readReleaseDocument(document, u"macos"_s).value().downloadUrl, fallbackPackageUrl(version));
