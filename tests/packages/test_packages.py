@@ -73,10 +73,12 @@ class DebianPackage(PackageTest):
         output_of("fakeroot", "dpkg", *options, *command, env={**os.environ, "PATH": path})
 
 
-class PortableArchive(PackageTest):
-    def setUp(self):
-        super().setUp()
-        self.program = packages.unpack(packages.portable_archive(), self.folder) / "quillmarch"
+class PortableArchive(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory(prefix="quillmarch-packages-")
+        cls.addClassCleanup(folder.cleanup)
+        cls.program = packages.unpack(packages.portable_archive(), folder.name) / "quillmarch"
 
     def test_takesQtFromItsOwnFolder(self):
         own = self.program.parent
@@ -92,7 +94,7 @@ class PortableArchive(PackageTest):
 
     def test_bringsTheLicencesOfItsLibraries(self):
         licences = {file.name for file in (self.program.parent / "licenses").iterdir()}
-        self.assertLessEqual({"libqt6core6.txt", "libicu72.txt", "qt6-wayland.txt"}, licences)
+        self.assertLessEqual({"libqt6core6.txt", "libicu72.txt", "qt6-image-formats-plugins.txt"}, licences)
         self.assertIn("LGPL", (self.program.parent / "licenses/libqt6core6.txt").read_text(encoding="utf-8"))
 
     def test_bringsNothingThatBelongsToTheSystem(self):
