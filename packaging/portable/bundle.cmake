@@ -1,0 +1,80 @@
+# Copies into the folder of an unpacked archive what the programs need of Qt
+# and of the libraries that not every desktop has, with their licences.
+# Takes: programs, qt_plugins.
+set(target "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
+
+# Found on any desktop, or bound to its kernel, drivers or C library.
+set(of_the_system
+    ld-linux[^/]* libc libm libdl libpthread librt libresolv libutil libstdc\\+\\+ libgcc_s
+    libGL libGLX libGLdispatch libEGL libOpenGL libdrm libgbm
+    libX11 libX11-xcb libxcb libXau libXdmcp libwayland-client libwayland-egl
+    libfontconfig libfreetype libharfbuzz libexpat libz libglib
+    libdbus-1 libsystemd libudev libcap libselinux
+    libcups libssl libcrypto)
+list(JOIN of_the_system "|" of_the_system)
+
+set(plugins
+    platforms/libqxcb.so platforms/libqwayland-generic.so platforms/libqwayland-egl.so platforms/libqoffscreen.so
+    platforminputcontexts/libcomposeplatforminputcontextplugin.so
+    platforminputcontexts/libibusplatforminputcontextplugin.so
+    wayland-shell-integration/libxdg-shell.so wayland-decoration-client/libbradient.so
+    wayland-graphics-integration-client/libqt-plugin-wayland-egl.so
+    imageformats/libqgif.so imageformats/libqico.so imageformats/libqjpeg.so imageformats/libqsvg.so
+    imageformats/libqicns.so imageformats/libqtga.so imageformats/libqtiff.so imageformats/libqwbmp.so
+    imageformats/libqwebp.so
+    printsupport/libcupsprintersupport.so tls/libqopensslbackend.so)
+
+# Only the name is installed that the loader asks for.
+function(copy_library library folder)
+    get_filename_component(name ${library} NAME)
+    get_filename_component(file ${library} REALPATH)
+    file(COPY ${file} DESTINATION ${folder})
+    get_filename_component(file_name ${file} NAME)
+    if(NOT file_name STREQUAL name)
+        file(RENAME ${folder}/${file_name} ${folder}/${name})
+    endif()
+endfunction()
+
+# The licences of the Debian packages that files are of. A package may know its
+# file by a path without /usr: /lib is a link to /usr/lib.
+function(copy_licences)
+    set(files)
+    foreach(file IN LISTS ARGN)
+        get_filename_component(file ${file} REALPATH)
+        string(REGEX REPLACE "^/usr" "" short ${file})
+        list(APPEND files ${short} /usr${short})
+    endforeach()
+    execute_process(COMMAND dpkg-query --search ${files} OUTPUT_VARIABLE found ERROR_QUIET)
+    string(REGEX MATCHALL "[^:,\n]+[^\n]*: [^\n]+" lines "${found}")
+    list(LENGTH ARGN wanted)
+    list(LENGTH lines known)
+    if(NOT known EQUAL wanted)
+        message(FATAL_ERROR "Of ${wanted} libraries, ${known} are known to be of a Debian package:\n${found}")
+    endif()
+    foreach(line IN LISTS lines)
+        string(REGEX REPLACE "[:,].*" "" package "${line}")
+        get_filename_component(text /usr/share/doc/${package}/copyright REALPATH)
+        configure_file(${text} ${target}/licenses/${package}.txt COPYONLY)
+    endforeach()
+endfunction()
+
+set(modules)
+foreach(plugin IN LISTS plugins)
+    if(NOT EXISTS ${qt_plugins}/${plugin})
+        message(FATAL_ERROR "Qt's plugin ${plugin} is missing; see the group \"run\" in scripts/packages.txt")
+    endif()
+    get_filename_component(folder ${plugin} DIRECTORY)
+    copy_library(${qt_plugins}/${plugin} ${target}/plugins/${folder})
+    list(APPEND modules ${qt_plugins}/${plugin})
+endforeach()
+
+list(TRANSFORM programs PREPEND ${target}/)
+file(GET_RUNTIME_DEPENDENCIES
+    EXECUTABLES ${programs}
+    MODULES ${modules}
+    RESOLVED_DEPENDENCIES_VAR libraries
+    PRE_EXCLUDE_REGEXES "^(${of_the_system})(-[0-9.]+)?\\.so")
+foreach(library IN LISTS libraries)
+    copy_library(${library} ${target}/lib)
+endforeach()
+copy_licences(${modules} ${libraries})

@@ -1,0 +1,55 @@
+"""The packages under test, and how they are unpacked."""
+
+import os
+import pathlib
+import subprocess
+import tarfile
+
+VERSION = os.environ["QUILLMARCH_VERSION"]
+
+
+def package(pattern):
+    """The one package of this version whose name fits."""
+    folder = pathlib.Path(os.environ["QUILLMARCH_PACKAGES"])
+    found = sorted(folder.glob(pattern.format(version=VERSION)))
+    if len(found) != 1:
+        raise AssertionError(f"not one package in {folder}: {[file.name for file in found]}")
+    return found[0]
+
+
+def debian_package():
+    return package("quillmarch_{version}_*.deb")
+
+
+def portable_archive():
+    return package("quillmarch-{version}-linux-*.tar.gz")
+
+
+def source_archive():
+    return package("quillmarch-{version}.tar.gz")
+
+
+def unpack_debian_package(folder):
+    subprocess.run(["dpkg", "-x", debian_package(), folder], check=True, timeout=60)
+
+
+def unpack(archive, folder):
+    """Unpacks an archive, and returns the one folder that it holds."""
+    with tarfile.open(archive) as tar:
+        tar.extractall(folder)
+    (top,) = pathlib.Path(folder).iterdir()
+    return top
+
+
+def files_below(folder):
+    """The content of every file below a folder, by its path in it."""
+    folder = pathlib.Path(folder)
+    return {str(file.relative_to(folder)): file.read_bytes() for file in folder.rglob("*") if file.is_file()}
+
+
+def output_of(*command, **options):
+    """What a command prints; fails with its messages if it fails."""
+    done = subprocess.run(command, capture_output=True, text=True, timeout=240, **options)
+    if done.returncode != 0:
+        raise AssertionError(f"{command[0]} ends with {done.returncode}:\n{done.stdout}{done.stderr}")
+    return done.stdout
