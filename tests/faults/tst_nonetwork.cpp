@@ -9,9 +9,11 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QDropEvent>
+#include <QLabel>
 #include <QMenu>
 #include <QMimeData>
 #include <QNetworkProxy>
+#include <QNetworkReply>
 #include <QProcess>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -28,7 +30,8 @@ int quillmarchMain(int argc, char *argv[]);
 
 namespace {
 
-constexpr int processTime = 120000; // milliseconds
+constexpr int processTime = 120000; // milliseconds, as is the next
+constexpr int stepTime = 30000;
 constexpr auto roleVariable = "QUILLMARCH_TEST_ROLE";
 constexpr auto portVariable = "QUILLMARCH_TEST_PROXY_PORT";
 
@@ -128,13 +131,6 @@ void tellIdentity()
     say(u"store %1"_s.arg(QSettings().fileName()));
 }
 
-void waitForEvents(int milliseconds)
-{
-    QEventLoop loop;
-    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
 /// What is done in the program, by the role that the environment names.
 void playRole()
 {
@@ -143,15 +139,18 @@ void playRole()
     say(window != nullptr && window->isVisible() ? u"window"_s : u"no window"_s);
     if (role == u"use"_s) {
         tellIdentity();
+        const auto *versionLabel = window->findChild<QLabel *>(u"versionLabel"_s);
+        const bool isVersionShown = QTest::qWaitFor([=] { return versionLabel->isVisible(); }, stepTime); // by a timer
         useEveryCommand(*window);
-        waitForEvents(1500); // past the timer that shows the version
-        say(u"check"_s);
+        say(isVersionShown ? u"check"_s : u"no version shown"_s);
         const Closer closer;
         window->onCheckUpdateClicked();
-        waitForEvents(100);
-        say(u"download"_s);
+        const bool isTold = QTest::qWaitFor([&] { return closer.closed() > 0; }, stepTime);
+        say(isTold ? u"download"_s : u"no outcome of the check"_s);
         window->startDownload();
-        waitForEvents(100);
+        const bool isOver =
+            QTest::qWaitFor([=] { return window->findChildren<QNetworkReply *>().isEmpty(); }, stepTime);
+        say(isOver ? u"end"_s : u"no end of the download"_s);
     }
     if (role == u"leave with 7"_s) {
         QCoreApplication::exit(7);
@@ -261,11 +260,11 @@ void TestNoNetwork::asksForNothingButUpdates()
     QVERIFY(counts.captured(2).toInt() >= 8); // open, export, print and about twice, two of the update
     QCOMPARE(run.lines.mid(expected.size() + 1),
              QStringList({u"check"_s, u"request "_s + checkEndpoint(), u"download"_s,
-                          u"request https://reported.example/q.zip"_s}));
+                          u"request https://reported.example/q.zip"_s, u"end"_s}));
+    QTRY_COMPARE(proxy.requests().size(), 3);
     for (const HttpRequest &request : proxy.requests()) {
         QCOMPARE(request.method, QByteArray("CONNECT"));
     }
-    QCOMPARE(proxy.requests().size(), 3);
 }
 
 void TestNoNetwork::asksForTheDocumentOfItsLanguage_data()
