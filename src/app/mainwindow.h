@@ -3,6 +3,7 @@
 #include <QMainWindow>
 #include <QNetworkReply>
 #include <QPixmap>
+#include <QPointer>
 
 #include <functional>
 
@@ -171,7 +172,7 @@ private:
     QLabel *versionLabel = nullptr;
     QPushButton *updateButton = nullptr;
 
-    SimpleUpdater *updater = nullptr;
+    QPointer<SimpleUpdater> updater;
     QString latestVersion; // of the last report with an update, as are the next four
     QString updateUrl;
     QString updateLog;

@@ -2,6 +2,7 @@
 #include "support/testmain.h"
 #include "update/downloaddialogsizes.h"
 
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QScreen>
@@ -40,6 +41,7 @@ private slots:
 
     void closesLater();
     void storesTheSkippedVersionInTheWorkingDirectory();
+    void storesItWhereTheWorkingDirectoryIsNow();
 };
 
 void TestDownloadDialogOffer::init()
@@ -389,6 +391,22 @@ void TestDownloadDialogOffer::storesTheSkippedVersionInTheWorkingDirectory()
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), QByteArray("[update]\nskippedVersion=3.0.0\n"));
     QVERIFY(QSettings().allKeys().isEmpty()); // the store that silences a version is another one
+}
+
+void TestDownloadDialogOffer::storesItWhereTheWorkingDirectoryIsNow()
+{
+    const QString before = QDir::currentPath();
+    QFile::remove(u"user.ini"_s);
+    DownloadUpdateDialog dialog(someRequest(), nullptr);
+    QVERIFY(QDir().mkdir(u"moved"_s));
+    QVERIFY(QDir::setCurrent(before + u"/moved"_s));
+    dialog.onSkipClicked();
+    QVERIFY(QDir::setCurrent(before));
+    QVERIFY(!QFile::exists(u"user.ini"_s));
+    QVERIFY(!QFile::exists(QCoreApplication::applicationDirPath() + u"/user.ini"_s));
+    QFile file(u"moved/user.ini"_s);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("[update]\nskippedVersion=3.0.0\n"));
 }
 
 QUILLMARCH_TEST_MAIN(TestDownloadDialogOffer)

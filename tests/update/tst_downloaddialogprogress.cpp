@@ -6,6 +6,8 @@
 #include <QSignalSpy>
 #include <QTimer>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -40,6 +42,7 @@ private slots:
     void showsNoSpeedOutsideADownload();
     void showsTheSpeedOnItsTimer();
     void showsTheSpeedOfASecond();
+    void measuresAnewAfterARetry();
 };
 
 void TestDownloadDialogProgress::asksForTheDownload()
@@ -285,6 +288,49 @@ void TestDownloadDialogProgress::showsTheSpeedOfASecond()
     QTRY_VERIFY(!view.speed->text().isEmpty());
     const qint64 speed = speedOf(view.speed->text());
     QVERIFY2(speed >= 900 * 1000 / (time.elapsed() + 2) && speed < 900, qPrintable(view.speed->text()));
+}
+
+void TestDownloadDialogProgress::measuresAnewAfterARetry()
+{
+    const auto intervals = [](const DownloadUpdateDialog &dialog) {
+        QList<int> running;
+        const auto timers = dialog.findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly);
+        for (const QTimer *timer : timers) {
+            if (timer->isActive()) {
+                running.append(timer->interval());
+            }
+        }
+        std::sort(running.begin(), running.end());
+        return running;
+    };
+    DownloadUpdateDialog dialog(someRequest(), nullptr);
+    const DialogView view(dialog);
+    dialog.onDownloadProgress(50, 500, 1000);
+    QCOMPARE(intervals(dialog), QList<int>({100, 1000}));
+    dialog.onDownloadError(u"x"_s);
+    QCOMPARE(intervals(dialog), QList<int>());
+    QElapsedTimer sinceError;
+    sinceError.start();
+    QTRY_VERIFY(sinceError.elapsed() > 300);
+
+    view.update->click();
+    QCOMPARE(intervals(dialog), QList<int>()); // it starts with the first report
+    QElapsedTimer sinceBefore;
+    sinceBefore.start();
+    dialog.onDownloadProgress(1, 10, 1000);
+    QElapsedTimer sinceAfter;
+    sinceAfter.start();
+    QCOMPARE(intervals(dialog), QList<int>({100, 1000}));
+    const auto timers = dialog.findChildren<QTimer *>();
+    for (QTimer *timer : timers) {
+        timer->stop(); // the test asks for the display itself
+    }
+    QTRY_VERIFY(sinceAfter.elapsed() > 150);
+    const qint64 leastTime = sinceAfter.elapsed() - 1;
+    dialog.updateProgressDisplay();
+    const qint64 mostTime = sinceBefore.elapsed() + 1;
+    const qint64 speed = speedOf(view.speed->text()); // neither the time before counts nor its bytes
+    QVERIFY2(speed >= 10 * 1000 / mostTime && speed <= 10 * 1000 / leastTime, qPrintable(view.speed->text()));
 }
 
 QUILLMARCH_TEST_MAIN(TestDownloadDialogProgress)

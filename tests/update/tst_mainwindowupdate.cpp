@@ -13,6 +13,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QStatusBar>
+#include <QTranslator>
 
 using namespace Qt::StringLiterals;
 
@@ -58,6 +59,17 @@ QByteArray tunnelTo(QStringView address)
     return QUrl(address.toString()).host().toUtf8() + ":443";
 }
 
+/// Puts the context before every text that is translated.
+class MarkingTranslator : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char *context, const char *sourceText, const char *, int) const override
+    {
+        return QString::fromUtf8(context) + u':' + QString::fromUtf8(sourceText);
+    }
+};
+
 } // namespace
 
 class TestMainWindowUpdate : public QObject
@@ -78,6 +90,9 @@ private slots:
     void checksAtTheServiceHost();
     void windowCheckLeavesTheStatusBarAlone();
     void ownsOneUpdaterWhichIsIdle();
+    void tellsThatTheUpdaterIsGone();
+    void centresTheDialogOverASmallWindow();
+    void translatesInItsContexts();
 };
 
 void TestMainWindowUpdate::startsWithoutAReport()
@@ -267,6 +282,100 @@ void TestMainWindowUpdate::ownsOneUpdaterWhichIsIdle()
     const MainWindow window;
     QCOMPARE(window.findChildren<SimpleUpdater *>().size(), 1);
     QVERIFY(window.findChildren<QNetworkReply *>().isEmpty());
+}
+
+void TestMainWindowUpdate::tellsThatTheUpdaterIsGone()
+{
+    const MessageBoxes boxes;
+    MainWindow window;
+    delete window.findChild<SimpleUpdater *>();
+    window.onCheckUpdateClicked();
+    QCOMPARE(boxes.shown().size(), 1);
+    const ShownBox &box = boxes.shown().first();
+    QCOMPARE(box.icon, QMessageBox::Warning);
+    QCOMPARE(box.title, u"检查更新"_s);
+    QCOMPARE(box.text, u"更新器未初始化"_s);
+    QCOMPARE(box.parent, &window);
+}
+
+void TestMainWindowUpdate::centresTheDialogOverASmallWindow()
+{
+    MainWindow window;
+    window.setGeometry(300, 340, 403, 307);
+    window.show();
+    QCOMPARE(window.size(), QSize(403, 307));
+    window.onVersionInfoReceived(u"3.0.0"_s, true);
+    QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
+        QCOMPARE(dialog.size(), QSize(480, 580));
+        // The halves are cut toward zero: of -77 and of -273.
+        QCOMPARE(dialog.pos(), QPoint(window.x() - 38, window.y() - 136));
+    }));
+}
+
+void TestMainWindowUpdate::translatesInItsContexts()
+{
+    const MessageBoxes boxes;
+    HttpServer server; // answers 404
+    MarkingTranslator marks;
+    QVERIFY(QCoreApplication::installTranslator(&marks));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, false);
+    QCOMPARE(versionLabelOf(window)->text(), u"v2.7.1"_s); // outside the translation
+    QCOMPARE(versionLabelOf(window)->toolTip(), u"MainWindow:当前版本: 2.7.1（已是最新）"_s);
+    QCOMPARE(window.statusBar()->currentMessage(), u"MainWindow:当前已是最新版本"_s);
+    window.showUpdateDialog();
+    QCOMPARE(boxes.shown().last().title, u"MainWindow:检查更新"_s);
+    QCOMPARE(boxes.shown().last().text, u"MainWindow:当前已是最新版本"_s);
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    QCOMPARE(versionLabelOf(window)->text(), u"v2.7.1→v3.0.0"_s);
+    QCOMPARE(versionLabelOf(window)->toolTip(),
+             u"MainWindow:当前版本: 2.7.1\n服务器版本: 3.0.0\n点击右侧图标下载更新"_s);
+    QCOMPARE(window.statusBar()->currentMessage(), u"MainWindow:发现新版本 v3.0.0 可用，点击右侧按钮下载"_s);
+    QVERIFY(driveDownloadDialog(window, [](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        for (const QLabel *label : {view.title, view.subtitle, view.currentVersion, view.fileSize, view.checksum,
+                                    view.notesHeading, view.notes, view.status}) {
+            QVERIFY2(label->text().startsWith(u"DownloadUpdateDialog:"_s), qPrintable(label->text()));
+        }
+        for (const QPushButton *button : {view.skip, view.later, view.update, view.openFolder, view.close}) {
+            QVERIFY2(button->text().startsWith(u"DownloadUpdateDialog:"_s), qPrintable(button->text()));
+        }
+        dialog.onDownloadProgress(50, 2048, 4096);
+        QCOMPARE(view.percent->text(), u"DownloadUpdateDialog:50%"_s);
+        QCOMPARE(view.status->text(),
+                 u"DownloadUpdateDialog:正在下载... DownloadUpdateDialog:2.0 KB / "
+                 u"DownloadUpdateDialog:4.0 KB"_s);
+        QCOMPARE(view.update->text(), u"DownloadUpdateDialog:暂停"_s);
+        dialog.onDownloadError(u"x"_s);
+        QCOMPARE(view.status->text(), u"DownloadUpdateDialog:下载失败：x"_s);
+        QCOMPARE(view.update->text(), u"DownloadUpdateDialog:重试"_s);
+        dialog.onDownloadFinished(u"/nowhere"_s);
+        QCOMPARE(view.status->text(), u"DownloadUpdateDialog:下载完成，校验通过！"_s);
+        QCOMPARE(view.checksum->text(), u"DownloadUpdateDialog:MD5校验：通过 ✓"_s);
+        QCOMPARE(view.location->text(), u"DownloadUpdateDialog:文件位置：/nowhere"_s);
+        QCOMPARE(view.close->text(), u"DownloadUpdateDialog:安装更新"_s);
+        view.close->click(); // which knows the button by its translated text
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    }));
+    delete window.findChild<SimpleUpdater *>();
+    window.onCheckUpdateClicked();
+    QCOMPARE(boxes.shown().last().text, u"MainWindow:更新器未初始化"_s);
+
+    // The other path speaks Chinese in every language.
+    SimpleUpdater updater;
+    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    startCheck(updater);
+    QTRY_COMPARE(boxes.shown().size(), 3);
+    QCOMPARE(boxes.shown().last().title, u"更新检查错误"_s);
+    QCOMPARE(boxes.shown().last().text, u"网络连接失败"_s);
+    updater.presentRelease(ReleaseInfo());
+    QCOMPARE(openDialogs().size(), 1);
+    QCOMPARE(openDialogs().first()->windowTitle(), u"Quillmarch 软件更新"_s);
+    const auto buttons = openDialogs().first()->findChildren<QPushButton *>();
+    for (const QPushButton *button : buttons) {
+        QVERIFY2(!button->text().contains(u':'), qPrintable(button->text()));
+    }
+    openDialogs().first()->close();
 }
 
 QUILLMARCH_TEST_MAIN(TestMainWindowUpdate)

@@ -1,3 +1,4 @@
+#include "app/buildconfig.h"
 #include "app/mainwindow.h"
 #include "downloaddialogdriver.h"
 #include "support/httpserver.h"
@@ -6,6 +7,7 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QNetworkProxy>
 #include <QNetworkReply>
 #include <QPointer>
 #include <QRegularExpression>
@@ -75,6 +77,9 @@ private slots:
 
     void downloadsAndVerifies();
     void sendsItsName();
+    void requestSaysNothingElse();
+    void asksForTheFallbackPackage();
+    void keepsTheStoredAddress();
     void showsProgress();
     void showsNoPercentOfAnUnknownLength();
     void tellsABadChecksum();
@@ -85,6 +90,7 @@ private slots:
     void followsARedirect();
 
     void tellsAnErrorAndRetries();
+    void tellsAnErrorOnce();
     void tellsACutOffBody();
     void tellsAnUnwritableFile();
     void knowsNoAddress();
@@ -94,6 +100,7 @@ private slots:
     void startsOverFromANewDialog();
     void replacesARunningDownload_data();
     void replacesARunningDownload();
+    void secondClickStartsOver();
     void replacesADownloadThatIsNotOverTheNetwork();
     void endsWithTheWindow();
     void ignoresLateCalls();
@@ -141,6 +148,54 @@ void TestPackageDownload::sendsItsName()
     QCOMPARE(server.requests().first().method, QByteArray("GET"));
     QCOMPARE(server.requests().first().target, QByteArray("/q.zip"));
     QCOMPARE(server.requests().first().header("User-Agent"), QByteArray("Quillmarch/2.7.1 (macOS)"));
+}
+
+void TestPackageDownload::requestSaysNothingElse()
+{
+    HttpServer server;
+    server.setResponse("/a/q.zip", answerWith(package));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/a/q.zip"_s).toString());
+    window.startDownload();
+    const QNetworkReply *reply = window.findChild<QNetworkReply *>();
+    QVERIFY(reply != nullptr);
+    QCOMPARE(reply->property("savePath"), QVariant(downloadFolder() + u"/q.zip"_s));
+    const QNetworkRequest request = reply->request();
+    QCOMPARE(request.url(), server.url(u"/a/q.zip"_s));
+    QCOMPARE(request.attribute(QNetworkRequest::RedirectPolicyAttribute), QVariant(1));
+    QCOMPARE(request.rawHeaderList(), QList<QByteArray>({"User-Agent"}));
+    QCOMPARE(request.transferTimeout(), 0);
+    QCOMPARE(request.maximumRedirectsAllowed(), QNetworkRequest().maximumRedirectsAllowed());
+    QTRY_VERIFY(!isDownloading(window));
+}
+
+void TestPackageDownload::asksForTheFallbackPackage()
+{
+    HttpServer proxy; // refuses the tunnel
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, u"127.0.0.1"_s, proxy.port()));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true);
+    window.startDownload();
+    const QNetworkReply *reply = window.findChild<QNetworkReply *>();
+    QVERIFY(reply != nullptr);
+    const QUrl url(packageHost.toString() + u"/updates/quillmarch/Quillmarch_v3.0.0_macOS.dmg"_s);
+    QCOMPARE(reply->request().url(), url);
+    QCOMPARE(reply->property("savePath"), QVariant(downloadFolder() + u"/Quillmarch_v3.0.0_macOS.dmg"_s));
+    QTRY_VERIFY(!isDownloading(window));
+    QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
+}
+
+void TestPackageDownload::keepsTheStoredAddress()
+{
+    HttpServer server;
+    server.setResponse("/q.zip", answerWith("package"));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    window.onVersionInfoReceived(u"9.9.9"_s, false, server.url(u"/other.zip"_s).toString());
+    window.startDownload();
+    QTRY_VERIFY(!isDownloading(window));
+    QCOMPARE(server.requests().size(), 1);
+    QCOMPARE(downloaded(u"q.zip"_s), QByteArray("package"));
 }
 
 void TestPackageDownload::showsProgress()
@@ -300,6 +355,30 @@ void TestPackageDownload::tellsAnErrorAndRetries()
     QCOMPARE(server.requests().size(), 2);
 }
 
+void TestPackageDownload::tellsAnErrorOnce()
+{
+    // An error comes to the dialog twice, by two signals of the reply.
+    HttpServer server; // answers 404
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
+    QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        QStringList afterTheError;
+        QStringList afterTheEnd;
+        const QNetworkReply *reply = window.findChild<QNetworkReply *>();
+        connect(reply, &QNetworkReply::errorOccurred, &dialog, [&] { afterTheError = look(dialog); });
+        connect(reply, &QNetworkReply::finished, &dialog, [&] { afterTheEnd = look(dialog); });
+        QTRY_VERIFY(!afterTheEnd.isEmpty());
+        QVERIFY(view.status->text().startsWith(u"下载失败："_s));
+        QCOMPARE(afterTheError, afterTheEnd);
+        QCOMPARE(view.visibleButtons(), u"uc"_s);
+        QTRY_VERIFY(!isDownloading(window));
+        QCOMPARE(look(dialog), afterTheEnd);
+    }));
+    QCOMPARE(server.requests().size(), 1);
+}
+
 void TestPackageDownload::tellsACutOffBody()
 {
     HttpServer server;
@@ -327,8 +406,9 @@ void TestPackageDownload::tellsAnUnwritableFile()
     QVERIFY(driveDownloadDialog(window, [](DownloadUpdateDialog &dialog) {
         const DialogView view(dialog);
         view.update->click();
-        QTRY_VERIFY(view.status->text().startsWith(u"下载失败：无法保存文件: "_s));
-        QVERIFY(view.status->text().size() > u"下载失败：无法保存文件: "_s.size());
+        QFile file(downloadFolder() + u"/q.zip"_s);
+        QVERIFY(!file.open(QIODevice::WriteOnly));
+        QTRY_COMPARE(view.status->text(), u"下载失败：无法保存文件: "_s + file.errorString());
         QCOMPARE(view.update->text(), u"重试"_s);
     }));
     QTRY_VERIFY(!isDownloading(window));
@@ -428,6 +508,29 @@ void TestPackageDownload::replacesARunningDownload()
     QCOMPARE(QDir(downloadFolder()).entryList(QDir::Files), QStringList({u"second.zip"_s}));
     QCOMPARE(downloaded(u"second.zip"_s), QByteArray("second"));
     QTRY_COMPARE(server.connectionCount(), 0);
+}
+
+void TestPackageDownload::secondClickStartsOver()
+{
+    HttpServer server;
+    HttpResponse stalled = answerWith(package);
+    stalled.pausesAtStart = true; // no report comes
+    server.setResponse("/q.zip", stalled);
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString(), {}, packageChecksum);
+    QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
+        const DialogView view(dialog);
+        view.update->click();
+        QTRY_COMPARE(server.requests().size(), 1);
+        const QPointer<QNetworkReply> first = window.findChild<QNetworkReply *>();
+        server.setResponse("/q.zip", answerWith(package));
+        view.update->click();
+        QTRY_COMPARE(view.status->text(), u"下载完成，校验通过！"_s);
+        QVERIFY(first.isNull());
+    }));
+    QCOMPARE(server.requests().size(), 2);
+    QTRY_COMPARE(server.connectionCount(), 0);
+    QVERIFY(downloaded(u"q.zip"_s) == package);
 }
 
 void TestPackageDownload::replacesADownloadThatIsNotOverTheNetwork()

@@ -4,6 +4,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 
 using namespace Qt::StringLiterals;
 
@@ -41,11 +42,15 @@ private slots:
     void picksTheFirstReleaseWithThePlatform();
     void readsWrongTypesAsDefaults_data();
     void readsWrongTypesAsDefaults();
+    void readsMissingKeysAsDefaults_data();
+    void readsMissingKeysAsDefaults();
     void readsFileSizes_data();
     void readsFileSizes();
 
     void reportStartsEmpty();
     void readsEveryFieldOfAReport();
+    void readsEveryFieldOfAPackage();
+    void readsASizeAsTextOnly();
     void readsAnEmptyReport();
     void readsReportTypes_data();
     void readsReportTypes();
@@ -190,6 +195,43 @@ void TestUpdateDocuments::readsWrongTypesAsDefaults()
     QCOMPARE(info->fileSize, 0);
 }
 
+void TestUpdateDocuments::readsMissingKeysAsDefaults_data()
+{
+    QTest::addColumn<QString>("missing");
+    for (const char *key : {"version", "title", "description", "releaseDate", "isForced", "downloadUrl", "fileSize"}) {
+        QTest::newRow(key) << QString::fromLatin1(key);
+    }
+}
+
+void TestUpdateDocuments::readsMissingKeysAsDefaults()
+{
+    QFETCH(QString, missing);
+    QJsonObject package{{u"name"_s, u"windows"_s}, {u"downloadUrl"_s, u"U"_s}, {u"fileSize"_s, 5}};
+    QJsonObject release{{u"version"_s, u"V"_s},
+                        {u"title"_s, u"T"_s},
+                        {u"description"_s, u"D"_s},
+                        {u"releaseDate"_s, u"R"_s},
+                        {u"isForced"_s, true}};
+    QVERIFY(package.contains(missing) != release.contains(missing));
+    package.remove(missing);
+    release.remove(missing);
+    release[u"platforms"_s] = QJsonArray({package});
+    const QByteArray body = QJsonDocument(QJsonObject{{u"releases"_s, QJsonArray({release})}}).toJson();
+    const auto info = readReleaseDocument(body, u"windows"_s);
+    QVERIFY(info.has_value());
+    const auto textUnless = [&missing](const QString &key, const QString &text) {
+        return missing == key ? QString() : text;
+    };
+    QCOMPARE(info->version, textUnless(u"version"_s, u"V"_s));
+    QCOMPARE(info->title, textUnless(u"title"_s, u"T"_s));
+    QCOMPARE(info->description, textUnless(u"description"_s, u"D"_s));
+    QCOMPARE(info->releaseDate, textUnless(u"releaseDate"_s, u"R"_s));
+    QCOMPARE(info->downloadUrl, textUnless(u"downloadUrl"_s, u"U"_s));
+    QCOMPARE(info->isForced, missing != u"isForced"_s);
+    QCOMPARE(info->fileSize, missing == u"fileSize"_s ? 0 : 5);
+    QCOMPARE(info->platform, u"windows"_s);
+}
+
 void TestUpdateDocuments::readsFileSizes_data()
 {
     QTest::addColumn<QByteArray>("member");
@@ -245,6 +287,33 @@ void TestUpdateDocuments::readsEveryFieldOfAReport()
     QCOMPARE(report.hash, u"abc"_s);
     QCOMPARE(report.platform, u"linux"_s);
     QCOMPARE(report.minSystemVersion, u"10"_s);
+}
+
+void TestUpdateDocuments::readsEveryFieldOfAPackage()
+{
+    const UpdateReport report = parseUpdateReport(
+        objectOf("{'packages': {'macos': {'downloadUrl': 'M', 'size': 'M', 'hash': 'M', 'minSystemVersion': 'M'},"
+                 " 'windows': {'downloadUrl': 'U', 'size': '12MB', 'hash': 'H', 'minSystemVersion': '10'}},"
+                 " 'updateUrl': 'F', 'updateSize': 'F', 'checksumMD5': 'F', 'minSystemVersion': 'F'}"),
+        u"2.7.1"_s, u"windows"_s);
+    QCOMPARE(report.downloadUrl, u"U"_s);
+    QCOMPARE(report.size, u"12MB"_s);
+    QCOMPARE(report.hash, u"H"_s);
+    QCOMPARE(report.minSystemVersion, u"10"_s);
+}
+
+void TestUpdateDocuments::readsASizeAsTextOnly()
+{
+    const UpdateReport inPackages = parseUpdateReport(
+        objectOf("{'packages': {'windows': {'downloadUrl': 'U', 'size': 12, 'hash': 'H'}}, 'updateSize': '5'}"),
+        u"2.7.1"_s, u"windows"_s);
+    QCOMPARE(inPackages.size, QString());
+    QCOMPARE(inPackages.downloadUrl, u"U"_s);
+    QCOMPARE(inPackages.hash, u"H"_s);
+    const UpdateReport flat =
+        parseUpdateReport(objectOf("{'updateUrl': 'U', 'updateSize': 12}"), u"2.7.1"_s, u"windows"_s);
+    QCOMPARE(flat.size, QString());
+    QCOMPARE(flat.downloadUrl, u"U"_s);
 }
 
 void TestUpdateDocuments::readsAnEmptyReport()

@@ -11,6 +11,7 @@
 #include <QSslKey>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -35,6 +36,7 @@ private slots:
     void cleanup();
 
     void sendsItsNameAndTypeWish();
+    void requestSaysNothingElse();
     void failsWithoutAConnection();
     void failsOnACutOffBody();
     void followsRedirects_data();
@@ -96,6 +98,25 @@ void TestUpdateTransport::sendsItsNameAndTypeWish()
     QCOMPARE(request.target, QByteArray("/updates/update-config-zh.json"));
     QCOMPARE(request.header("User-Agent"), QByteArray("Quillmarch/2.7.1"));
     QCOMPARE(request.header("Accept"), QByteArray("application/json"));
+}
+
+void TestUpdateTransport::requestSaysNothingElse()
+{
+    HttpServer server;
+    SimpleUpdater updater;
+    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    updater.checkForUpdatesSilently();
+    const QNetworkReply *reply = updater.findChild<QNetworkReply *>();
+    QVERIFY(reply != nullptr);
+    const QNetworkRequest request = reply->request();
+    QList<QByteArray> headers = request.rawHeaderList();
+    std::sort(headers.begin(), headers.end());
+    QCOMPARE(headers, QList<QByteArray>({"Accept", "User-Agent"}));
+    QVERIFY(!request.attribute(QNetworkRequest::RedirectPolicyAttribute).isValid());
+    QVERIFY(!request.attribute(QNetworkRequest::CacheLoadControlAttribute).isValid());
+    QCOMPARE(request.transferTimeout(), 0);
+    QVERIFY(!request.url().hasQuery());
+    QTRY_VERIFY(!isChecking(updater));
 }
 
 void TestUpdateTransport::failsWithoutAConnection()
