@@ -1,3 +1,4 @@
+#include "redpicture.h"
 #include "support/documents.h"
 #include "support/openedurls.h"
 #include "support/testmain.h"
@@ -54,26 +55,6 @@ QLabel *labelOf(const QDialog &dialog, bool hasPixmap)
         }
     }
     qFatal("No such label");
-}
-
-QImage redPicture()
-{
-    QImage image(40, 20, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    return image;
-}
-
-bool showsRed(QDialog &dialog)
-{
-    const QImage shown = dialog.grab().toImage();
-    for (int y = 0; y < shown.height(); ++y) {
-        for (int x = 0; x < shown.width(); ++x) {
-            if (shown.pixelColor(x, y) == QColor(Qt::red)) {
-                return true;
-            }
-        }
-    }
-    return false;
 }
 
 QVariant skippedVersion()
