@@ -125,6 +125,7 @@ void MainWindow::createStatusBar()
 
     versionLabel = new QLabel(this);
     versionLabel->setObjectName("versionLabel"_L1);
+    versionLabel->setTextFormat(Qt::PlainText);
     versionLabel->setText(tr("检查更新中..."));
     versionLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     versionLabel->setStyleSheet(

@@ -53,6 +53,7 @@ QString shortNotes(const QString &notes)
 QLabel *makeLabel(const QString &text, const QString &style, QWidget *parent)
 {
     auto *label = new QLabel(text, parent);
+    label->setTextFormat(Qt::PlainText); // or HTML in a report could have files of the user shown
     label->setStyleSheet(style);
     return label;
 }

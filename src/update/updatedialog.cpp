@@ -2,13 +2,18 @@
 
 #include <QDesktopServices>
 #include <QHBoxLayout>
+#include <QImage>
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
 #include <QSettings>
 #include <QTextBrowser>
+#include <QTextDocument>
+#include <QTextFrame>
 #include <QUrl>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -16,6 +21,7 @@ namespace {
 
 constexpr int iconSize = 64;
 constexpr int buttonHeight = 32;
+constexpr int deepestTables = 8;
 
 /// A white arrow that points up, on a blue disc.
 QPixmap drawIcon()
@@ -33,6 +39,53 @@ QPixmap drawIcon()
     painter.drawLine(44, 32, 32, 20);
     return icon;
 }
+
+/// How many frames, such as tables, lie in each other below \a frame at most.
+int depthOf(const QTextFrame *frame)
+{
+    int deepest = 0;
+    const QList<QTextFrame *> inner = frame->childFrames();
+    for (const QTextFrame *child : inner) {
+        deepest = std::max(deepest, 1 + depthOf(child));
+    }
+    return deepest;
+}
+
+/// Shows notes that came over the network. HTML in them may bring a picture
+/// along in a data address, but name no file: neither is a file of the user
+/// the document's business, nor does each one have an end.
+class NotesBrowser : public QTextBrowser
+{
+public:
+    using QTextBrowser::QTextBrowser;
+
+    /// Shows \a html, or only the text of it if its tables lie in each other so
+    /// deep that their layout, twice as long for each, would not come to an end.
+    void showNotes(const QString &html)
+    {
+        QTextDocument parsed(this); // loads by this browser, and has no layout
+        parsed.setHtml(html);
+        if (depthOf(parsed.rootFrame()) > deepestTables) {
+            setPlainText(parsed.toPlainText());
+        } else {
+            setHtml(html);
+        }
+    }
+
+protected:
+    QVariant loadResource(int type, const QUrl &name) override
+    {
+        if (name.scheme() == "data"_L1) {
+            return QTextBrowser::loadResource(type, name);
+        }
+        if (type != QTextDocument::ImageResource) {
+            return QByteArray("");
+        }
+        QImage nothing(1, 1, QImage::Format_ARGB32); // for no image at all the toolkit would read the file itself
+        nothing.fill(Qt::transparent);
+        return nothing;
+    }
+};
 
 } // namespace
 
@@ -75,6 +128,7 @@ void UpdateDialog::onSkipVersionClicked()
 void UpdateDialog::buildLayout()
 {
     titleLabel = new QLabel(u"发现新版本 %1"_s.arg(release.version), this);
+    titleLabel->setTextFormat(Qt::PlainText);
     titleLabel->setAlignment(Qt::AlignCenter);
 
     iconLabel = new QLabel(this);
@@ -82,8 +136,9 @@ void UpdateDialog::buildLayout()
     iconLabel->setFixedSize(iconSize, iconSize);
     iconLabel->setPixmap(drawIcon());
 
-    notesBrowser = new QTextBrowser(this);
-    notesBrowser->setHtml(releaseHtml(release));
+    auto *browser = new NotesBrowser(this);
+    browser->showNotes(releaseHtml(release));
+    notesBrowser = browser;
     notesBrowser->setMaximumHeight(200);
     notesBrowser->setAccessibleName(u"更新内容"_s);
 

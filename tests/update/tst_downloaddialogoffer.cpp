@@ -1,4 +1,6 @@
 #include "downloaddialogview.h"
+#include "redpicture.h"
+#include "support/documents.h"
 #include "support/testmain.h"
 #include "update/downloaddialogsizes.h"
 
@@ -12,6 +14,9 @@
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
+
+using TextOfRequest = QString DownloadRequestInfo::*;
+Q_DECLARE_METATYPE(TextOfRequest)
 
 class TestDownloadDialogOffer : public QObject
 {
@@ -37,6 +42,8 @@ private slots:
     void shortensTheNotes_data();
     void shortensTheNotes();
     void showsAnUnknownSize();
+    void showsHtmlOfAReportAsText_data();
+    void showsHtmlOfAReportAsText();
     void placesNoRetryButton();
 
     void closesLater();
@@ -340,6 +347,24 @@ void TestDownloadDialogOffer::showsAnUnknownSize()
     request.fileSize.clear();
     const DownloadUpdateDialog dialog(request, nullptr);
     QCOMPARE(DialogView(dialog).fileSize->text(), u"文件大小：计算中..."_s);
+}
+
+void TestDownloadDialogOffer::showsHtmlOfAReportAsText_data()
+{
+    QTest::addColumn<TextOfRequest>("text");
+    QTest::newRow("version") << &DownloadRequestInfo::latestVersion;
+    QTest::newRow("size") << &DownloadRequestInfo::fileSize;
+    QTest::newRow("notes") << &DownloadRequestInfo::updateLog;
+}
+
+void TestDownloadDialogOffer::showsHtmlOfAReportAsText()
+{
+    QFETCH(TextOfRequest, text);
+    savedPicture(redPicture(), u"red.png"_s);
+    DownloadRequestInfo request = someRequest();
+    request.*text = u"9<img src=red.png>"_s;
+    DownloadUpdateDialog dialog(request, nullptr);
+    QVERIFY(!showsRed(dialog));
 }
 
 void TestDownloadDialogOffer::placesNoRetryButton()

@@ -1,7 +1,11 @@
+#include "redpicture.h"
+#include "support/documents.h"
 #include "support/openedurls.h"
 #include "support/testmain.h"
 #include "update/updatedialog.h"
 
+#include <QBuffer>
+#include <QImage>
 #include <QLabel>
 #include <QLayout>
 #include <QPointer>
@@ -9,6 +13,8 @@
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTextBrowser>
+#include <QTextFrame>
+#include <QUrl>
 
 #include <array>
 #include <cmath>
@@ -116,6 +122,11 @@ private slots:
     void writesNotesAsHtml();
     void showsTheRelease();
     void takesHtmlOfTheDocument();
+    void showsNoFileOfThisMachine_data();
+    void showsNoFileOfThisMachine();
+    void showsPicturesThatTheDocumentBrings();
+    void comesToAnEndWithNestedTables_data();
+    void comesToAnEndWithNestedTables();
     void opensWithoutTitleAndDescription();
     void laysOutItsWidgets();
     void drawsTheIcon();
@@ -186,6 +197,70 @@ void TestUpdateDialog::takesHtmlOfTheDocument()
     release.description = u"<ul><li>one</li><li>two</li></ul>"_s;
     const UpdateDialog dialog(release);
     QCOMPARE(dialog.findChild<QTextBrowser *>()->toPlainText(), u"大版本\none\ntwo"_s);
+}
+
+void TestUpdateDialog::showsNoFileOfThisMachine_data()
+{
+    const QString path = savedPicture(redPicture(), u"red.png"_s);
+    const QString address = QUrl::fromLocalFile(path).toString();
+    QTest::addColumn<QString>("version");
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<QString>("description");
+    const auto imageOf = [](const QString &source) { return u"<img src=\"%1\">"_s.arg(source); };
+    QTest::newRow("path in the notes") << u"3.0"_s << QString() << imageOf(path);
+    QTest::newRow("address in the notes") << u"3.0"_s << QString() << imageOf(address);
+    QTest::newRow("relative path in the notes") << u"3.0"_s << QString() << imageOf(u"red.png"_s);
+    QTest::newRow("background of the notes")
+        << u"3.0"_s << QString()
+        << u"<table style=\"background-image:url(%1)\"><tr><td>wide</td></tr></table>"_s.arg(path);
+    QTest::newRow("title") << u"3.0"_s << imageOf(path) << QString();
+    QTest::newRow("version") << u"3.0"_s + imageOf(path) << QString() << QString();
+}
+
+void TestUpdateDialog::showsNoFileOfThisMachine()
+{
+    QFETCH(QString, version);
+    QFETCH(QString, title);
+    QFETCH(QString, description);
+    ReleaseInfo release = someRelease();
+    release.version = version;
+    release.title = title;
+    release.description = description;
+    UpdateDialog dialog(release);
+    QVERIFY(!showsRed(dialog));
+}
+
+void TestUpdateDialog::showsPicturesThatTheDocumentBrings()
+{
+    QByteArray png;
+    QBuffer buffer(&png);
+    QVERIFY(redPicture().save(&buffer, "PNG"));
+    ReleaseInfo release = someRelease();
+    release.description = u"<img src=\"data:image/png;base64,%1\">"_s.arg(QString::fromLatin1(png.toBase64()));
+    UpdateDialog dialog(release);
+    QVERIFY(showsRed(dialog));
+}
+
+void TestUpdateDialog::comesToAnEndWithNestedTables_data()
+{
+    QTest::addColumn<int>("depth");
+    QTest::addColumn<bool>("isTable");
+    QTest::newRow("8 tables") << 8 << true;
+    QTest::newRow("9 tables") << 9 << false;
+    QTest::newRow("40 tables") << 40 << false;
+}
+
+void TestUpdateDialog::comesToAnEndWithNestedTables()
+{
+    QFETCH(int, depth);
+    QFETCH(bool, isTable);
+    ReleaseInfo release = someRelease();
+    release.description = u"<table><tr><td>"_s.repeated(depth) + u"in all of them"_s;
+    UpdateDialog dialog(release);
+    QVERIFY(!dialog.grab().isNull());
+    const auto *notes = dialog.findChild<QTextBrowser *>();
+    QVERIFY(notes->toPlainText().contains(u"in all of them"_s));
+    QCOMPARE(!notes->document()->rootFrame()->childFrames().isEmpty(), isTable);
 }
 
 void TestUpdateDialog::opensWithoutTitleAndDescription()

@@ -1,0 +1,218 @@
+#include "app/mainwindow.h"
+#include "fuzzing.h"
+#include "page/pageitem.h"
+#include "support/documents.h"
+#include "ui/leftview.h"
+#include "ui/mainview.h"
+#include "usedwindow.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <QSplitter>
+#include <QStandardPaths>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int mostCommands = 40;
+
+/// Reads the bytes of an input one by one; 0 behind the last one.
+class Script
+{
+public:
+    Script(const uint8_t *data, size_t size)
+        : next(data)
+        , end(data + size)
+    {
+    }
+
+    bool atEnd() const { return next == end; }
+    int byte() { return atEnd() ? 0 : *next++; }
+    double share() { return byte() / 255.0; }
+
+    QString text()
+    {
+        QByteArray bytes;
+        for (int left = byte() % 64; left > 0 && !atEnd(); --left) {
+            bytes += char(byte());
+        }
+        return QString::fromUtf8(bytes);
+    }
+
+private:
+    const uint8_t *next;
+    const uint8_t *end;
+};
+
+/// Pictures of several shapes and formats, and three files that are refused.
+const QStringList &files()
+{
+    static const QStringList paths = {
+        savedPicture(textPicture(300, 1600), u"text.png"_s),
+        savedPicture(blockPicture(200, 900).convertToFormat(QImage::Format_ARGB32), u"blocks.png"_s),
+        savedPicture(textPicture(150, 400).convertToFormat(QImage::Format_Mono), u"bits.png"_s),
+        savedPicture(textPicture(150, 700).convertToFormat(QImage::Format_Grayscale16), u"deep.png"_s),
+        savedPicture(blockPicture(600, 40), u"wide.png"_s),
+        savedPicture(blockPicture(11, 400), u"thin.png"_s),
+        savedPicture(blockPicture(10, 400), u"toothin.png"_s),
+        savedBytes("no image", u"broken.png"_s),
+        u"/there/is/no/such.png"_s,
+    };
+    return paths;
+}
+
+double heightOf(const MainWindow &window)
+{
+    double height = 0.0;
+    const QList<PageItem *> strips = stripsOf(window);
+    for (const PageItem *strip : strips) {
+        height += strip->bodyRect().height();
+    }
+    return height;
+}
+
+void sendMouse(QGraphicsView *view, QEvent::Type type, QPointF place, Qt::MouseButtons held)
+{
+    const bool isMove = type == QEvent::MouseMove;
+    const QPointF inWindow = view->viewport()->mapTo(view->window(), place);
+    QMouseEvent event(type, place, inWindow, view->viewport()->mapToGlobal(place),
+                      isMove ? Qt::NoButton : Qt::LeftButton, held, Qt::NoModifier);
+    QApplication::sendEvent(view->viewport(), &event);
+}
+
+void click(QGraphicsView *view, Script &script)
+{
+    const QPointF place(script.share() * view->viewport()->width(), script.share() * view->viewport()->height());
+    sendMouse(view, QEvent::MouseMove, place, Qt::NoButton);
+    sendMouse(view, script.byte() % 2 == 0 ? QEvent::MouseButtonPress : QEvent::MouseButtonDblClick, place,
+              Qt::LeftButton);
+    sendMouse(view, QEvent::MouseButtonRelease, place, Qt::NoButton);
+}
+
+/// Takes the handle of a strip and lets it go somewhere in the view.
+void dragCut(MainWindow &window, Script &script)
+{
+    MainView *view = mainViewOf(window);
+    const QList<PageItem *> strips = stripsOf(window);
+    if (strips.isEmpty()) {
+        return;
+    }
+    const PageItem *strip = strips.at(script.byte() % strips.size());
+    const double height = heightOf(window);
+    view->centerOn(strip->mapToScene(strip->handleRect().center()));
+    const QRectF handle = strip->mapRectToScene(strip->handleRect());
+    const QPointF start(handle.center().x(), handle.y() + script.share() * handle.height());
+    const QPointF from = view->mapFromScene(start);
+    const double reach = (script.share() - 0.5) * 2 * view->viewport()->height();
+    sendMouse(view, QEvent::MouseMove, from, Qt::NoButton);
+    sendMouse(view, QEvent::MouseButtonPress, from, Qt::LeftButton);
+    sendMouse(view, QEvent::MouseMove, from + QPointF(0, reach / 2), Qt::LeftButton);
+    draw(*view);
+    sendMouse(view, QEvent::MouseMove, from + QPointF(0, reach), Qt::LeftButton);
+    sendMouse(view, QEvent::MouseButtonRelease, from + QPointF(0, reach), Qt::NoButton);
+    require(std::abs(heightOf(window) - height) < 0.01, "a moved cut takes from one strip what it gives the other");
+}
+
+/// A package that needs no network; its name and content come from the input.
+void download(MainWindow &window, Script &script)
+{
+    const QString url = "data:application/zip,"_L1 + script.text();
+    window.onVersionInfoReceived(script.text(), true, url, script.text(), script.text(), script.text());
+    window.startDownload();
+    if (script.byte() % 2 == 0) {
+        window.startDownload(); // in place of the one that runs
+    }
+    settle();
+    settle();
+    const QDir folder(QStandardPaths::writableLocation(QStandardPaths::DownloadLocation));
+    const QStringList names = folder.entryList(QDir::Files | QDir::Hidden);
+    for (const QString &name : names) {
+        QFile::remove(folder.filePath(name));
+    }
+}
+
+void runCommand(MainWindow &window, Script &script)
+{
+    switch (script.byte() % 20) {
+    case 0:
+        window.loadImageFile(files().at(script.byte() % files().size()));
+        break;
+    case 1:
+        window.onAutoTrimClicked();
+        break;
+    case 2:
+        window.onTwoColsClicked();
+        break;
+    case 3:
+        window.onExtandClicked();
+        break;
+    case 4:
+        window.onShrinkClicked();
+        break;
+    case 5:
+        window.onPageNumClicked();
+        break;
+    case 6:
+        window.onZoominClicked();
+        break;
+    case 7:
+        window.onZoomoutClicked();
+        break;
+    case 8:
+        window.onAutoCutClicked();
+        break;
+    case 9:
+    case 10:
+        dragCut(window, script);
+        break;
+    case 11:
+        click(leftViewOf(window), script);
+        break;
+    case 12:
+        click(mainViewOf(window), script);
+        break;
+    case 13:
+        window.resize(script.byte() * 8, script.byte() * 8);
+        break;
+    case 14:
+        window.setAutoPage(script.byte() % 2 == 0);
+        break;
+    case 15:
+        window.onVersionInfoReceived(script.text(), script.byte() % 2 == 0, QString(), script.text());
+        break;
+    case 16:
+        download(window, script);
+        break;
+    case 17:
+        window.findChild<QSplitter *>()->setSizes({script.byte(), script.byte()});
+        break;
+    case 18:
+        mainViewOf(window)->verticalScrollBar()->setValue(script.byte() * 16);
+        break;
+    default:
+        drawAndExport(window);
+        break;
+    }
+}
+
+} // namespace
+
+/// What a user does, one command after the other.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    Script script(data, size);
+    MainWindow &window = usedWindow();
+    resetWindow(window);
+    for (int i = 0; i < mostCommands && !script.atEnd(); ++i) {
+        runCommand(window, script);
+        settle();
+        requireWholeDocument(window);
+    }
+    drawAndExport(window);
+    return 0;
+}

@@ -1,0 +1,26 @@
+#include "fuzzing.h"
+#include "update/simpleupdater.h"
+#include "update/updatedialog.h"
+
+using namespace Qt::StringLiterals;
+
+/// The reader of release documents, and the dialog that shows what it read.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const QByteArray body = bytesOf(data, size);
+    static SimpleUpdater *updater = new SimpleUpdater; // lives as long as the program
+    const QString before = updater->foundRelease().version;
+    for (const QString &platform : {u"macos"_s, u"linux"_s, QString()}) {
+        const std::optional<ReleaseInfo> release = readReleaseDocument(body, platform);
+        require(!release || release->platform == platform, "a release is one of the platform asked for");
+    }
+    if (!updater->parseReleaseDocument(body)) {
+        require(updater->foundRelease().version == before, "an unreadable document leaves the release alone");
+        return 0;
+    }
+    updater->isNewerVersion(updater->foundRelease().version, u"2.7.1"_s);
+    UpdateDialog dialog(updater->foundRelease());
+    draw(dialog);
+    settle();
+    return 0;
+}

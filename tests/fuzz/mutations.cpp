@@ -1,0 +1,62 @@
+#include "mutations.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr int mostChanges = 4;
+constexpr qsizetype longestRun = 64;
+
+/// 0 to \a end - 1; the standard distributions differ from library to library.
+qsizetype below(std::mt19937 &random, qsizetype end)
+{
+    return end > 0 ? qsizetype(random() % quint32(end)) : 0;
+}
+
+QByteArray run(const QByteArray &bytes, std::mt19937 &random)
+{
+    return bytes.mid(below(random, bytes.size()), below(random, longestRun) + 1);
+}
+
+void changeOnce(QByteArray &bytes, const QByteArray &other, std::mt19937 &random)
+{
+    constexpr std::array<char, 8> values = {'\x00', '\x01', '\x7f', '\x80', '\xff', '0', '-', '\n'};
+    const qsizetype at = below(random, bytes.size());
+    const qsizetype length = below(random, longestRun) + 1;
+    switch (below(random, 7)) {
+    case 0:
+        bytes[at] = char(bytes[at] ^ (1 << below(random, 8)));
+        break;
+    case 1:
+        bytes[at] = values.at(size_t(below(random, values.size())));
+        break;
+    case 2:
+        bytes.replace(at, std::min<qsizetype>(4, length), QByteArray(4, values.at(size_t(below(random, 5)))));
+        break;
+    case 3:
+        bytes.remove(at, length);
+        break;
+    case 4:
+        bytes.insert(at, run(bytes, random));
+        break;
+    case 5:
+        bytes.replace(at, length, run(other, random));
+        break;
+    default:
+        bytes.truncate(at);
+        break;
+    }
+}
+
+} // namespace
+
+QByteArray mutated(const QList<QByteArray> &corpus, qsizetype index, std::mt19937 &random)
+{
+    QByteArray bytes = corpus.at(index);
+    const qsizetype changes = below(random, mostChanges) + 1;
+    for (qsizetype i = 0; i < changes && !bytes.isEmpty(); ++i) {
+        changeOnce(bytes, corpus.at(below(random, corpus.size())), random);
+    }
+    return bytes;
+}
