@@ -1,0 +1,133 @@
+#include "randomuser.h"
+
+#include "support/privatehome.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QElapsedTimer>
+#include <QScopeGuard>
+#include <QTest>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Plan
+{
+    quint32 firstSeed = 1;
+    quint32 sequences = 300;
+    int steps = 50;
+    bool tells = false; // every step, before it is judged
+};
+
+/// Takes the options of this program out of \a arguments.
+Plan takePlan(QStringList &arguments)
+{
+    Plan plan;
+    const auto take = [&arguments](const QString &option, auto &value) {
+        const qsizetype place = arguments.indexOf(option);
+        if (place > 0 && place + 1 < arguments.size()) {
+            value = std::decay_t<decltype(value)>(arguments.at(place + 1).toUInt());
+            arguments.remove(place, 2);
+            return true;
+        }
+        return false;
+    };
+    if (take(u"--seed"_s, plan.firstSeed)) {
+        plan.sequences = 1;
+        plan.tells = true;
+    }
+    if (take(u"--sequences"_s, plan.sequences)) {
+        plan.tells = false;
+    }
+    take(u"--steps"_s, plan.steps);
+    return plan;
+}
+
+QStringList warnings; // since the last step, but for those of a screen that is none
+QtMessageHandler handleOthers = nullptr;
+
+void collectWarning(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type != QtWarningMsg && type != QtCriticalMsg) {
+        handleOthers(type, context, message);
+    } else if (!message.startsWith("This plugin does not support"_L1)) {
+        warnings.append(message);
+    }
+}
+
+/// The warnings of the last step, but for those of a painter that could not
+/// begin on an unwritable file.
+QStringList unexpectedWarnings(const RandomUser &user)
+{
+    QStringList lines = std::exchange(warnings, {});
+    if (user.wroteInVain()) {
+        lines.removeIf([](const QString &line) { return line.startsWith("QPainter::"_L1); });
+    }
+    return lines;
+}
+
+} // namespace
+
+class TestRandomUser : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TestRandomUser(const Plan &wanted)
+        : plan(wanted)
+    {
+    }
+
+private slots:
+    void initTestCase();
+    void keepsTheDocumentWhole();
+
+private:
+    Plan plan;
+};
+
+void TestRandomUser::initTestCase()
+{
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+}
+
+void TestRandomUser::keepsTheDocumentWhole()
+{
+    handleOthers = qInstallMessageHandler(collectWarning);
+    const auto restore = qScopeGuard([] { qInstallMessageHandler(handleOthers); });
+    UserWorld world;
+    for (quint32 seed = plan.firstSeed; seed - plan.firstSeed < plan.sequences; ++seed) {
+        qInfo("seed %u", seed); // the last line of a crash or a hang tells how to get there again
+        RandomUser user(world, seed);
+        for (int i = 1; i <= plan.steps; ++i) {
+            QElapsedTimer t; t.start();
+            QStringList broken = user.step();
+            broken += unexpectedWarnings(user);
+            if (t.elapsed() > 300) fprintf(stderr, "SLOW %lld seed %u step %d %s\n", t.elapsed(), seed, i, qPrintable(user.lastStep()));
+            static QHash<QString,QPair<int,double>> times; auto &e=times[user.lastStep().section(u':',0,0)]; e.first++; e.second+=double(t.nsecsElapsed())/1e6;
+            if (seed == plan.firstSeed+plan.sequences-1 && i==plan.steps) for (auto it=times.begin();it!=times.end();++it) fprintf(stderr,"%-22s %6d  %8.2f ms each %9.0f\n", qPrintable(it.key()), it->first, it->second/it->first, it->second);
+            if (plan.tells) {
+                qInfo("step %d: %s", i, qPrintable(user.lastStep()));
+            }
+            QVERIFY2(broken.isEmpty(),
+                     qPrintable(u"--seed %1, step %2, %3: broken: %4"_s.arg(seed).arg(i).arg(user.lastStep(),
+                                                                                              broken.join("; "_L1))));
+        }
+    }
+}
+
+int main(int argc, char *argv[])
+{
+    PrivateHome home;
+    const QApplication app(argc, argv);
+    PrivateHome::removeConfigFile();
+    QStringList arguments = QCoreApplication::arguments();
+    TestRandomUser test(takePlan(arguments));
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, arguments);
+}
+
+#include "tst_randomuser.moc"
