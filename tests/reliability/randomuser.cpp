@@ -1,6 +1,7 @@
 #include "randomuser.h"
 
 #include "app/mainwindow.h"
+#include "app/settings.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
 #include "support/documentinvariants.h"
@@ -141,6 +142,12 @@ void RandomUser::startOver()
 {
     QSettings(u"Quillmarch"_s, u"Settings"_s).clear();
     clearConfigValues();
+    if (oneIn(6)) { // a file that was edited by hand
+        const QString margin =
+            oneOf(QStringList{u"0"_s, u"3"_s, u"29"_s, u"30"_s, u"200"_s, u"-5"_s, u"4000000000"_s, u"a"_s});
+        writeConfigValue(configFilePath(), u"marginsc"_s, margin);
+        done = u"margin "_s + margin;
+    }
     QCursor::setPos(0, 0);
 }
 
@@ -226,8 +233,9 @@ QStringList RandomUser::unexpectedBands(const QList<QRectF> &before) const
 {
     const QList<QRectF> after = bands();
     if (change == Change::Rebuild) {
-        return after.isEmpty() ? QStringList(u"there is a document"_s)
-                               : (allStripsAreHigherThanZero(*window) ? QStringList() : QStringList(u"strips are high"_s));
+        return after.isEmpty()
+            ? QStringList(u"there is a document"_s)
+            : (allStripsAreHigherThanZero(*window) ? QStringList() : QStringList(u"strips are high"_s));
     }
     if (before.size() != after.size()) {
         return {u"the number of strips stays"_s};

@@ -153,9 +153,8 @@ void RandomUser::dragCut()
     change = strip->isDragging() && !last ? Change::OneCut : Change::None;
     for (quint32 moves = below(4); moves > 0; --moves) {
         const int near = viewport->height() / 3 + 1;
-        QTest::mouseMove(viewport,
-                         oneIn(3) ? somePointAround(viewport)
-                                  : start + QPoint(0, int(below(quint32(near) * 2)) - near));
+        QTest::mouseMove(
+            viewport, oneIn(3) ? somePointAround(viewport) : start + QPoint(0, int(below(quint32(near) * 2)) - near));
     }
     if (oneIn(8)) { // a second button in between
         QTest::mousePress(viewport, Qt::RightButton, {}, start);
@@ -164,7 +163,11 @@ void RandomUser::dragCut()
     const QPoint end = oneIn(3) ? somePointAround(viewport)
                                 : start + QPoint(0, int(below(quint32(viewport->height()))) - viewport->height() / 2);
     QTest::mouseRelease(viewport, button, {}, end);
-    done += u": strip %1, from %2, %3 to %4, %5"_s.arg(draggedStrip).arg(start.x()).arg(start.y()).arg(end.x()).arg(end.y());
+    done += u": strip %1, from %2, %3 to %4, %5"_s.arg(draggedStrip)
+                .arg(start.x())
+                .arg(start.y())
+                .arg(end.x())
+                .arg(end.y());
 }
 
 void RandomUser::pressOffTheHandle()

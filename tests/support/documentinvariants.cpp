@@ -32,9 +32,9 @@ bool isNear(double a, double b, double size = 1.0)
     return std::abs(a - b) <= 1e-6 + 1e-9 * std::abs(size);
 }
 
-bool isNear(const QRectF &a, const QRectF &b)
+bool isNear(const QRectF &a, const QRectF &b, double summands = 0.0)
 {
-    const double size = a.width() + a.height();
+    const double size = a.width() + a.height() + summands;
     return isNear(a.x(), b.x()) && isNear(a.y(), b.y()) && isNear(a.width(), b.width(), size)
         && isNear(a.height(), b.height(), size);
 }
@@ -239,7 +239,9 @@ void DocumentCheck::checkLayout(qsizetype layout)
                "all pages of a layout have one margin", page->pageNumber());
     }
     expect(shown == strips.size(), "each strip is on one page of a layout", layout);
-    expect(isNear(scene->sceneRect(), QRectF(0, 0, outer.width(), double(count) * (outer.height() + pageGap))),
+    const QRectF margins = strips.first()->outputPages().value(layout)->margins();
+    expect(isNear(scene->sceneRect(), QRectF(0, 0, outer.width(), double(count) * (outer.height() + pageGap)),
+                  double(count) * (margins.x() + margins.y())),
            "an output scene has the size of all pages", layout);
 }
 
