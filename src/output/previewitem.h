@@ -72,6 +72,9 @@ public:
     /// Adds a strip to a two-column page.
     void addStrip(PageItem *strip);
 
+    /// The strips on this page, top of the left column first.
+    const QList<PageItem *> &shownStrips() const { return strips; }
+
     /// Switches page numbers on or off for all pages; repaints this page and
     /// the next one.
     void togglePageNumbers();

@@ -93,6 +93,9 @@ public:
     /// The first output page that was added. There must be one.
     PreviewItem *firstPreview() const { return previews.at(0); }
 
+    /// The output pages that show this strip: its one-column page first.
+    const QList<PreviewItem *> &outputPages() const { return previews; }
+
 protected:
     void hoverMoveEvent(QGraphicsSceneHoverEvent *event) override;
     void mousePressEvent(QGraphicsSceneMouseEvent *event) override;

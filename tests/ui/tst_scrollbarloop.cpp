@@ -4,6 +4,7 @@
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 
+#include <QGraphicsScene>
 #include <QResizeEvent>
 #include <QScrollBar>
 
@@ -16,10 +17,16 @@ public:
     explicit ResizeCounter(QWidget *widget) { widget->installEventFilter(this); }
 
     int count = 0;
+    QSize least{10000, 10000}; // of either side
 
-    bool eventFilter(QObject *, QEvent *event) override
+    bool eventFilter(QObject *object, QEvent *event) override
     {
-        count += event->type() == QEvent::Resize ? 1 : 0;
+        if (event->type() == QEvent::Resize) {
+            if (++count > 200) {
+                static_cast<QWidget *>(object)->window()->hide(); // ends a loop that would not come back
+            }
+            least = least.boundedTo(static_cast<QResizeEvent *>(event)->size());
+        }
         return false;
     }
 };
@@ -33,6 +40,7 @@ class TestScrollBarLoop : public QObject
 private slots:
     void comesToRestAtEverySize_data();
     void comesToRestAtEverySize();
+    void comesToRestInANarrowView();
 };
 
 void TestScrollBarLoop::comesToRestAtEverySize_data()
@@ -76,6 +84,28 @@ void TestScrollBarLoop::comesToRestAtEverySize()
         QVERIFY(scene <= share + 0.01 && scene > share - 0.75 * 20);
     }
     QVERIFY(wasHidden || picture.height() > 1000);
+}
+
+void TestScrollBarLoop::comesToRestInANarrowView()
+{
+    QGraphicsScene scene(0, 0, 13.2, 54); // one page of an image of 11 x 11
+    LeftView view(nullptr);
+    view.setScene(&scene);
+    view.showScrollBars();
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    bool hadBothBars = false;
+    for (int width = 40; width <= 120; ++width) {
+        ResizeCounter resizes(view.viewport());
+        view.resize(width, int(54 * 0.8 * width / 13.2) - 2);
+        for (int i = 0; i < 60; ++i) {
+            QCoreApplication::processEvents();
+        }
+        hadBothBars = hadBothBars || resizes.least.boundedTo(view.size() - QSize(1, 1)) == resizes.least;
+        QVERIFY2(resizes.count < 20,
+                 qPrintable(QStringLiteral("%1 resizes at width %2").arg(resizes.count).arg(width)));
+    }
+    QVERIFY(hadBothBars);
 }
 
 QUILLMARCH_TEST_MAIN(TestScrollBarLoop)

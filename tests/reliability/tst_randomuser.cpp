@@ -1,0 +1,127 @@
+#include "randomuser.h"
+#include "support/privatehome.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QScopeGuard>
+#include <QTest>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Plan
+{
+    quint32 firstSeed = 1;
+    quint32 sequences = 200;
+    int steps = 50;
+    bool tells = false; // every step, before it is judged
+};
+
+/// Takes the options of this program out of \a arguments.
+Plan takePlan(QStringList &arguments)
+{
+    Plan plan;
+    const auto take = [&arguments](const QString &option, auto &value) {
+        const qsizetype place = arguments.indexOf(option);
+        if (place > 0 && place + 1 < arguments.size()) {
+            value = std::decay_t<decltype(value)>(arguments.at(place + 1).toUInt());
+            arguments.remove(place, 2);
+            return true;
+        }
+        return false;
+    };
+    if (take(u"--seed"_s, plan.firstSeed)) {
+        plan.sequences = 1;
+        plan.tells = true;
+    }
+    if (take(u"--sequences"_s, plan.sequences)) {
+        plan.tells = false;
+    }
+    take(u"--steps"_s, plan.steps);
+    return plan;
+}
+
+QStringList warnings; // since the last step, but for those of a screen that is none
+QtMessageHandler handleOthers = nullptr;
+
+void collectWarning(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type != QtWarningMsg && type != QtCriticalMsg) {
+        handleOthers(type, context, message);
+    } else if (!message.startsWith("This plugin does not support"_L1)) {
+        warnings.append(message);
+    }
+}
+
+/// The warnings of the last step, but for those of a painter that could not
+/// begin on an unwritable file.
+QStringList unexpectedWarnings(const RandomUser &user)
+{
+    QStringList lines = std::exchange(warnings, {});
+    if (user.wroteInVain()) {
+        lines.removeIf([](const QString &line) { return line.startsWith("QPainter::"_L1); });
+    }
+    return lines;
+}
+
+} // namespace
+
+class TestRandomUser : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TestRandomUser(const Plan &wanted)
+        : plan(wanted)
+    {
+    }
+
+private slots:
+    void initTestCase();
+    void keepsTheDocumentWhole();
+
+private:
+    Plan plan;
+};
+
+void TestRandomUser::initTestCase()
+{
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+}
+
+void TestRandomUser::keepsTheDocumentWhole()
+{
+    handleOthers = qInstallMessageHandler(collectWarning);
+    const auto restore = qScopeGuard([] { qInstallMessageHandler(handleOthers); });
+    UserWorld world;
+    for (quint32 seed = plan.firstSeed; seed - plan.firstSeed < plan.sequences; ++seed) {
+        qInfo("seed %u", seed); // the last line of a crash or a hang tells how to get there again
+        RandomUser user(world, seed);
+        for (int i = 1; i <= plan.steps; ++i) {
+            QStringList broken = user.step();
+            broken += unexpectedWarnings(user);
+            if (plan.tells) {
+                qInfo("step %d: %s", i, qPrintable(user.lastStep()));
+            }
+            QVERIFY2(broken.isEmpty(),
+                     qPrintable(u"--seed %1, step %2, %3: broken: %4"_s.arg(seed).arg(i).arg(user.lastStep(),
+                                                                                             broken.join("; "_L1))));
+        }
+    }
+}
+
+int main(int argc, char *argv[])
+{
+    PrivateHome home;
+    const QApplication app(argc, argv);
+    PrivateHome::removeConfigFile();
+    QStringList arguments = QCoreApplication::arguments();
+    TestRandomUser test(takePlan(arguments));
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, arguments);
+}
+
+#include "tst_randomuser.moc"
