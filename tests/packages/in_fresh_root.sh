@@ -34,8 +34,10 @@ inside() {
 
 mount_system() {
     mount -t proc proc "$1/proc"
-    mount -t tmpfs tmpfs "$1/dev/shm" 2>/dev/null || { mkdir -p "$1/dev/shm" && mount -t tmpfs tmpfs "$1/dev/shm"; }
-    mounted+=("$1/proc" "$1/dev/shm")
+    mounted+=("$1/proc")
+    mkdir -p "$1/dev/shm"
+    mount -t tmpfs tmpfs "$1/dev/shm"
+    mounted+=("$1/dev/shm")
 }
 
 unmount_all() {
