@@ -20,6 +20,12 @@ constexpr auto geometryKey = "windowGeometry"_L1;
 constexpr auto stateKey = "windowState"_L1;
 constexpr auto splitterKey = "splitterState"_L1;
 
+/// In 64 bits: the sum of stored coordinates can pass 32.
+int middle(int from, int to)
+{
+    return int((qint64(from) + to) / 2);
+}
+
 } // namespace
 
 void MainWindow::moveEvent(QMoveEvent *event)
@@ -87,7 +93,7 @@ bool MainWindow::isGeometryUsable(const QRect &rect) const
     if (rect.width() < smallestWidth || rect.height() < smallestHeight) {
         return false;
     }
-    const QPoint centre((rect.left() + rect.right()) / 2, (rect.top() + rect.bottom()) / 2);
+    const QPoint centre(middle(rect.left(), rect.right()), middle(rect.top(), rect.bottom()));
     const QScreen *screen = QGuiApplication::screenAt(centre);
     if (screen == nullptr) {
         screen = QGuiApplication::primaryScreen();
