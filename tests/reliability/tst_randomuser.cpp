@@ -6,6 +6,7 @@
 #include <QScopeGuard>
 #include <QTest>
 
+#include <memory>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -81,35 +82,48 @@ public:
 
 private slots:
     void initTestCase();
+    void cleanupTestCase();
+    void keepsTheDocumentWhole_data();
     void keepsTheDocumentWhole();
 
 private:
     Plan plan;
+    std::unique_ptr<UserWorld> world;
 };
 
 void TestRandomUser::initTestCase()
 {
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    world = std::make_unique<UserWorld>();
+}
+
+void TestRandomUser::cleanupTestCase()
+{
+    world.reset();
+}
+
+void TestRandomUser::keepsTheDocumentWhole_data()
+{
+    QTest::addColumn<quint32>("seed");
+    for (quint32 i = 0; i < plan.sequences; ++i) {
+        QTest::addRow("--seed %u", plan.firstSeed + i) << plan.firstSeed + i;
+    }
 }
 
 void TestRandomUser::keepsTheDocumentWhole()
 {
+    QFETCH(quint32, seed);
     handleOthers = qInstallMessageHandler(collectWarning);
     const auto restore = qScopeGuard([] { qInstallMessageHandler(handleOthers); });
-    UserWorld world;
-    for (quint32 seed = plan.firstSeed; seed - plan.firstSeed < plan.sequences; ++seed) {
-        qInfo("seed %u", seed); // the last line of a crash or a hang tells how to get there again
-        RandomUser user(world, seed);
-        for (int i = 1; i <= plan.steps; ++i) {
-            QStringList broken = user.step();
-            broken += unexpectedWarnings(user);
-            if (plan.tells) {
-                qInfo("step %d: %s", i, qPrintable(user.lastStep()));
-            }
-            QVERIFY2(broken.isEmpty(),
-                     qPrintable(u"--seed %1, step %2, %3: broken: %4"_s.arg(seed).arg(i).arg(user.lastStep(),
-                                                                                             broken.join("; "_L1))));
+    RandomUser user(*world, seed);
+    for (int i = 1; i <= plan.steps; ++i) {
+        QStringList broken = user.step();
+        broken += unexpectedWarnings(user);
+        if (plan.tells) {
+            qInfo("step %d: %s", i, qPrintable(user.lastStep()));
         }
+        QVERIFY2(broken.isEmpty(),
+                 qPrintable(u"step %1, %2: broken: %3"_s.arg(i).arg(user.lastStep(), broken.join("; "_L1))));
     }
 }
 
