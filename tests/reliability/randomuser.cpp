@@ -130,6 +130,14 @@ Qt::MouseButton RandomUser::someButton()
     return oneIn(6) ? oneOf(QList{Qt::RightButton, Qt::MiddleButton}) : Qt::LeftButton;
 }
 
+/// A point on \a widget, but for its corner: QTest takes the null point as the
+/// middle of the widget.
+QPoint RandomUser::somePointIn(const QWidget *widget)
+{
+    const QPoint point(int(below(quint32(widget->width()))), int(below(quint32(widget->height()))));
+    return point.isNull() ? QPoint(1, 0) : point;
+}
+
 /// A point on \a widget or up to its size beside it.
 QPoint RandomUser::somePointAround(const QWidget *widget)
 {

@@ -98,6 +98,7 @@ private:
         return values.at(below(quint32(values.size())));
     }
     Qt::MouseButton someButton();
+    QPoint somePointIn(const QWidget *widget);
     QPoint somePointAround(const QWidget *widget);
 
     void createWindow();

@@ -173,7 +173,7 @@ void RandomUser::dragCut()
 void RandomUser::pressOffTheHandle()
 {
     QGraphicsView *view = mainViewOf(*window);
-    const QPoint point(int(below(quint32(view->viewport()->width()))), int(below(quint32(view->viewport()->height()))));
+    const QPoint point = somePointIn(view->viewport());
     const auto *strip = dynamic_cast<PageItem *>(view->itemAt(point));
     if (strip != nullptr && strip->handleRect().contains(strip->mapFromScene(view->mapToScene(point)))) {
         return; // that is a drag
@@ -194,7 +194,7 @@ void RandomUser::pressOffTheHandle()
 void RandomUser::clickPage()
 {
     QWidget *viewport = leftViewOf(*window)->viewport();
-    const QPoint point(int(below(quint32(viewport->width()))), int(below(quint32(viewport->height()))));
+    const QPoint point = somePointIn(viewport);
     const Qt::KeyboardModifiers keys = oneIn(4) ? Qt::ControlModifier : Qt::NoModifier;
     QTest::mouseClick(viewport, someButton(), keys, point);
 }
@@ -203,7 +203,7 @@ void RandomUser::clickPage()
 void RandomUser::doubleClickPage()
 {
     LeftView *view = leftViewOf(*window);
-    const QPoint point(int(below(quint32(view->viewport()->width()))), int(below(quint32(view->viewport()->height()))));
+    const QPoint point = somePointIn(view->viewport());
     const bool onPage = view->itemAt(point) != nullptr;
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, point);
     QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, point); // the press alone

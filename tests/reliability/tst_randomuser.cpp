@@ -45,14 +45,23 @@ Plan takePlan(QStringList &arguments)
     return plan;
 }
 
-QStringList warnings; // since the last step, but for those of a screen that is none
+QStringList warnings; // since the last step
 QtMessageHandler handleOthers = nullptr;
+
+/// Whether the toolkit says \a message of itself: of a screen that is none, or
+/// of a reply that is aborted before an address it cannot use was looked at.
+bool isOfTheToolkit(const QString &message)
+{
+    return message.startsWith("This plugin does not support"_L1)
+        || message.startsWith("QNetworkReplyImplPrivate::error: Internal problem"_L1)
+        || message.contains("could not de-queue request"_L1);
+}
 
 void collectWarning(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     if (type != QtWarningMsg && type != QtCriticalMsg) {
         handleOthers(type, context, message);
-    } else if (!message.startsWith("This plugin does not support"_L1)) {
+    } else if (!isOfTheToolkit(message)) {
         warnings.append(message);
     }
 }
