@@ -1,10 +1,13 @@
 #include "page/bandview.h"
 
+#include "page/multiversion.h"
+
 #include <QColorSpace>
 #include <QPaintEngine>
 #include <QPainter>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -60,6 +63,75 @@ QImage::Format bandFormat(const QPixmap &pixmap, const QImage &view)
         return view.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
     }
     return copyFormat(pixmap);
+}
+
+template <typename Pixel>
+const Pixel *pixelRow(const QImage &image, int y)
+{
+    return reinterpret_cast<const Pixel *>(image.constScanLine(y));
+}
+
+QUILLMARCH_MULTIVERSION
+QRgb commonBits(const QRgb *pixels, int length)
+{
+    QRgb common = ~QRgb(0);
+    for (int x = 0; x < length; ++x) {
+        common &= pixels[x];
+    }
+    return common;
+}
+
+/// Whether \a colors, the table of \a image, lets nothing through where the
+/// image uses it.
+bool usesOpaqueColors(const QImage &image, const QList<QRgb> &colors)
+{
+    std::array<bool, 256> isUsed{};
+    for (int y = 0; y < image.height(); ++y) {
+        const auto *row = pixelRow<uchar>(image, y);
+        for (int x = 0; x < image.width(); ++x) {
+            isUsed[row[x]] = true;
+        }
+    }
+    for (int i = 0; i < colors.size(); ++i) {
+        if (isUsed[size_t(i)] && qAlpha(colors.at(i)) != 255) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Whether no pixel of \a view lets anything through, as far as that is cheap
+/// to tell.
+bool isOpaque(const QImage &view)
+{
+    switch (view.format()) {
+    case QImage::Format_ARGB32:
+    case QImage::Format_ARGB32_Premultiplied:
+        for (int y = 0; y < view.height(); ++y) {
+            if (qAlpha(commonBits(pixelRow<QRgb>(view, y), view.width())) != 255) {
+                return false;
+            }
+        }
+        return true;
+    case QImage::Format_Indexed8:
+        return usesOpaqueColors(view, view.colorTable());
+    default:
+        return !view.hasAlphaChannel();
+    }
+}
+
+/// \a view in \a format, or without alpha if it has no use for it: screenshots
+/// often have one, and a document writer spends more time on it than on the rest.
+QImage converted(const QImage &view, QImage::Format format)
+{
+    const bool dropsAlpha = view.hasAlphaChannel() && isOpaque(view);
+    if (dropsAlpha && view.depth() == 32) {
+        QImage opaque(view.constBits(), view.width(), view.height(), view.bytesPerLine(), QImage::Format_RGB32,
+                      dropImage, new QImage(view)); // as in rowsView()
+        opaque.setColorSpace(view.colorSpace());
+        return opaque;
+    }
+    return view.convertToFormat(dropsAlpha ? QImage::Format_RGB32 : format, Qt::NoOpaqueDetection);
 }
 
 /// As bandView(), for drawing at once: only \a rows of the result are right,
@@ -130,11 +202,11 @@ void drawBand(QPainter *painter, const QRectF &target, const QPixmap &pixmap, co
         return;
     }
     const QImage::Format format = bandFormat(pixmap, view);
-    if (view.format() != format) {
-        const QPaintEngine *engine = painter->paintEngine();
-        const bool isRaster = engine != nullptr && engine->type() == QPaintEngine::Raster;
-        view = isRaster ? partlyConverted(view, format, neededRows(painter, target, size.height()))
-                        : view.convertToFormat(format, Qt::NoOpaqueDetection);
+    const QPaintEngine *engine = painter->paintEngine();
+    if (engine == nullptr || engine->type() != QPaintEngine::Raster) {
+        view = converted(view, format);
+    } else if (view.format() != format) {
+        view = partlyConverted(view, format, neededRows(painter, target, size.height()));
     }
     painter->drawImage(target, view, QRectF(QPointF(), size));
 }

@@ -1,7 +1,9 @@
 #include "page/bandview.h"
 #include "support/testmain.h"
 
+#include <QBuffer>
 #include <QPainter>
+#include <QPdfWriter>
 #include <QWidget>
 
 #include <random>
@@ -96,6 +98,17 @@ QString firstDifference(const QImage &actual, const QImage &expected)
     return {};
 }
 
+/// The pictures and masks of the PDF file \a pdf as they are stored.
+QList<QByteArray> imageStreams(const QByteArray &pdf)
+{
+    QList<QByteArray> streams;
+    for (qsizetype at = pdf.indexOf("/Subtype /Image"); at >= 0; at = pdf.indexOf("/Subtype /Image", at + 1)) {
+        const qsizetype begin = pdf.indexOf("stream\n", at);
+        streams.append(pdf.mid(begin, pdf.indexOf("endstream", begin) - begin));
+    }
+    return streams;
+}
+
 } // namespace
 
 class TestDrawBand : public QObject
@@ -105,6 +118,8 @@ class TestDrawBand : public QObject
 private slots:
     void equalsThePlainRule_data();
     void equalsThePlainRule();
+    void writesTheStreamsOfThePlainRule_data();
+    void writesTheStreamsOfThePlainRule();
     void drawsNothingOutsideThePixmap_data();
     void drawsNothingOutsideThePixmap();
     void survivesDegenerateTransforms_data();
@@ -161,6 +176,68 @@ void TestDrawBand::equalsThePlainRule()
             }
         }
     }
+}
+
+void TestDrawBand::writesTheStreamsOfThePlainRule_data()
+{
+    QTest::addColumn<QImage>("image");
+    QTest::addColumn<bool>("lossless");
+    QImage opaque = noise(QImage::Format_RGB32).convertToFormat(QImage::Format_ARGB32);
+    QImage palette = noise(QImage::Format_RGB32).convertToFormat(QImage::Format_Indexed8);
+    QImage unusedAlpha = palette; // whose translucent colour no pixel has
+    QList<QRgb> colors = palette.colorTable();
+    while (colors.size() < 256) {
+        colors.append(qRgb(1, 2, 3));
+    }
+    colors[255] = qRgba(9, 9, 9, 0);
+    for (int y = 0; y < palette.height(); ++y) {
+        for (int x = 0; x < palette.width(); ++x) {
+            unusedAlpha.setPixel(x, y, uint(std::min(254, palette.pixelIndex(x, y))));
+        }
+    }
+    unusedAlpha.setColorTable(colors);
+    QImage oneHole = opaque;
+    oneHole.setPixelColor(40, 130, QColor(10, 20, 30, 254));
+    for (const bool lossless : {false, true}) {
+        const char *suffix = lossless ? ", lossless" : "";
+        QTest::addRow("RGB32%s", suffix) << noise(QImage::Format_RGB32) << lossless;
+        QTest::addRow("ARGB32%s", suffix) << noise(QImage::Format_ARGB32) << lossless;
+        QTest::addRow("opaque ARGB32%s", suffix) << opaque << lossless;
+        QTest::addRow("ARGB32 with one hole%s", suffix) << oneHole << lossless;
+        QTest::addRow("opaque ARGB32_PM%s", suffix)
+            << opaque.convertToFormat(QImage::Format_ARGB32_Premultiplied) << lossless;
+        QTest::addRow("Grayscale8%s", suffix) << noise(QImage::Format_Grayscale8) << lossless;
+        QTest::addRow("Indexed8%s", suffix) << palette << lossless;
+        QTest::addRow("Indexed8 with unused alpha%s", suffix) << unusedAlpha << lossless;
+        QTest::addRow("Indexed8 with alpha%s", suffix) << noise(QImage::Format_Indexed8) << lossless;
+    }
+}
+
+void TestDrawBand::writesTheStreamsOfThePlainRule()
+{
+    QFETCH(QImage, image);
+    QFETCH(bool, lossless);
+    const QPixmap pixmap = QPixmap::fromImage(image, Qt::NoFormatConversion);
+    const QRect band(0, bandTop, sourceSize.width(), 500);
+    QList<QByteArray> streams[2];
+    for (const bool plain : {false, true}) {
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        QPdfWriter writer(&buffer);
+        QPainter painter(&writer);
+        painter.setRenderHint(QPainter::LosslessImageRendering, lossless);
+        const QRectF target(100, 100, 900, 5000);
+        if (plain) {
+            drawPlainly(&painter, target, pixmap, band, band.size());
+        } else {
+            drawBand(&painter, target, pixmap, band, band.size());
+        }
+        painter.end();
+        streams[plain ? 1 : 0] = imageStreams(buffer.data());
+    }
+    QVERIFY(!streams[1].isEmpty());
+    QCOMPARE(streams[0].size(), streams[1].size());
+    QVERIFY(streams[0] == streams[1]);
 }
 
 void TestDrawBand::drawsNothingOutsideThePixmap_data()
