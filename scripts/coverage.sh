@@ -18,7 +18,7 @@ say "Testing"
     || die "not all tests passed"
 mkdir -p "$build_folder/report"
 say "Counting"
-(cd "$root" && gcovr --root . --filter src/ --object-directory "$build_folder/src" \
+(cd "$root" && gcovr --root . --filter src/ --object-directory "$build_folder" \
     --exclude-throw-branches --exclude-unreachable-branches \
     --html-details "$build_folder/report/index.html" --txt "$build_folder/report/lines.txt" \
     --txt-metric line --print-summary \
