@@ -39,7 +39,8 @@ void prepareEnvironment()
     qputenv("LC_ALL", "C.UTF-8"); // file names are UTF-8 in cron, too
 }
 
-/// Keeps remarks of the toolkit and of image decoders from the error stream.
+/// Keeps remarks of the toolkit from the error stream; some decoders write
+/// theirs there themselves.
 void onMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
     if (type == QtCriticalMsg || type == QtFatalMsg) {

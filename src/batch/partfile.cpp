@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QRandomGenerator>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -41,6 +42,7 @@ void setDoomedPath(const QString &path)
     const QByteArray name = QFile::encodeName(QFileInfo(path).absoluteFilePath());
     if (!path.isEmpty() && size_t(name.size()) < sizeof doomedPath) {
         std::memcpy(doomedPath + 1, name.constData() + 1, size_t(name.size())); // with the final zero
+        std::atomic_signal_fence(std::memory_order_release);
         doomedPath[0] = name.at(0); // last, or a signal could find half a name
     }
 }
@@ -64,11 +66,14 @@ bool syncToDisk(const QString &)
 
 #endif
 
-/// \a path, or what it leads to if it is a symbolic link.
+/// \a path, or what it leads to if it is a symbolic link, be that there or not.
 QString withoutLinks(const QString &path)
 {
     const QFileInfo file(path);
-    return file.isSymLink() && file.exists() ? file.canonicalFilePath() : path;
+    if (!file.isSymLink()) {
+        return path;
+    }
+    return file.exists() ? file.canonicalFilePath() : file.symLinkTarget();
 }
 
 } // namespace

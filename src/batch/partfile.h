@@ -38,5 +38,6 @@ private:
 
 /// Makes SIGHUP, SIGINT, SIGPIPE and SIGTERM remove the file of this process
 /// before they end it, and a file size limit a failed write. Does nothing where
-/// there are no such signals.
+/// there are no such signals. Once this process has started another, the toolkit
+/// makes of SIGPIPE a failed write, too.
 void removePartFileOnSignals();

@@ -4,8 +4,8 @@
 #include <QSize>
 #include <QString>
 
-/// The image in the file \a path, upright, in the pixel format of the file; a
-/// palette becomes direct colours. Null for a file that cannot be read, and for
+/// The image in the file \a path, upright, in the pixel format of the file.
+/// Null for a file that cannot be read, and for
 /// every file whose name ends in ".pdf".
 ///
 /// Sets the allocation limit of the image reader, which is one for the whole

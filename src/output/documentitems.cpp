@@ -61,11 +61,3 @@ DocumentItems makeDocumentItems(const QPixmap &source, unsigned int marginPercen
     }
     return items;
 }
-
-void placeCuts(PageItem *strip)
-{
-    // Top to bottom: a placement changes the band of the next strip.
-    for (; strip != nullptr; strip = strip->nextItem()) {
-        strip->autoPlaceCut();
-    }
-}

@@ -19,6 +19,3 @@ struct DocumentItems
 /// both layouts with margins of \a marginPercent percent. There is at least one
 /// of each. \a source must be wider than 10 pixels.
 DocumentItems makeDocumentItems(const QPixmap &source, unsigned int marginPercent);
-
-/// Moves each cut below \a strip, and below those that follow, to a blank row.
-void placeCuts(PageItem *strip);

@@ -55,9 +55,6 @@ RowRange neededRows(const QPainter *painter, const QRectF &target, double height
 /// The format in which \a view, a part of \a pixmap, is drawn.
 QImage::Format bandFormat(const QPixmap &pixmap, const QImage &view)
 {
-    if (view.format() == QImage::Format_RGB32) {
-        return QImage::Format_RGB32; // as copies have it on every screen
-    }
     if (!view.colorTable().isEmpty()) {
         // A copy of a part of such a pixmap would lose the colour table.
         return view.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
@@ -92,9 +89,9 @@ bool usesOpaqueColors(const QImage &image, const QList<QRgb> &colors)
             isUsed[row[x]] = true;
         }
     }
-    for (int i = 0; i < colors.size(); ++i) {
-        if (isUsed[size_t(i)] && qAlpha(colors.at(i)) != 255) {
-            return false;
+    for (int i = 0; i < int(isUsed.size()); ++i) {
+        if (isUsed[size_t(i)] && (i >= colors.size() || qAlpha(colors.at(i)) != 255)) {
+            return false; // an index beyond the table stands for nothing
         }
     }
     return true;

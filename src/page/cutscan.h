@@ -17,6 +17,7 @@ int brightestRow(const QImage &image);
 
 /// The same for the part \a window of \a source: exactly the row that
 /// `brightestRow(source.copy(window).toImage())` finds, counted from the top
-/// of the window as it is cut off at the edges of the source. 0 if the window
-/// lies wholly outside the source.
+/// of the window as it is cut off at the edges of the source, with the colours
+/// of a palette, which such a copy would lose. 0 if the window lies wholly
+/// outside the source.
 int brightestRow(const QPixmap &source, const QRect &window);

@@ -1,6 +1,5 @@
 #include "app/mainwindow.h"
 
-#include "output/documentitems.h"
 #include "page/pageitem.h"
 
 #include <QGraphicsScene>

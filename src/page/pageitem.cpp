@@ -147,6 +147,14 @@ void PageItem::autoPlaceCut()
     update();
 }
 
+void placeCuts(PageItem *strip)
+{
+    // Top to bottom: a placement changes the band of the next strip.
+    for (; strip != nullptr; strip = strip->nextItem()) {
+        strip->autoPlaceCut();
+    }
+}
+
 int PageItem::findBrightestRow(const QImage &window) const
 {
     return brightestRow(window);

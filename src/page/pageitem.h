@@ -128,3 +128,7 @@ private:
     QList<PreviewItem *> previews;
     double lastMinAspect = 0.0; // `minAspect` at the last fresh automatic placement
 };
+
+/// Moves each cut below \a strip, and below those that follow, to a blank row.
+/// Does nothing for a null pointer.
+void placeCuts(PageItem *strip);

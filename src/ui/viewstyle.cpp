@@ -25,8 +25,11 @@ QString viewStyleSheet()
 
 void fillBackground(const QGraphicsView *view, QPainter *painter, const QRectF &exposed)
 {
-    const QTransform toView = painter->worldTransform();
+    const QRect area = painter->worldTransform().mapRect(exposed).toAlignedRect();
+    painter->save();
     painter->resetTransform();
-    painter->fillRect(toView.mapRect(exposed).toAlignedRect(), view->scene()->backgroundBrush().color());
-    painter->setWorldTransform(toView);
+    // A pixel more on each side, so that no edge is smoothed into what was there
+    // before where a pixel of the window is a fraction of the screen's.
+    painter->fillRect(area.adjusted(-1, -1, 1, 1), view->scene()->backgroundBrush().color());
+    painter->restore();
 }

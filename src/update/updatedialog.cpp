@@ -1,15 +1,17 @@
 #include "update/updatedialog.h"
 
+#include <QBuffer>
 #include <QDesktopServices>
 #include <QHBoxLayout>
 #include <QImage>
+#include <QImageReader>
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QTextBrowser>
 #include <QTextDocument>
-#include <QTextFrame>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -22,6 +24,7 @@ namespace {
 constexpr int iconSize = 64;
 constexpr int buttonHeight = 32;
 constexpr int deepestTables = 8;
+constexpr int mostTags = 2000;
 
 /// A white arrow that points up, on a blue disc.
 QPixmap drawIcon()
@@ -40,15 +43,35 @@ QPixmap drawIcon()
     return icon;
 }
 
-/// How many frames, such as tables, lie in each other below \a frame at most.
-int depthOf(const QTextFrame *frame)
+/// How many tables lie in each other in \a html at most.
+int tableDepth(const QString &html)
 {
+    static const QRegularExpression tags(u"<(/?)table\\b"_s, QRegularExpression::CaseInsensitiveOption);
+    int depth = 0;
     int deepest = 0;
-    const QList<QTextFrame *> inner = frame->childFrames();
-    for (const QTextFrame *child : inner) {
-        deepest = std::max(deepest, 1 + depthOf(child));
+    for (auto match = tags.globalMatch(html); match.hasNext();) {
+        depth += match.next().capturedLength(1) == 0 ? 1 : -1;
+        deepest = std::max(deepest, depth);
     }
     return deepest;
+}
+
+/// Whether the toolkit lays \a html out in bearable time: each table inside
+/// another doubles it, and it grows with the square of the number of tags.
+bool isSimple(const QString &html)
+{
+    return html.count(u'<') <= mostTags && tableDepth(html) <= deepestTables;
+}
+
+/// The picture that is stored in \a bytes, if it is of a kind that cannot name
+/// a file itself, as SVG can.
+QImage decodePixels(const QByteArray &bytes)
+{
+    static const QByteArrayList kinds{"bmp", "gif", "jpeg", "png", "webp"};
+    QBuffer buffer;
+    buffer.setData(bytes);
+    QImageReader reader(&buffer);
+    return kinds.contains(reader.format()) ? reader.read() : QImage();
 }
 
 /// Shows notes that came over the network. HTML in them may bring a picture
@@ -59,31 +82,32 @@ class NotesBrowser : public QTextBrowser
 public:
     using QTextBrowser::QTextBrowser;
 
-    /// Shows \a html, or only the text of it if its tables lie in each other so
-    /// deep that their layout, twice as long for each, would not come to an end.
+    /// Shows \a html, or only the text of it if it is not simple.
     void showNotes(const QString &html)
     {
-        QTextDocument parsed(this); // loads by this browser, and has no layout
-        parsed.setHtml(html);
-        if (depthOf(parsed.rootFrame()) > deepestTables) {
-            setPlainText(parsed.toPlainText());
-        } else {
+        if (isSimple(html)) {
             setHtml(html);
+        } else {
+            static const QRegularExpression tag(u"<[^>]*>"_s);
+            setPlainText(QString(html).remove(tag));
         }
     }
 
 protected:
     QVariant loadResource(int type, const QUrl &name) override
     {
-        if (name.scheme() == "data"_L1) {
-            return QTextBrowser::loadResource(type, name);
-        }
         if (type != QTextDocument::ImageResource) {
             return QByteArray("");
         }
-        QImage nothing(1, 1, QImage::Format_ARGB32); // for no image at all the toolkit would read the file itself
-        nothing.fill(Qt::transparent);
-        return nothing;
+        QImage image;
+        if (name.scheme() == "data"_L1) {
+            image = decodePixels(QTextBrowser::loadResource(type, name).toByteArray());
+        }
+        if (image.isNull()) {
+            image = QImage(1, 1, QImage::Format_ARGB32); // for none at all the toolkit would read the file itself
+            image.fill(Qt::transparent);
+        }
+        return image;
     }
 };
 

@@ -612,6 +612,12 @@ void TestBatchParts::partFileFollowsLinks()
     QVERIFY(part.commit());
     QVERIFY(QFileInfo(u"link.pdf"_s).isSymLink());
     QCOMPARE(contentOf(u"elsewhere/real.pdf"_s), QByteArray());
+
+    QVERIFY(QFile::remove(u"elsewhere/real.pdf"_s)); // the link leads nowhere now
+    PartFile missing(u"link.pdf"_s);
+    QVERIFY(missing.commit());
+    QVERIFY(QFileInfo(u"link.pdf"_s).isSymLink());
+    QVERIFY(QFile::exists(u"elsewhere/real.pdf"_s));
 }
 
 void TestBatchParts::partFileRefuses_data()

@@ -12,8 +12,8 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QSignalSpy>
+#include <QTextBlock>
 #include <QTextBrowser>
-#include <QTextFrame>
 #include <QUrl>
 
 #include <array>
@@ -125,8 +125,8 @@ private slots:
     void showsNoFileOfThisMachine_data();
     void showsNoFileOfThisMachine();
     void showsPicturesThatTheDocumentBrings();
-    void comesToAnEndWithNestedTables_data();
-    void comesToAnEndWithNestedTables();
+    void comesToAnEndWithNestedTags_data();
+    void comesToAnEndWithNestedTags();
     void opensWithoutTitleAndDescription();
     void laysOutItsWidgets();
     void drawsTheIcon();
@@ -213,6 +213,13 @@ void TestUpdateDialog::showsNoFileOfThisMachine_data()
     QTest::newRow("background of the notes")
         << u"3.0"_s << QString()
         << u"<table style=\"background-image:url(%1)\"><tr><td>wide</td></tr></table>"_s.arg(path);
+    const QString svg = u"<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' "
+                        "width='80' height='50'><image width='80' height='50' xlink:href='%1'/></svg>"_s.arg(path);
+    for (const QString &kind : {u"svg+xml"_s, u"png"_s}) {
+        QTest::addRow("SVG in the notes as %s", qPrintable(kind))
+            << u"3.0"_s << QString()
+            << imageOf(u"data:image/%1;base64,%2"_s.arg(kind, QString::fromLatin1(svg.toUtf8().toBase64())));
+    }
     QTest::newRow("title") << u"3.0"_s << imageOf(path) << QString();
     QTest::newRow("version") << u"3.0"_s + imageOf(path) << QString() << QString();
 }
@@ -241,26 +248,36 @@ void TestUpdateDialog::showsPicturesThatTheDocumentBrings()
     QVERIFY(showsRed(dialog));
 }
 
-void TestUpdateDialog::comesToAnEndWithNestedTables_data()
+void TestUpdateDialog::comesToAnEndWithNestedTags_data()
 {
+    QTest::addColumn<QString>("tags");
     QTest::addColumn<int>("depth");
-    QTest::addColumn<bool>("isTable");
-    QTest::newRow("8 tables") << 8 << true;
-    QTest::newRow("9 tables") << 9 << false;
-    QTest::newRow("40 tables") << 40 << false;
+    QTest::addColumn<bool>("isHtml");
+    const QString table = u"<table><tr><td>"_s;
+    QTest::newRow("8 tables") << table << 8 << true;
+    QTest::newRow("9 tables") << table << 9 << false;
+    QTest::newRow("40 tables") << table << 40 << false;
+    QTest::newRow("40 tables in capitals") << table.toUpper() << 40 << false;
+    QTest::newRow("100000 tables") << table << 100000 << false;
+    QTest::newRow("40 tables, one after the other") << table + u"x</td></tr></table>"_s << 40 << true;
+    QTest::newRow("300 lists") << u"<ul><li>"_s << 300 << true;
+    QTest::newRow("100000 lists") << u"<ul><li>"_s << 100000 << false;
 }
 
-void TestUpdateDialog::comesToAnEndWithNestedTables()
+void TestUpdateDialog::comesToAnEndWithNestedTags()
 {
+    QFETCH(QString, tags);
     QFETCH(int, depth);
-    QFETCH(bool, isTable);
+    QFETCH(bool, isHtml);
     ReleaseInfo release = someRelease();
-    release.description = u"<table><tr><td>"_s.repeated(depth) + u"in all of them"_s;
+    release.title = u"大版本"_s;
+    release.description = tags.repeated(depth) + u"in all of them"_s;
     UpdateDialog dialog(release);
     QVERIFY(!dialog.grab().isNull());
     const auto *notes = dialog.findChild<QTextBrowser *>();
     QVERIFY(notes->toPlainText().contains(u"in all of them"_s));
-    QCOMPARE(!notes->document()->rootFrame()->childFrames().isEmpty(), isTable);
+    QVERIFY(!notes->toPlainText().contains(u'<'));
+    QCOMPARE(notes->document()->firstBlock().blockFormat().headingLevel() == 3, isHtml); // the title
 }
 
 void TestUpdateDialog::opensWithoutTitleAndDescription()
