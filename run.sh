@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the program and starts it. Without a display
+# Installs what is missing, builds the programs and starts the one with the window. Without a display
 # it makes a PDF file of the sample image instead.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
@@ -28,6 +28,6 @@ if ! has_display; then
     convert_sample
     exit
 fi
-build quillmarch
+build quillmarch quillmarch-batch
 say "Starting Quillmarch"
 exec "$build_folder/src/app/quillmarch"

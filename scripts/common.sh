@@ -67,7 +67,7 @@ install_packages() {
     apt install -q -y --no-install-recommends "${missing[@]}"
 }
 
-# Builds the target $1; "all" is everything.
+# Builds the given targets; "all" is everything.
 build() {
     local cache=$build_folder/CMakeCache.txt
     local -a configure=(cmake --preset "$preset")
@@ -82,5 +82,5 @@ build() {
     if [[ ! -e $build_folder/build.ninja || ${#configure[@]} -gt 3 ]]; then
         (cd "$root" && "${configure[@]}")
     fi
-    cmake --build "$build_folder" --parallel "$(nproc)" --target "$1"
+    cmake --build "$build_folder" --parallel "$(nproc)" --target "$@"
 }

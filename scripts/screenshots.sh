@@ -4,7 +4,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-install_packages build run test
+install_packages build run test pictures
 build quillmarch
 QUILLMARCH_PROGRAM=$build_folder/src/app/quillmarch QUILLMARCH_SAMPLES=$root/samples \
     python3 -B "$root/tests/e2e/guide_pictures.py" "$root/docs/images"

@@ -48,6 +48,9 @@ BatchEvent whyUndecoded(const QString &path)
     if (!file.isReadable()) {
         return failed(BatchFailure::Unreadable, u"reading it is not permitted"_s);
     }
+    if (path.endsWith(".pdf"_L1, Qt::CaseInsensitive)) {
+        return failed(BatchFailure::Unreadable, u"PDF files are not read"_s);
+    }
     const QSize size = QImageReader(path).size();
     // Takes room for an image of that size, but no memory: nothing is written into it.
     if (size.isValid() && !size.isEmpty() && QImage(size, QImage::Format_RGB32).isNull()) {

@@ -63,6 +63,16 @@ bool isSimple(const QString &html)
     return html.count(u'<') <= mostTags && tableDepth(html) <= deepestTables;
 }
 
+/// What a data address (RFC 2397) holds.
+QByteArray dataOf(const QUrl &address)
+{
+    const QByteArray text =
+        QByteArray::fromPercentEncoding(address.url(QUrl::FullyEncoded | QUrl::RemoveScheme).toLatin1());
+    const qsizetype comma = text.indexOf(',');
+    const QByteArray data = text.mid(comma + 1);
+    return text.left(comma).endsWith(";base64") ? QByteArray::fromBase64(data) : data;
+}
+
 /// The picture that is stored in \a bytes, if it is of a kind that cannot name
 /// a file itself, as SVG can.
 QImage decodePixels(const QByteArray &bytes)
@@ -101,7 +111,7 @@ protected:
         }
         QImage image;
         if (name.scheme() == "data"_L1) {
-            image = decodePixels(QTextBrowser::loadResource(type, name).toByteArray());
+            image = decodePixels(dataOf(name));
         }
         if (image.isNull()) {
             image = QImage(1, 1, QImage::Format_ARGB32); // for none at all the toolkit would read the file itself

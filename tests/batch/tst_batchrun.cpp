@@ -136,7 +136,7 @@ void TestBatchRun::endsWith_data()
     row("empty", u"empty.png -o a.pdf"_s, 3, u"unsupported image format"_s);
     row("folder", u"folder -o a.pdf"_s, 3, u"that is no file"_s);
     row("device", u"/dev/zero -o a.pdf"_s, 3, u"that is no file"_s);
-    row("PDF", u"named.PDF -o a.pdf"_s, 3, u"unsupported image format"_s);
+    row("PDF", u"named.PDF -o a.pdf"_s, 3, u"named.PDF: PDF files are not read"_s);
     row("10 pixels wide", u"narrow.png -o a.pdf"_s, 3, u"too small: 10 x 500 pixels"_s);
     row("no folder", u"a.png -o none/a.pdf"_s, 4, u"cannot write \"none/a.pdf\""_s);
     row("output is a device", u"a.png -o /dev/full"_s, 4, u"no regular file"_s);

@@ -262,7 +262,12 @@ void TestGuides::listsEveryCommandWithItsKeys()
     QFETCH(QString, name);
     QFETCH(QString, heading);
     QFETCH(bool, english);
-    QCOMPARE(tableBelow(textOf(projectFile(name)), heading), menuRows(english));
+    static const QRegularExpression gloss(u" \\([A-Za-z ]+\\)$"_s); // of a command that stays Chinese
+    QList<QStringList> rows = tableBelow(textOf(projectFile(name)), heading);
+    for (QStringList &row : rows) {
+        row.first().remove(gloss);
+    }
+    QCOMPARE(rows, menuRows(english));
 }
 
 void TestGuides::listsEverySetting_data()

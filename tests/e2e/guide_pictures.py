@@ -45,6 +45,7 @@ class Session:
         self.texts = LANGUAGES[language]
         self.desktop = Desktop()
         try:
+            self.desktop.start(["xcompmgr"])  # else what is transparent is black
             self.program = Program(self.desktop, self.texts["config"])
             self.program.start()
             self.desktop.xdotool("windowsize", "--sync", self.program.main, *SIZE)

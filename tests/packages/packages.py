@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import re
 import subprocess
 import tarfile
 
@@ -45,6 +46,18 @@ def files_below(folder):
     """The content of every file below a folder, by its path in it."""
     folder = pathlib.Path(folder)
     return {str(file.relative_to(folder)): file.read_bytes() for file in folder.rglob("*") if file.is_file()}
+
+
+def broken_links(folder):
+    """The links in the documents below a folder that lead to no file in it."""
+    folder = pathlib.Path(folder).resolve()
+    broken = []
+    for document in folder.rglob("*.md"):
+        for target in re.findall(r"\]\(([^)\s#]+)", document.read_text(encoding="utf-8")):
+            file = (document.parent / target).resolve()
+            if "://" not in target and not (file.is_file() and file.is_relative_to(folder)):
+                broken.append(f"{document.name}: {target}")
+    return broken
 
 
 def output_of(*command, **options):

@@ -9,6 +9,8 @@ import unittest
 import packages
 from packages import output_of
 
+GUIDES = {"guide.md", "guide.zh.md", "batch.md", "user.ini.sample", "images/window-en.png"}
+
 
 class PackageTest(unittest.TestCase):
     def setUp(self):
@@ -47,6 +49,12 @@ class DebianPackage(PackageTest):
         icons = {str(file.relative_to(share / "icons/hicolor")) for file in share.glob("icons/hicolor/*/*/*")}
         sizes = {f"{size}x{size}/apps/quillmarch.png" for size in (16, 24, 32, 48, 64, 128, 256)}
         self.assertEqual(icons, sizes | {"scalable/apps/quillmarch.svg"})
+
+    def test_bringsTheGuides(self):
+        packages.unpack_debian_package(self.folder)
+        docs = self.folder / "usr/share/doc/quillmarch"
+        self.assertLessEqual(GUIDES, set(packages.files_below(docs)))
+        self.assertEqual(packages.broken_links(docs), [])
 
     def test_searchesNoFolderOfItsOwnForLibraries(self):
         packages.unpack_debian_package(self.folder)
@@ -96,6 +104,12 @@ class PortableArchive(unittest.TestCase):
         licences = {file.name for file in (self.program.parent / "licenses").iterdir()}
         self.assertLessEqual({"libqt6core6.txt", "libicu72.txt", "qt6-image-formats-plugins.txt"}, licences)
         self.assertIn("LGPL", (self.program.parent / "licenses/libqt6core6.txt").read_text(encoding="utf-8"))
+
+    def test_bringsTheGuidesAndTheSamples(self):
+        folder = self.program.parent
+        self.assertLessEqual(GUIDES, set(packages.files_below(folder / "docs")))
+        self.assertIn("long-chat.png", packages.files_below(folder / "samples"))
+        self.assertEqual(packages.broken_links(folder), [])
 
     def test_bringsNothingThatBelongsToTheSystem(self):
         names = {file.name.split(".so")[0] for file in (self.program.parent / "lib").iterdir()}
