@@ -18,7 +18,8 @@ protected:
         if (event->type() == QEvent::Paint && !painted) {
             painted = true;
             // What is painted goes to the screen before the next event.
-            QMetaObject::invokeMethod(this, [] { std::_Exit(EXIT_SUCCESS); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [] { std::_Exit(EXIT_SUCCESS); }, Qt::QueuedConnection);
         }
         return QObject::eventFilter(watched, event);
     }

@@ -143,7 +143,8 @@ __attribute__((target("avx2"))) quint32 countBrightIndexes(const uchar *pixels, 
 
 __attribute__((target("default")))
 #endif
-quint32 countBrightIndexes(const uchar *pixels, int length, const BrightIndexes &bright, const BrightBits &)
+quint32
+countBrightIndexes(const uchar *pixels, int length, const BrightIndexes &bright, const BrightBits &)
 {
     std::array<quint32, 4> counts{}; // additions that do not wait for each other
     for (int x = 0; x < length; x += 4) {
@@ -314,8 +315,7 @@ int brightestRow(const QImage &image)
 int brightestRow(const QPixmap &source, const QRect &window)
 {
     const QImage view = rowsView(source.toImage(), window);
-    const QImage::Format copied =
-        view.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
+    const QImage::Format copied = view.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
     switch (view.format()) {
     case QImage::Format_Invalid:
         return 0;

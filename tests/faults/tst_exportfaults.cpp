@@ -1,5 +1,6 @@
 #include "app/mainwindow.h"
 #include "fulldisk.h"
+#include "opendocument.h"
 #include "page/pageitem.h"
 #include "support/documents.h"
 #include "support/testmain.h"
@@ -21,7 +22,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString told = u"处理结果已输出至文件"_s;
-constexpr QSize pictureSize(140, 900);
 
 /// Answers yes to every question, for as long as this object lives.
 class Consent
@@ -66,32 +66,6 @@ QByteArray bytesOf(const QString &path)
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
-
-/// A window with a document of five strips, and what it shows.
-struct OpenDocument
-{
-    OpenDocument()
-    {
-        window.setAutoPage(false);
-        path = savedPicture(picture, u"open.png"_s);
-        window.loadImageFile(path);
-        strips = stripsOf(window);
-    }
-
-    /// Empty if the strips are the same and show what they showed.
-    QString change() const
-    {
-        if (stripsOf(window) != strips) {
-            return u"other strips"_s;
-        }
-        return firstDifference(shownPicture(window, pictureSize), picture);
-    }
-
-    const QImage picture = blockPicture(pictureSize.width(), pictureSize.height());
-    QString path;
-    MainWindow window;
-    QList<PageItem *> strips;
-};
 
 /// A number of /proc/self/status in kibibytes, or -1.
 qint64 memoryStatus(const QByteArray &name)

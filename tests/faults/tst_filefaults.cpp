@@ -1,5 +1,6 @@
 #include "app/imagebytes.h"
 #include "app/mainwindow.h"
+#include "opendocument.h"
 #include "page/pageitem.h"
 #include "support/documents.h"
 #include "support/testmain.h"
@@ -27,7 +28,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString failure = u"不支持的图片格式或文件已损坏"_s;
-constexpr QSize pictureSize(140, 900);
 
 QByteArray written(const QImage &image, const char *format, bool progressive = false)
 {
@@ -64,30 +64,6 @@ QByteArray blackPng(int width, int height, int depth, qsizetype bytes)
     return QByteArray("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", header) + pngChunk("IDAT", pixels)
         + pngChunk("IEND", {});
 }
-
-/// A window with a document of five strips, and what it shows.
-struct OpenDocument
-{
-    OpenDocument()
-    {
-        window.setAutoPage(false);
-        window.loadImageFile(savedPicture(picture, u"open.png"_s));
-        strips = stripsOf(window);
-    }
-
-    /// Empty if the strips are the same and show what they showed.
-    QString change() const
-    {
-        if (stripsOf(window) != strips) {
-            return u"other strips"_s;
-        }
-        return firstDifference(shownPicture(window, pictureSize), picture);
-    }
-
-    const QImage picture = blockPicture(pictureSize.width(), pictureSize.height());
-    MainWindow window;
-    QList<PageItem *> strips;
-};
 
 void writeInPlace(const QString &path, const QByteArray &bytes)
 {

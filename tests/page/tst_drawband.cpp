@@ -40,8 +40,8 @@ void drawPlainly(QPainter *painter, const QRectF &target, const QPixmap &pixmap,
     if (image.colorTable().isEmpty()) {
         painter->drawPixmap(target, pixmap.copy(band), QRectF(QPointF(), size));
     } else {
-        const QImage direct = image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
-                                                                            : QImage::Format_RGB32);
+        const QImage direct =
+            image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
         painter->drawImage(target, direct.copy(band & direct.rect()), QRectF(QPointF(), size));
     }
 }
