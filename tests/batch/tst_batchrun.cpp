@@ -365,6 +365,7 @@ void TestBatchRun::needsNothingOfItsSurroundings()
         QProcess process;
         setUpBatch(process, {u"名.png"_s, u"-o"_s, u"名.pdf"_s});
         QProcessEnvironment environment; // as in cron, or on a desktop that cannot be reached
+        environment.insert(u"HOME"_s, QDir::homePath()); // where the fonts are remembered
         if (!isBare) {
             environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
             environment.insert(u"QT_QPA_PLATFORMTHEME"_s, u"gtk3"_s);

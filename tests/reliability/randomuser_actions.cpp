@@ -25,6 +25,9 @@
 #include <QToolBar>
 #include <QWheelEvent>
 
+#include <algorithm>
+#include <functional>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -145,10 +148,13 @@ void RandomUser::dragCut()
     const QPointF grasp(handle.width() * 0.5, handle.y() + handle.height() * (0.1 + 0.2 * below(5)));
     view->centerOn(strip->mapToScene(grasp));
     const QPoint start = view->mapFromScene(strip->mapToScene(grasp));
-    const bool last = strip->nextItem() == nullptr;
     QTest::mouseMove(viewport, start);
     const Qt::MouseButton button = someButton();
     QTest::mousePress(viewport, button, {}, start);
+    // The handle of a strip without height can lie over the one that was aimed at.
+    const auto grasped = std::find_if(chain.cbegin(), chain.cend(), std::mem_fn(&PageItem::isDragging));
+    strip = grasped != chain.cend() ? *grasped : strip;
+    const bool last = strip->nextItem() == nullptr;
     draggedStrip = strip->pageIndex();
     change = strip->isDragging() && !last ? Change::OneCut : Change::None;
     for (quint32 moves = below(4); moves > 0; --moves) {
