@@ -6,6 +6,7 @@ for byte. JPEG, WebP, TIFF and animated GIF come from ImageMagick's convert.
 Files that this script does not name, such as findings, stay as they are.
 """
 
+import base64
 import gzip
 import json
 import pathlib
@@ -273,6 +274,11 @@ def release_seeds():
     document("entities.json", release_document(title="&#0;&#x110000;&amp;&nosuch;", description="\u202e\ud800\uffff"))
     document("link.json", release_document(description='<a href="https://host.example/">x</a><a name=y>'))
     document("picture-from-a-file.json", release_document(description='<img src="/dev/zero">'))
+    vector = ("<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' width='80' height='50'>"
+              "<image width='80' height='50' xlink:href='/dev/zero'/></svg>")
+    address = "data:image/svg+xml;base64," + base64.b64encode(vector.encode()).decode()
+    document("picture-in-a-picture.json", release_document(description=f'<img src="{address}">'))
+    document("nested-lists.json", release_document(description="<ul><li>" * 20000 + "x"))
     document("picture-in-the-version.json", release_document(version='9<img src="/dev/zero">'))
     document("sheet-from-a-file.json", release_document(description='<link rel="stylesheet" href="/dev/zero">'))
     document("style.json", release_document(description='<p style="font-size:99999pt; margin:-9999px">big</p>'))
