@@ -69,7 +69,7 @@ bool paintsPairAlone(ShownWindow &shown)
 {
     constexpr int margin = 3; // of the toolkit around what an item asks for
     const QRect usual = shown.window.geometry();
-    shown.window.setGeometry(0, 0, usual.width() / 3, usual.height());
+    shown.window.setGeometry(0, 0, usual.width() / 2, usual.height());
     QCoreApplication::processEvents();
 
     const PageItem *strip = shown.showMiddleCut();

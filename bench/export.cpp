@@ -58,8 +58,8 @@ std::vector<StoredBand> storedBands(const OpenImage &image)
         if (!rect.isEmpty()) {
             const QImage band = image.pixels.copy(rect);
             const bool alpha = band.hasAlphaChannel();
-            bands.push_back({band.convertToFormat(alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32),
-                             alpha ? maskOf(band) : QByteArray()});
+            const QImage colors = band.convertToFormat(alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+            bands.push_back({colors, alpha ? maskOf(colors) : QByteArray()});
         }
     }
     return bands;
