@@ -12,6 +12,7 @@
 #include <QSettings>
 #include <QTextBrowser>
 #include <QTextDocument>
+#include <QTextFrame>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -25,6 +26,7 @@ constexpr int iconSize = 64;
 constexpr int buttonHeight = 32;
 constexpr int deepestTables = 8;
 constexpr int mostTags = 2000;
+constexpr qint64 mostPixels = 4096 * 4096; // of a picture in the notes
 
 /// A white arrow that points up, on a blue disc.
 QPixmap drawIcon()
@@ -43,24 +45,15 @@ QPixmap drawIcon()
     return icon;
 }
 
-/// How many tables lie in each other in \a html at most.
-int tableDepth(const QString &html)
+/// How many frames, such as tables, lie in each other below \a frame at most.
+int depthOf(const QTextFrame *frame)
 {
-    static const QRegularExpression tags(u"<(/?)table\\b"_s, QRegularExpression::CaseInsensitiveOption);
-    int depth = 0;
     int deepest = 0;
-    for (auto match = tags.globalMatch(html); match.hasNext();) {
-        depth += match.next().capturedLength(1) == 0 ? 1 : -1;
-        deepest = std::max(deepest, depth);
+    const QList<QTextFrame *> inner = frame->childFrames();
+    for (const QTextFrame *child : inner) {
+        deepest = std::max(deepest, 1 + depthOf(child));
     }
     return deepest;
-}
-
-/// Whether the toolkit lays \a html out in bearable time: each table inside
-/// another doubles it, and it grows with the square of the number of tags.
-bool isSimple(const QString &html)
-{
-    return html.count(u'<') <= mostTags && tableDepth(html) <= deepestTables;
 }
 
 /// What a data address (RFC 2397) holds.
@@ -74,14 +67,16 @@ QByteArray dataOf(const QUrl &address)
 }
 
 /// The picture that is stored in \a bytes, if it is of a kind that cannot name
-/// a file itself, as SVG can.
+/// a file itself, as SVG can, and not so large that it would fill the memory.
 QImage decodePixels(const QByteArray &bytes)
 {
     static const QByteArrayList kinds{"bmp", "gif", "jpeg", "png", "webp"};
     QBuffer buffer;
     buffer.setData(bytes);
     QImageReader reader(&buffer);
-    return kinds.contains(reader.format()) ? reader.read() : QImage();
+    const QSize size = reader.size();
+    const bool isBearable = size.isValid() && qint64(size.width()) * size.height() <= mostPixels;
+    return isBearable && kinds.contains(reader.format()) ? reader.read() : QImage();
 }
 
 /// Shows notes that came over the network. HTML in them may bring a picture
@@ -92,14 +87,22 @@ class NotesBrowser : public QTextBrowser
 public:
     using QTextBrowser::QTextBrowser;
 
-    /// Shows \a html, or only the text of it if it is not simple.
+    /// Shows \a html, or only the text of it if that would take too long: each
+    /// table inside another doubles the time of the layout, and that of reading
+    /// grows with the square of the number of tags.
     void showNotes(const QString &html)
     {
-        if (isSimple(html)) {
-            setHtml(html);
-        } else {
+        if (html.count(u'<') > mostTags) {
             static const QRegularExpression tag(u"<[^>]*>"_s);
             setPlainText(QString(html).remove(tag));
+            return;
+        }
+        QTextDocument parsed(this); // loads by this browser, and has no layout
+        parsed.setHtml(html);
+        if (depthOf(parsed.rootFrame()) > deepestTables) {
+            setPlainText(parsed.toPlainText());
+        } else {
+            setHtml(html);
         }
     }
 

@@ -124,6 +124,7 @@ private slots:
     void takesHtmlOfTheDocument();
     void showsNoFileOfThisMachine_data();
     void showsNoFileOfThisMachine();
+    void showsPicturesThatTheDocumentBrings_data();
     void showsPicturesThatTheDocumentBrings();
     void comesToAnEndWithNestedTags_data();
     void comesToAnEndWithNestedTags();
@@ -237,15 +238,26 @@ void TestUpdateDialog::showsNoFileOfThisMachine()
     QVERIFY(!showsRed(dialog));
 }
 
+void TestUpdateDialog::showsPicturesThatTheDocumentBrings_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<bool>("isShown");
+    QTest::newRow("small") << QSize(40, 20) << true;
+    QTest::newRow("largest") << QSize(4096, 4096) << true;
+    QTest::newRow("too large for the memory of many") << QSize(4096, 4097) << false;
+}
+
 void TestUpdateDialog::showsPicturesThatTheDocumentBrings()
 {
+    QFETCH(QSize, size);
+    QFETCH(bool, isShown);
     QByteArray png;
     QBuffer buffer(&png);
-    QVERIFY(redPicture().save(&buffer, "PNG"));
+    QVERIFY(redPicture().scaled(size).save(&buffer, "PNG"));
     ReleaseInfo release = someRelease();
     release.description = u"<img src=\"data:image/png;base64,%1\">"_s.arg(QString::fromLatin1(png.toBase64()));
     UpdateDialog dialog(release);
-    QVERIFY(showsRed(dialog));
+    QCOMPARE(showsRed(dialog), isShown);
 }
 
 void TestUpdateDialog::comesToAnEndWithNestedTags_data()
@@ -259,6 +271,7 @@ void TestUpdateDialog::comesToAnEndWithNestedTags_data()
     QTest::newRow("40 tables") << table << 40 << false;
     QTest::newRow("40 tables in capitals") << table.toUpper() << 40 << false;
     QTest::newRow("100000 tables") << table << 100000 << false;
+    QTest::newRow("40 tables, closed in comments") << table + u"<!-- </table> -->"_s << 40 << false;
     QTest::newRow("40 tables, one after the other") << table + u"x</td></tr></table>"_s << 40 << true;
     QTest::newRow("300 lists") << u"<ul><li>"_s << 300 << true;
     QTest::newRow("100000 lists") << u"<ul><li>"_s << 100000 << false;
@@ -271,7 +284,7 @@ void TestUpdateDialog::comesToAnEndWithNestedTags()
     QFETCH(bool, isHtml);
     ReleaseInfo release = someRelease();
     release.title = u"大版本"_s;
-    release.description = tags.repeated(depth) + u"in all of them"_s;
+    release.description = u"</table>"_s.repeated(100) + tags.repeated(depth) + u"in all of them"_s;
     UpdateDialog dialog(release);
     QVERIFY(!dialog.grab().isNull());
     const auto *notes = dialog.findChild<QTextBrowser *>();
