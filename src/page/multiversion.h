@@ -7,7 +7,6 @@
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__linux__)                              \
     && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define QUILLMARCH_MULTIVERSION __attribute__((target_clones("avx2", "default")))
-#define QUILLMARCH_HAS_MULTIVERSION // so that a function can be written for one of them, with target("avx2")
 #else
 #define QUILLMARCH_MULTIVERSION
 #endif

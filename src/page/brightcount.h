@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QList>
+#include <QRgb>
+
+#include <array>
+
+/// Which of the 256 indexes of a palette are bright.
+class BrightIndexes
+{
+public:
+    BrightIndexes() = default;
+    explicit BrightIndexes(const std::array<bool, 256> &bright);
+
+    bool contains(uchar index) const { return flags[index] != 0; }
+
+    std::array<quint8, 256> flags{}; ///< a byte an index, 1 or 0
+    /// Bit h % 8 of byte l of half h / 8 stands for the index of the high half h and the low half l.
+    std::array<std::array<quint8, 16>, 2> halves{};
+    /// Bit q of byte i stands for the index 64 q + i.
+    std::array<quint8, 64> quarters{};
+};
+
+/// Functions that count the bright pixels of a row of \a width pixels, or return
+/// some number not above \a best as soon as the row can no longer exceed it.
+/// They differ in the instructions that they use, not in what they find.
+struct BrightCounter
+{
+    const char *instructions;
+
+    /// Pixels with a red of 192 or more.
+    quint32 (*reds)(const QRgb *row, int width, quint32 best);
+    /// Pixels whose red is 192 or more after it was multiplied by their alpha.
+    quint32 (*products)(const QRgb *row, int width, quint32 best);
+    /// Gray levels of 192 or more.
+    quint32 (*grays)(const uchar *row, int width, quint32 best);
+    /// Indexes in \a bright.
+    quint32 (*indexes)(const uchar *row, int width, quint32 best, const BrightIndexes &bright);
+};
+
+/// The counters that this machine can run, from the plainest to the fastest.
+QList<BrightCounter> brightCounters();
+
+/// The last of them.
+const BrightCounter &fastestBrightCounter();
