@@ -3,6 +3,7 @@
 #include "page/multiversion.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -12,8 +13,8 @@ constexpr int thresholdForOneLevel = 200;
 // A line of this many pixels may hold one more speck before it is content.
 constexpr int speckShare = 1000;
 
-// So many rows are counted before the edges are looked for.
-constexpr int rowsAtOnce = 64;
+// So many rows are counted, in bytes, before the edges are looked for.
+constexpr int rowsAtOnce = 128;
 
 /// How many ink pixels make a line of \a length pixels content.
 quint32 contentCount(int length)
@@ -36,11 +37,10 @@ bool isContentRow(const uchar *row, int width, int threshold)
 
 /// Adds 1 to each of \a counts whose pixel of \a row is ink.
 QUILLMARCH_MULTIVERSION
-void countInk(const uchar *row, int length, int threshold, quint32 *counts)
+void countInk(const uchar *row, int length, uchar threshold, quint8 *counts)
 {
-    const auto limit = uchar(threshold);
     for (int x = 0; x < length; ++x) {
-        counts[x] += row[x] <= limit ? 1U : 0U;
+        counts[x] = quint8(counts[x] + (row[x] <= threshold ? 1 : 0));
     }
 }
 
@@ -57,16 +57,22 @@ Columns contentColumns(const QImage &gray, int threshold)
 {
     const int width = gray.width();
     const quint32 needed = contentCount(gray.height());
+    std::vector<quint8> added(size_t(width), 0); // by the last rows
     std::vector<quint32> ink(size_t(width), 0);
-    const auto isContent = [needed](quint32 count) { return count >= needed; };
     Columns found{width, -1};
-    for (int top = 0; top < gray.height(); top += rowsAtOnce) {
-        const int rightPart = found.left == width ? width : found.right + 1;
-        for (int y = top; y < std::min(top + rowsAtOnce, gray.height()); ++y) {
-            const uchar *row = gray.constScanLine(y);
-            countInk(row, found.left, threshold, ink.data());
-            countInk(row + rightPart, width - rightPart, threshold, ink.data() + rightPart);
+    const auto takeColumns = [&](int from, int to, int top, int bottom) {
+        for (int y = top; y < bottom; ++y) {
+            countInk(gray.constScanLine(y) + from, to - from, uchar(threshold), added.data() + from);
         }
+        for (int x = from; x < to; ++x) {
+            ink[size_t(x)] += std::exchange(added[size_t(x)], quint8(0));
+        }
+    };
+    const auto isContent = [needed](quint32 count) { return count >= needed; };
+    for (int top = 0; top < gray.height(); top += rowsAtOnce) {
+        const int bottom = std::min(top + rowsAtOnce, gray.height());
+        takeColumns(0, found.left, top, bottom);
+        takeColumns(found.left == width ? width : found.right + 1, width, top, bottom);
         const auto first = std::find_if(ink.cbegin(), ink.cbegin() + found.left, isContent);
         found.left = int(first - ink.cbegin());
         const auto last = std::find_if(ink.crbegin(), ink.crend() - (found.right + 1), isContent);

@@ -18,23 +18,19 @@ constexpr int colorfulRowsAtOnce = 256;
 
 /// The length of the run of equal pixels at the start of \a pixels, 1 to
 /// \a length.
-template <typename Pixel>
-qsizetype runLength(const Pixel *pixels, qsizetype length)
+qsizetype runLength(const QRgb *pixels, qsizetype length)
 {
-    constexpr qsizetype pixelsPerWord = sizeof(quint64) / sizeof(Pixel);
-    const Pixel first = pixels[0];
-    quint64 word = first;
-    for (size_t bits = 8 * sizeof(Pixel); bits < 64; bits *= 2) {
-        word |= word << bits;
-    }
+    constexpr qsizetype atOnce = 8;
+    const QRgb first = pixels[0];
+    const quint64 two = (quint64(first) << 32) | first;
     qsizetype run = 0;
-    while (run + 4 * pixelsPerWord <= length) {
+    while (run + atOnce <= length) {
         std::array<quint64, 4> words{};
         std::memcpy(words.data(), pixels + run, sizeof words);
-        if (((words[0] ^ word) | (words[1] ^ word) | (words[2] ^ word) | (words[3] ^ word)) != 0) {
+        if (((words[0] ^ two) | (words[1] ^ two) | (words[2] ^ two) | (words[3] ^ two)) != 0) {
             break;
         }
-        run += 4 * pixelsPerWord;
+        run += atOnce;
     }
     while (run < length && pixels[run] == first) {
         ++run;
@@ -117,8 +113,8 @@ const QRgb *colorRow(const QImage &image, int y)
     return reinterpret_cast<const QRgb *>(image.constScanLine(y));
 }
 
-/// Counts levels in several histograms in turn, so that equal neighbours do
-/// not wait for each other.
+/// Counts levels, a block of equal neighbours in one step, and others in several
+/// histograms in turn, so that they do not wait for each other.
 class LevelCounter
 {
 public:
@@ -126,13 +122,18 @@ public:
     {
         qsizetype x = 0;
         for (; x + blockLength <= length; x += blockLength) {
-            if (runLength(row + x, blockLength) == blockLength) {
-                counts[0][row[x]] += blockLength;
-            } else {
-                addEach(row + x, blockLength);
-            }
+            Block block{};
+            std::memcpy(block.data(), row + x, sizeof block);
+            addBlock(block);
         }
-        addEach(row + x, length - x);
+        for (; x + wordLength <= length; x += wordLength) {
+            quint64 word = 0;
+            std::memcpy(&word, row + x, sizeof word);
+            addWord(word);
+        }
+        for (; x < length; ++x) {
+            ++counts[0][row[x]];
+        }
     }
 
     void addTo(GrayHistogram &histogram) const
@@ -145,16 +146,33 @@ public:
     }
 
 private:
-    static constexpr qsizetype blockLength = 64;
+    using Block = std::array<quint64, 4>;
+    static constexpr qsizetype wordLength = sizeof(quint64); // a byte a level
+    static constexpr qsizetype blockLength = sizeof(Block);
 
-    void addEach(const uchar *pixels, qsizetype length)
+    static quint64 eightOf(quint64 level) { return level * 0x0101010101010101; }
+
+    void addBlock(const Block &block)
     {
-        for (qsizetype x = 0; x < length; ++x) {
-            ++counts[size_t(x) % counts.size()][pixels[x]];
+        const quint64 level = block[0] & 0xff;
+        const quint64 same = eightOf(level);
+        if (((block[0] ^ same) | (block[1] ^ same) | (block[2] ^ same) | (block[3] ^ same)) == 0) {
+            counts[0][level] += blockLength;
+            return;
+        }
+        for (const quint64 word : block) {
+            addWord(word);
         }
     }
 
-    std::array<GrayHistogram, 4> counts{};
+    void addWord(quint64 word)
+    {
+        for (size_t i = 0; i < wordLength; ++i) {
+            ++counts[i][(word >> (8 * i)) & 0xff];
+        }
+    }
+
+    std::array<GrayHistogram, wordLength> counts{};
 };
 
 void convertRow(const QRgb *pixels, qsizetype length, GrayTable &table, uchar *grayRow, GrayHistogram &histogram)
