@@ -1,5 +1,6 @@
 #include "page/bandview.h"
 
+#include "page/brightcount.h"
 #include "page/multiversion.h"
 
 #include <QColorSpace>
@@ -10,6 +11,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 
 namespace {
 
@@ -68,6 +70,12 @@ const Pixel *pixelRow(const QImage &image, int y)
     return reinterpret_cast<const Pixel *>(image.constScanLine(y));
 }
 
+template <typename Pixel>
+Pixel *pixelRow(QImage &image, int y)
+{
+    return reinterpret_cast<Pixel *>(image.scanLine(y));
+}
+
 QUILLMARCH_MULTIVERSION
 QRgb commonBits(const QRgb *pixels, int length)
 {
@@ -78,20 +86,31 @@ QRgb commonBits(const QRgb *pixels, int length)
     return common;
 }
 
-/// Whether \a colors, the table of \a image, lets nothing through where the
-/// image uses it.
-bool usesOpaqueColors(const QImage &image, const QList<QRgb> &colors)
+/// Whether one of \a pixels is neither opaque nor without any colour and alpha.
+QUILLMARCH_MULTIVERSION
+bool hasHalfTransparent(const QRgb *pixels, int length)
 {
-    std::array<bool, 256> isUsed{};
-    for (int y = 0; y < image.height(); ++y) {
-        const auto *row = pixelRow<uchar>(image, y);
-        for (int x = 0; x < image.width(); ++x) {
-            isUsed[row[x]] = true;
-        }
+    quint32 count = 0;
+    for (int x = 0; x < length; ++x) {
+        count += pixels[x] < 0xff000000U && pixels[x] != 0 ? 1U : 0U;
     }
-    for (int i = 0; i < int(isUsed.size()); ++i) {
-        if (isUsed[size_t(i)] && (i >= colors.size() || qAlpha(colors.at(i)) != 255)) {
-            return false; // an index beyond the table stands for nothing
+    return count != 0;
+}
+
+/// Whether the colours that \a image, of a palette, uses let nothing through.
+bool usesOpaqueColors(const QImage &image)
+{
+    std::array<bool, 256> lets{};
+    const QList<QRgb> colors = image.colorTable();
+    for (qsizetype i = 0; i < qsizetype(lets.size()); ++i) {
+        lets[size_t(i)] = i >= colors.size() || qAlpha(colors.at(i)) != 255; // beyond the table is nothing
+    }
+    const IndexSet seeThrough(lets);
+    const BrightCounter &counter = fastestBrightCounter();
+    const int width = image.width();
+    for (int y = 0; y < image.height(); ++y) {
+        if (counter.indexes(pixelRow<uchar>(image, y), width, 0, seeThrough) > 0) {
+            return false;
         }
     }
     return true;
@@ -111,47 +130,132 @@ bool isOpaque(const QImage &view)
         }
         return true;
     case QImage::Format_Indexed8:
-        return usesOpaqueColors(view, view.colorTable());
+        return usesOpaqueColors(view);
     default:
         return !view.hasAlphaChannel();
     }
 }
 
-/// \a view in \a format, or without alpha if it has no use for it: screenshots
-/// often have one, and a document writer spends more time on it than on the rest.
-QImage converted(const QImage &view, QImage::Format format)
+/// \a view, which lets nothing through, without its alpha channel.
+QImage withoutAlpha(const QImage &view)
 {
-    const bool dropsAlpha = view.hasAlphaChannel() && isOpaque(view);
-    if (dropsAlpha && view.depth() == 32) {
-        QImage opaque(view.constBits(), view.width(), view.height(), view.bytesPerLine(), QImage::Format_RGB32,
-                      dropImage, new QImage(view)); // as in rowsView()
-        opaque.setColorSpace(view.colorSpace());
-        return opaque;
-    }
-    return view.convertToFormat(dropsAlpha ? QImage::Format_RGB32 : format, Qt::NoOpaqueDetection);
+    QImage opaque(view.constBits(), view.width(), view.height(), view.bytesPerLine(), QImage::Format_RGB32, dropImage,
+                  new QImage(view)); // as in rowsView()
+    opaque.setColorSpace(view.colorSpace());
+    return opaque;
 }
 
-/// As bandView(), for drawing at once: only \a rows of the result are right,
-/// and it is overwritten by the next call. The others cost no time, but they
-/// are there, because a shorter image would be scaled with another rounding.
-QImage partlyConverted(const QImage &view, QImage::Format format, const RowRange &rows)
+/// Whether the pixels of \a view stay the same in every 32-bit format: all are
+/// opaque, or nothing at all.
+bool isOpaqueOrEmpty(const QImage &view)
+{
+    for (int y = 0; y < view.height(); ++y) {
+        if (hasHalfTransparent(pixelRow<QRgb>(view, y), view.width())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// What the 256 levels or indexes of \a view, of eight bits a pixel, become in the
+/// first of \a formats, that in the second, and so on, which are of 32 bits.
+std::array<QRgb, 256> convertedColors(const QImage &view, const QList<QImage::Format> &formats)
+{
+    std::array<QRgb, 256> colors{};
+    QImage each(int(colors.size()), 1, view.format());
+    each.setColorTable(view.colorTable());
+    std::iota(each.scanLine(0), each.scanLine(0) + colors.size(), uchar(0));
+    for (const QImage::Format format : formats) {
+        each.convertTo(format, Qt::NoOpaqueDetection);
+    }
+    std::memcpy(colors.data(), each.constScanLine(0), sizeof colors);
+    return colors;
+}
+
+/// Converts \a rows of \a view into \a target, by way of \a formats.
+void convertRows(const QImage &view, const QList<QImage::Format> &formats, const RowRange &rows, QImage &target)
+{
+    const int width = view.width();
+    if (view.depth() == 8 && target.depth() == 32) {
+        const std::array<QRgb, 256> colors = convertedColors(view, formats);
+        for (int y = rows.first; y < rows.last; ++y) {
+            const auto *from = pixelRow<uchar>(view, y);
+            std::transform(from, from + width, pixelRow<QRgb>(target, y), [&](uchar index) { return colors[index]; });
+        }
+        return;
+    }
+    for (int top = rows.first; top < rows.last; top += convertedRows) {
+        const QRect part(0, top, width, std::min(convertedRows, rows.last - top));
+        QImage converted = rowsView(view, part).convertToFormat(formats.first(), Qt::NoOpaqueDetection);
+        converted.convertTo(formats.last(), Qt::NoOpaqueDetection);
+        for (int y = 0; y < part.height(); ++y) {
+            std::memcpy(target.scanLine(top + y), converted.constScanLine(y), size_t(converted.bytesPerLine()));
+        }
+    }
+}
+
+/// \a view in the first of \a formats, and that in the last, for drawing at
+/// once: only \a rows of the result are right, and it is overwritten by the next
+/// call. The others cost no time, but they are there, because a shorter image
+/// would be scaled with another rounding.
+QImage partlyConverted(const QImage &view, const QList<QImage::Format> &formats, const RowRange &rows)
 {
     static QImage scratch; // kept, since fresh memory costs as much as the conversion
-    if (scratch.width() != view.width() || scratch.height() < view.height() || scratch.format() != format) {
-        scratch = QImage(view.size(), format);
+    const QImage::Format last = formats.last();
+    if (scratch.width() != view.width() || scratch.height() < view.height() || scratch.format() != last) {
+        scratch = QImage(view.size(), last);
         if (scratch.isNull()) {
             return {};
         }
     }
-    const int end = std::min(rows.last + 1, view.height());
-    for (int top = rows.first; top < end; top += convertedRows) {
-        const QRect part(0, top, view.width(), std::min(convertedRows, end - top));
-        const QImage converted = rowsView(view, part).convertToFormat(format, Qt::NoOpaqueDetection);
-        for (int y = 0; y < converted.height(); ++y) {
-            std::memcpy(scratch.scanLine(top + y), converted.constScanLine(y), size_t(converted.bytesPerLine()));
+    convertRows(view, formats, {rows.first, std::min(rows.last + 1, view.height())}, scratch);
+    return QImage(scratch.constBits(), view.width(), view.height(), scratch.bytesPerLine(), last);
+}
+
+/// \a view, for drawing at once into a PDF file, whose writer takes 32-bit colours
+/// that are not premultiplied, searches all that have an alpha channel for
+/// transparency, which screenshots often have no use for, and would convert
+/// other formats by itself, in fresh memory.
+QImage preparedForPdf(const QImage &view, QImage::Format format)
+{
+    const RowRange all{0, view.height()};
+    const bool opaque = isOpaque(view);
+    if (view.depth() == 32 && view.hasAlphaChannel()) {
+        if (opaque) {
+            return withoutAlpha(view);
+        }
+        if (view.format() == QImage::Format_ARGB32 && isOpaqueOrEmpty(view)) {
+            return view;
         }
     }
-    return QImage(scratch.constBits(), view.width(), view.height(), scratch.bytesPerLine(), format);
+    if (opaque && (view.hasAlphaChannel() || format == QImage::Format_RGB32)) {
+        return view.format() == QImage::Format_RGB32 ? view : partlyConverted(view, {QImage::Format_RGB32}, all);
+    }
+    if (format == QImage::Format_ARGB32_Premultiplied) {
+        return partlyConverted(view, {format, QImage::Format_ARGB32}, all); // by way of what is drawn elsewhere
+    }
+    return partlyConverted(view, {format}, all);
+}
+
+/// Draws \a view, as drawBand() does, into a PDF file. Where rounding leaves a
+/// smaller source than the view, the writer would copy that.
+void drawIntoPdf(QPainter *painter, const QRectF &target, const QImage &view, QImage::Format format, const QSizeF &size)
+{
+    const QRectF source = QRectF(QPointF(), size) & QRectF(view.rect());
+    const QRect whole = source.toRect();
+    if (whole.isEmpty()) {
+        // Of less than half a row the writer takes all, but only of a pixmap.
+        const QPixmap sliver = QPixmap::fromImage(view.convertToFormat(format, Qt::NoOpaqueDetection));
+        painter->drawPixmap(target, sliver, QRectF(QPointF(), size));
+        return;
+    }
+    if (whole == view.rect()) {
+        painter->drawImage(target, preparedForPdf(view, format), QRectF(QPointF(), size));
+        return;
+    }
+    const QSizeF drawn(whole.width() * (target.width() / size.width()),
+                       whole.height() * (target.height() / size.height()));
+    painter->drawImage(QRectF(target.topLeft(), drawn), preparedForPdf(rowsView(view, whole), format), QRectF(whole));
 }
 
 } // namespace
@@ -200,10 +304,15 @@ void drawBand(QPainter *painter, const QRectF &target, const QPixmap &pixmap, co
     }
     const QImage::Format format = bandFormat(pixmap, view);
     const QPaintEngine *engine = painter->paintEngine();
-    if (engine == nullptr || engine->type() != QPaintEngine::Raster) {
-        view = converted(view, format);
+    const QPaintEngine::Type device = engine != nullptr ? engine->type() : QPaintEngine::User;
+    if (device == QPaintEngine::Pdf) {
+        drawIntoPdf(painter, target, view, format, size);
+        return;
+    }
+    if (device != QPaintEngine::Raster) {
+        view = view.convertToFormat(format, Qt::NoOpaqueDetection);
     } else if (view.format() != format) {
-        view = partlyConverted(view, format, neededRows(painter, target, size.height()));
+        view = partlyConverted(view, {format}, neededRows(painter, target, size.height()));
     }
     painter->drawImage(target, view, QRectF(QPointF(), size));
 }

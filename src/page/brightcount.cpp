@@ -102,17 +102,17 @@ Q_ALWAYS_INLINE quint32 graysOfBlock(const uchar *pixels, int length)
     return bright;
 }
 
-Q_ALWAYS_INLINE quint32 indexesOfBlock(const uchar *pixels, int length, const BrightIndexes &bright)
+Q_ALWAYS_INLINE quint32 indexesOfBlock(const uchar *pixels, int length, const IndexSet &wanted)
 {
     std::array<quint32, 4> counts{}; // additions that do not wait for each other
     int x = 0;
     for (; x + 4 <= length; x += 4) {
         for (size_t i = 0; i < counts.size(); ++i) {
-            counts[i] += bright.flags[pixels[size_t(x) + i]];
+            counts[i] += wanted.flags[pixels[size_t(x) + i]];
         }
     }
     for (; x < length; ++x) {
-        counts[0] += bright.flags[pixels[x]];
+        counts[0] += wanted.flags[pixels[x]];
     }
     return counts[0] + counts[1] + counts[2] + counts[3];
 }
@@ -132,10 +132,10 @@ quint32 countGrays(const uchar *row, int width, quint32 best)
     return countRow(row, width, best, graysOfBlock);
 }
 
-quint32 countIndexes(const uchar *row, int width, quint32 best, const BrightIndexes &bright)
+quint32 countIndexes(const uchar *row, int width, quint32 best, const IndexSet &wanted)
 {
     return countRow(row, width, best,
-                    [&bright](const uchar *pixels, int length) { return indexesOfBlock(pixels, length, bright); });
+                    [&wanted](const uchar *pixels, int length) { return indexesOfBlock(pixels, length, wanted); });
 }
 
 #ifdef QUILLMARCH_HAS_VECTORS
@@ -191,10 +191,10 @@ QUILLMARCH_AVX2 quint32 countProductsAvx2(const QRgb *row, int width, quint32 be
 /// Tests 32 indexes at a time, each in a set of 256 bits: the low half of an
 /// index chooses a byte of the set and the high half a bit of it. A set test by
 /// shuffles, as in Mula, "SIMD-ized check which bytes are in a set", 2018.
-QUILLMARCH_AVX2 quint32 countIndexesAvx2(const uchar *row, int width, quint32 best, const BrightIndexes &bright)
+QUILLMARCH_AVX2 quint32 countIndexesAvx2(const uchar *row, int width, quint32 best, const IndexSet &wanted)
 {
     constexpr int step = 32;
-    const auto *halves = reinterpret_cast<const __m128i *>(bright.halves.data());
+    const auto *halves = reinterpret_cast<const __m128i *>(wanted.halves.data());
     const __m256i firstHalf = _mm256_broadcastsi128_si256(_mm_loadu_si128(halves));
     const __m256i secondHalf = _mm256_broadcastsi128_si256(_mm_loadu_si128(halves + 1));
     const __m256i bitOfHigh = _mm256_set1_epi64x(qint64(0x8040201008040201));
@@ -217,7 +217,7 @@ QUILLMARCH_AVX2 quint32 countIndexesAvx2(const uchar *row, int width, quint32 be
         }
         count += total(_mm256_sad_epu8(sums, _mm256_setzero_si256()));
     }
-    return x + step > width ? count + indexesOfBlock(row + x, width - x, bright) : count;
+    return x + step > width ? count + indexesOfBlock(row + x, width - x, wanted) : count;
 }
 
 /// Tests the 64 \a indexes: the lower six bits of an index choose a byte of
@@ -231,10 +231,10 @@ QUILLMARCH_AVX512 __mmask64 areBright(__m512i indexes, __m512i quarters)
     return _mm512_test_epi8_mask(set, _mm512_shuffle_epi8(bitOfQuarter, quarter));
 }
 
-QUILLMARCH_AVX512 quint32 countIndexesAvx512(const uchar *row, int width, quint32 best, const BrightIndexes &bright)
+QUILLMARCH_AVX512 quint32 countIndexesAvx512(const uchar *row, int width, quint32 best, const IndexSet &wanted)
 {
     constexpr int step = 64;
-    const __m512i quarters = _mm512_loadu_si512(bright.quarters.data());
+    const __m512i quarters = _mm512_loadu_si512(wanted.quarters.data());
     quint32 count = 0;
     int x = 0;
     while (x + step <= width && canExceed(count, width - x, best)) {
@@ -255,10 +255,10 @@ QUILLMARCH_AVX512 quint32 countIndexesAvx512(const uchar *row, int width, quint3
 
 } // namespace
 
-BrightIndexes::BrightIndexes(const std::array<bool, 256> &bright)
+IndexSet::IndexSet(const std::array<bool, 256> &contained)
 {
-    for (size_t index = 0; index < bright.size(); ++index) {
-        if (bright[index]) {
+    for (size_t index = 0; index < contained.size(); ++index) {
+        if (contained[index]) {
             const size_t high = index / 16;
             flags[index] = 1;
             halves[high / 8][index % 16] |= quint8(1U << (high % 8));

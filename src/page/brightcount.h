@@ -5,14 +5,11 @@
 
 #include <array>
 
-/// Which of the 256 indexes of a palette are bright.
-class BrightIndexes
+/// A set of the 256 indexes of a palette.
+class IndexSet
 {
 public:
-    BrightIndexes() = default;
-    explicit BrightIndexes(const std::array<bool, 256> &bright);
-
-    bool contains(uchar index) const { return flags[index] != 0; }
+    explicit IndexSet(const std::array<bool, 256> &contained);
 
     std::array<quint8, 256> flags{}; ///< a byte an index, 1 or 0
     /// Bit h % 8 of byte l of half h / 8 stands for the index of the high half h and the low half l.
@@ -34,8 +31,8 @@ struct BrightCounter
     quint32 (*products)(const QRgb *row, int width, quint32 best);
     /// Gray levels of 192 or more.
     quint32 (*grays)(const uchar *row, int width, quint32 best);
-    /// Indexes in \a bright.
-    quint32 (*indexes)(const uchar *row, int width, quint32 best, const BrightIndexes &bright);
+    /// Indexes in \a wanted.
+    quint32 (*indexes)(const uchar *row, int width, quint32 best, const IndexSet &wanted);
 };
 
 /// The counters that this machine can run, from the plainest to the fastest.

@@ -42,7 +42,7 @@ struct Gray8
 
 /// The indexes of \a image that are bright once its conversion to \a format has
 /// made colours of them.
-BrightIndexes brightIndexes(const QImage &image, QImage::Format format)
+IndexSet brightIndexes(const QImage &image, QImage::Format format)
 {
     std::array<bool, 256> bright{};
     QImage indexes(int(bright.size()), 1, QImage::Format_Indexed8);
@@ -53,7 +53,7 @@ BrightIndexes brightIndexes(const QImage &image, QImage::Format format)
     for (size_t index = 0; index < bright.size(); ++index) {
         bright[index] = qRed(color[index]) >= brightLevel;
     }
-    return BrightIndexes(bright);
+    return IndexSet(bright);
 }
 
 struct PaletteRule
@@ -61,7 +61,7 @@ struct PaletteRule
     using Pixel = uchar;
     quint32 count(const uchar *row, int width, quint32 best) const { return counter.indexes(row, width, best, bright); }
 
-    BrightIndexes bright;
+    IndexSet bright;
     const BrightCounter &counter = fastestBrightCounter();
 };
 

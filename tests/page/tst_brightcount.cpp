@@ -120,7 +120,7 @@ void TestBrightCount::countsRows()
     auto random = QRandomGenerator(quint32(width));
     std::array<bool, 256> set{};
     std::generate(set.begin(), set.end(), [&random] { return random.bounded(4) == 0; });
-    const BrightIndexes indexes(set);
+    const IndexSet indexes(set);
     for (const int share : shares) {
         const std::vector<QRgb> colors = randomColors(width, share, random);
         const std::vector<uchar> levels = randomLevels(width, share, random);
@@ -161,7 +161,7 @@ void TestBrightCount::knowsEveryIndex()
             row.push_back(uchar(i));
         }
         row.push_back(uchar(index));
-        QCOMPARE(count.indexes(row.data(), int(row.size()), 0, BrightIndexes(set)), 2U);
+        QCOMPARE(count.indexes(row.data(), int(row.size()), 0, IndexSet(set)), 2U);
     }
 }
 
