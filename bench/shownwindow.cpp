@@ -57,6 +57,14 @@ void ShownWindow::paintRequested()
     QCoreApplication::sendPostedEvents();
 }
 
+void ShownWindow::paintFrame()
+{
+    for (const QEvent::Type type : {QEvent::MetaCall, QEvent::LayoutRequest}) {
+        QCoreApplication::sendPostedEvents(nullptr, type); // of the scenes and the scroll bars
+    }
+    QCoreApplication::sendPostedEvents(&window, QEvent::UpdateRequest);
+}
+
 void ShownWindow::exportPdf(const QString &path)
 {
     QPrinter printer(QPrinter::HighResolution);

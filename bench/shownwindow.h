@@ -44,6 +44,9 @@ public:
     /// Delivers what is posted, which paints what was asked for.
     void paintRequested();
 
+    /// The same up to the painting; what comes behind it stays posted.
+    void paintFrame();
+
     /// Writes the shown layout to the PDF file \a path, as the window does.
     void exportPdf(const QString &path);
 

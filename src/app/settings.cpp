@@ -3,6 +3,7 @@
 #include "app/keptforever.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QSettings>
 
 using namespace Qt::StringLiterals;
@@ -14,6 +15,15 @@ namespace {
 QSettings *openConfig(const QString &file)
 {
     return keepForever(new QSettings(file, QSettings::IniFormat));
+}
+
+/// Lets \a settings write when what is to be painted has been: the disk can take
+/// longer than a frame.
+void writeAfterPainting(QSettings *settings)
+{
+    constexpr int afterPaintEvents = Qt::LowEventPriority - 1;
+    QCoreApplication::removePostedEvents(settings, QEvent::UpdateRequest);
+    QCoreApplication::postEvent(settings, new QEvent(QEvent::UpdateRequest), afterPaintEvents);
 }
 
 } // namespace
@@ -37,6 +47,7 @@ bool writeConfigValue(const QString &file, const QString &key, const QString &va
     settings->beginGroup("config"_L1);
     settings->setValue(key, QVariant(value));
     settings->endGroup();
+    writeAfterPainting(settings);
     return true;
 }
 

@@ -3,8 +3,24 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <QWidget>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Notes at each paint event whether a file is there.
+class FileWatchingWidget : public QWidget
+{
+public:
+    QString file;
+    QList<bool> existed;
+
+protected:
+    void paintEvent(QPaintEvent *) override { existed.append(QFile::exists(file)); }
+};
+
+} // namespace
 
 class TestSettings : public QObject
 {
@@ -17,6 +33,7 @@ private slots:
     void throwsAwayThePresetValue();
     void readsBackInTheSameRun();
     void writesOneSectionOnReturnToTheEventLoop();
+    void writesWhenEverythingIsPainted();
     void liesBesideTheExecutable();
     void rememberedFolderStartsAtTheExecutable();
     void remembersTheFolderOfAPath_data();
@@ -91,6 +108,23 @@ void TestSettings::writesOneSectionOnReturnToTheEventLoop()
     QFile ini(file);
     QVERIFY(ini.open(QIODevice::ReadOnly));
     QCOMPARE(ini.readAll(), QByteArray("[config]\nmarginsc=15\n"));
+}
+
+void TestSettings::writesWhenEverythingIsPainted()
+{
+    const QTemporaryDir dir;
+    FileWatchingWidget widget;
+    widget.file = dir.filePath(u"user.ini"_s);
+    widget.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&widget));
+    QCoreApplication::processEvents();
+    widget.existed.clear();
+
+    QVERIFY(writeConfigValue(widget.file, u"marginsc"_s, u"15"_s));
+    widget.update();
+    QCoreApplication::processEvents();
+    QCOMPARE(widget.existed, QList<bool>{false});
+    QVERIFY(QFile::exists(widget.file));
 }
 
 void TestSettings::liesBesideTheExecutable()
