@@ -33,6 +33,8 @@ public:
     ~PreviewItem() override;
 
     QRectF boundingRect() const override;
+    /// The sheet.
+    QPainterPath opaqueArea() const override;
     void paint(QPainter *painter, const QStyleOptionGraphicsItem *option, QWidget *widget) override;
 
     /// The content rectangle within the margins.

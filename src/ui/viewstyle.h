@@ -11,6 +11,7 @@ class QRectF;
 QString viewStyleSheet();
 
 /// Fills \a exposed, in scene units, with the colour of the scene's background
-/// and in whole pixels: the toolkit gives it smooth edges, which cost time and
-/// lie outside of what is painted.
+/// where no item with an opaqueArea() is going to cover it, and in whole pixels:
+/// the toolkit fills everything, with smooth edges that lie outside of what is
+/// painted.
 void fillBackground(const QGraphicsView *view, QPainter *painter, const QRectF &exposed);
