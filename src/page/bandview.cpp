@@ -172,10 +172,24 @@ std::array<QRgb, 256> convertedColors(const QImage &view, const QList<QImage::Fo
     return colors;
 }
 
+QUILLMARCH_MULTIVERSION
+void expandGrays(const uchar *levels, int length, QRgb *colors)
+{
+    for (int x = 0; x < length; ++x) {
+        colors[x] = 0xff000000U | (levels[x] * 0x010101U);
+    }
+}
+
 /// Converts \a rows of \a view into \a target, by way of \a formats.
 void convertRows(const QImage &view, const QList<QImage::Format> &formats, const RowRange &rows, QImage &target)
 {
     const int width = view.width();
+    if (view.format() == QImage::Format_Grayscale8 && target.format() == QImage::Format_RGB32) {
+        for (int y = rows.first; y < rows.last; ++y) {
+            expandGrays(pixelRow<uchar>(view, y), width, pixelRow<QRgb>(target, y));
+        }
+        return;
+    }
     if (view.depth() == 8 && target.depth() == 32) {
         const std::array<QRgb, 256> colors = convertedColors(view, formats);
         for (int y = rows.first; y < rows.last; ++y) {
