@@ -135,8 +135,8 @@ void placePlainly(benchmark::State &state, const OpenImagePtr &image)
 void trimProgram(benchmark::State &state, const OpenImagePtr &image)
 {
     for (auto _ : state) {
-        const GrayScan scan = scanGray(image->pixels);
-        const auto bounds = contentBounds(scan.gray, inkThreshold(scan.histogram));
+        const GrayScan scan(image->pixels);
+        const auto bounds = contentBounds(scan, inkThreshold(scan.histogram()));
         const QPixmap trimmed = bounds ? QPixmap::fromImage(image->pixels.copy(*bounds)) : QPixmap();
         benchmark::DoNotOptimize(trimmed.cacheKey());
     }
@@ -144,8 +144,8 @@ void trimProgram(benchmark::State &state, const OpenImagePtr &image)
 
 void trimFloor(benchmark::State &state, const OpenImagePtr &image)
 {
-    const GrayScan scan = scanGray(image->pixels);
-    const auto bounds = contentBounds(scan.gray, inkThreshold(scan.histogram));
+    const GrayScan scan(image->pixels);
+    const auto bounds = contentBounds(scan, inkThreshold(scan.histogram()));
     for (auto _ : state) {
         const QImage gray = image->pixels.convertToFormat(QImage::Format_Grayscale8);
         benchmark::DoNotOptimize(wordSum(gray, gray.rect()));

@@ -53,24 +53,25 @@ struct Columns
 
 /// Counts row by row, as the image is stored, and only in the columns that can
 /// still move an edge outward.
-Columns contentColumns(const QImage &gray, int threshold)
+Columns contentColumns(const GrayScan &scan, int threshold)
 {
-    const int width = gray.width();
-    const quint32 needed = contentCount(gray.height());
+    const int width = scan.width();
+    const int height = scan.height();
+    const quint32 needed = contentCount(height);
     std::vector<quint8> added(size_t(width), 0); // by the last rows
     std::vector<quint32> ink(size_t(width), 0);
     Columns found{width, -1};
     const auto takeColumns = [&](int from, int to, int top, int bottom) {
         for (int y = top; y < bottom; ++y) {
-            countInk(gray.constScanLine(y) + from, to - from, uchar(threshold), added.data() + from);
+            countInk(scan.levels(y, from, to), to - from, uchar(threshold), added.data() + from);
         }
         for (int x = from; x < to; ++x) {
             ink[size_t(x)] += std::exchange(added[size_t(x)], quint8(0));
         }
     };
     const auto isContent = [needed](quint32 count) { return count >= needed; };
-    for (int top = 0; top < gray.height(); top += rowsAtOnce) {
-        const int bottom = std::min(top + rowsAtOnce, gray.height());
+    for (int top = 0; top < height; top += rowsAtOnce) {
+        const int bottom = std::min(top + rowsAtOnce, height);
         takeColumns(0, found.left, top, bottom);
         takeColumns(found.left == width ? width : found.right + 1, width, top, bottom);
         const auto first = std::find_if(ink.cbegin(), ink.cbegin() + found.left, isContent);
@@ -84,8 +85,8 @@ Columns contentColumns(const QImage &gray, int threshold)
 /// The bounds of what is not blank border in \a image.
 std::optional<QRect> trimmedBounds(const QImage &image)
 {
-    const GrayScan scan = scanGray(image);
-    return contentBounds(scan.gray, inkThreshold(scan.histogram));
+    const GrayScan scan(image);
+    return contentBounds(scan, inkThreshold(scan.histogram()));
 }
 
 } // namespace
@@ -125,22 +126,22 @@ int inkThreshold(const GrayHistogram &histogram)
     return threshold;
 }
 
-std::optional<QRect> contentBounds(const QImage &gray, int threshold)
+std::optional<QRect> contentBounds(const GrayScan &scan, int threshold)
 {
-    const int width = gray.width();
-    const int height = gray.height();
+    const int width = scan.width();
+    const int height = scan.height();
     int top = 0;
-    while (top < height && !isContentRow(gray.constScanLine(top), width, threshold)) {
+    while (top < height && !isContentRow(scan.levels(top, 0, width), width, threshold)) {
         ++top;
     }
     int bottom = height - 1;
-    while (bottom > top && !isContentRow(gray.constScanLine(bottom), width, threshold)) {
+    while (bottom > top && !isContentRow(scan.levels(bottom, 0, width), width, threshold)) {
         --bottom;
     }
     if (top >= bottom) {
         return std::nullopt;
     }
-    const auto [left, right] = contentColumns(gray, threshold);
+    const auto [left, right] = contentColumns(scan, threshold);
     if (left >= right) {
         return std::nullopt;
     }

@@ -2,7 +2,6 @@
 
 #include "intake/grayscan.h"
 
-#include <QImage>
 #include <QPixmap>
 #include <QRect>
 
@@ -14,14 +13,14 @@
 /// lowest of several. 200 if only one level occurs.
 int inkThreshold(const GrayHistogram &histogram);
 
-/// The bounds of the content of \a gray, an image of Format_Grayscale8, where
-/// pixels up to \a threshold are ink.
+/// The bounds of the content of a scanned image, where pixels up to \a threshold
+/// are ink.
 ///
 /// A row is content if it holds at least width / 1000 + 2 ink pixels, a column
 /// if it holds at least height / 1000 + 2. The rectangle reaches from the
 /// first content row and column to the last ones. Nothing without content, and
 /// if that is only a single row or a single column.
-std::optional<QRect> contentBounds(const QImage &gray, int threshold);
+std::optional<QRect> contentBounds(const GrayScan &scan, int threshold);
 
 /// \a source without its blank borders, also if it has none. Nothing if it has
 /// no content.

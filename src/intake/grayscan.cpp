@@ -1,112 +1,18 @@
 #include "intake/grayscan.h"
 
+#include "intake/graytable.h"
 #include "page/bandview.h"
 
 #include <QColorSpace>
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
+#include <numeric>
 
 namespace {
 
-// So many rows are looked through for new colours before these are converted.
-constexpr int rowsAtOnce = 16;
-
 // So many rows are left to the toolkit where there are too many colours.
-constexpr int colorfulRowsAtOnce = 256;
-
-/// The length of the run of equal pixels at the start of \a pixels, 1 to
-/// \a length.
-qsizetype runLength(const QRgb *pixels, qsizetype length)
-{
-    constexpr qsizetype atOnce = 8;
-    const QRgb first = pixels[0];
-    const quint64 two = (quint64(first) << 32) | first;
-    qsizetype run = 0;
-    while (run + atOnce <= length) {
-        std::array<quint64, 4> words{};
-        std::memcpy(words.data(), pixels + run, sizeof words);
-        if (((words[0] ^ two) | (words[1] ^ two) | (words[2] ^ two) | (words[3] ^ two)) != 0) {
-            break;
-        }
-        run += atOnce;
-    }
-    while (run < length && pixels[run] == first) {
-        ++run;
-    }
-    return run;
-}
-
-/// The colours met so far and their gray levels: a hash table with open
-/// addressing.
-class GrayTable
-{
-public:
-    explicit GrayTable(const QImage &image)
-        : format(image.format())
-        , colorSpace(image.colorSpace())
-        , table(slotCount, 0)
-    {
-    }
-
-    /// Takes the colours of \a pixels. Returns false when there are too many.
-    bool add(const QRgb *pixels, qsizetype length)
-    {
-        for (qsizetype x = 0; x < length; x += runLength(pixels + x, length - x)) {
-            quint64 &slot = slotOf(pixels[x]);
-            if (slot == 0) {
-                if (colorCount == mostColors) {
-                    return false;
-                }
-                ++colorCount;
-                slot = usedMark | pixels[x];
-                added.push_back(pixels[x]);
-            }
-        }
-        return true;
-    }
-
-    /// Finds the levels of the colours that were added since the last call.
-    void convertAdded()
-    {
-        if (added.empty()) {
-            return;
-        }
-        QImage colors(reinterpret_cast<const uchar *>(added.data()), int(added.size()), 1, format);
-        colors.setColorSpace(colorSpace);
-        const QImage levels = colors.convertToFormat(QImage::Format_Grayscale8);
-        const uchar *level = levels.constScanLine(0);
-        for (const QRgb color : added) {
-            slotOf(color) |= quint64(*level++) << levelShift;
-        }
-        added.clear();
-    }
-
-    uchar level(QRgb color) { return uchar(slotOf(color) >> levelShift); }
-
-private:
-    static constexpr int slotBits = 17;
-    static constexpr size_t slotCount = size_t(1) << slotBits;
-    static constexpr size_t mostColors = slotCount / 2;
-    static constexpr int levelShift = 32;
-    static constexpr quint64 usedMark = quint64(1) << 40;
-
-    quint64 &slotOf(QRgb color)
-    {
-        size_t index = (color * 0x9e3779b1U) >> (32 - slotBits);
-        while (table[index] != 0 && QRgb(table[index]) != color) {
-            index = (index + 1) % slotCount;
-        }
-        return table[index];
-    }
-
-    QImage::Format format;
-    QColorSpace colorSpace;
-    std::vector<quint64> table; // colour in the low half, level above it, used mark on top
-    std::vector<QRgb> added;
-    size_t colorCount = 0;
-};
+constexpr int colorfulRows = 256;
 
 const QRgb *colorRow(const QImage &image, int y)
 {
@@ -175,83 +81,118 @@ private:
     std::array<GrayHistogram, wordLength> counts{};
 };
 
-void convertRow(const QRgb *pixels, qsizetype length, GrayTable &table, uchar *grayRow, GrayHistogram &histogram)
+/// How often each byte occurs in \a image, of eight bits a pixel.
+GrayHistogram countBytes(const QImage &image)
 {
-    for (qsizetype x = 0; x < length;) {
-        const qsizetype run = runLength(pixels + x, length - x);
-        const uchar level = table.level(pixels[x]);
-        std::memset(grayRow + x, level, size_t(run));
-        histogram[level] += quint32(run);
-        x += run;
-    }
-}
-
-/// Copies \a rows into \a gray from row \a top on, and counts their levels.
-void takeRows(const QImage &rows, int top, QImage &gray, LevelCounter &counter)
-{
-    for (int y = 0; y < rows.height(); ++y) {
-        const uchar *row = rows.constScanLine(y);
-        std::memcpy(gray.scanLine(top + y), row, size_t(rows.width()));
-        counter.add(row, rows.width());
-    }
-}
-
-bool addRows(const QImage &image, int top, int bottom, GrayTable &table)
-{
-    for (int y = top; y < bottom; ++y) {
-        if (!table.add(colorRow(image, y), image.width())) {
-            return false;
-        }
-    }
-    return true;
-}
-
-/// For an image of 32-bit colours.
-GrayScan scanColors(const QImage &image)
-{
-    GrayScan scan;
-    scan.gray = QImage(image.size(), QImage::Format_Grayscale8);
-    GrayTable table(image);
+    GrayHistogram histogram{};
     LevelCounter counter;
-    int top = 0;
-    while (top < image.height() && !scan.gray.isNull()) {
-        int bottom = std::min(top + rowsAtOnce, image.height());
-        if (addRows(image, top, bottom, table)) {
-            table.convertAdded();
-            for (int y = top; y < bottom; ++y) {
-                convertRow(colorRow(image, y), image.width(), table, scan.gray.scanLine(y), scan.histogram);
-            }
-        } else {
-            bottom = std::min(top + colorfulRowsAtOnce, image.height());
-            const QRect rows(0, top, image.width(), bottom - top);
-            takeRows(rowsView(image, rows).convertToFormat(QImage::Format_Grayscale8), top, scan.gray, counter);
-        }
-        top = bottom;
+    for (int y = 0; y < image.height(); ++y) {
+        counter.add(image.constScanLine(y), image.width());
     }
-    counter.addTo(scan.histogram);
-    return scan;
+    counter.addTo(histogram);
+    return histogram;
+}
+
+/// The gray levels of the 256 indexes of \a image, of a palette.
+std::array<uchar, 256> levelsOfIndexes(const QImage &image)
+{
+    std::array<uchar, 256> levels{};
+    QImage indexes(int(levels.size()), 1, QImage::Format_Indexed8);
+    QList<QRgb> colors = image.colorTable();
+    colors.resize(qsizetype(levels.size()), 0xff000000U); // the toolkit reads beyond a short table
+    indexes.setColorTable(colors);
+    indexes.setColorSpace(image.colorSpace());
+    std::iota(indexes.scanLine(0), indexes.scanLine(0) + levels.size(), uchar(0));
+    const QImage converted = indexes.convertToFormat(QImage::Format_Grayscale8);
+    std::copy_n(converted.constScanLine(0), levels.size(), levels.begin());
+    return levels;
 }
 
 } // namespace
 
 GrayHistogram grayHistogram(const QImage &gray)
 {
-    GrayHistogram histogram{};
-    LevelCounter counter;
-    for (int y = 0; y < gray.height(); ++y) {
-        counter.add(gray.constScanLine(y), gray.width());
-    }
-    counter.addTo(histogram);
-    return histogram;
+    return countBytes(gray);
 }
 
-GrayScan scanGray(const QImage &image)
+GrayScan::GrayScan(const QImage &image)
+    : source(image)
 {
     if (image.depth() == 32 && image.pixelFormat().colorModel() == QPixelFormat::RGB) {
-        return scanColors(image);
+        size = image.size();
+        scanColors();
+    } else if (image.format() == QImage::Format_Indexed8) {
+        size = image.size();
+        scanIndexes();
+    } else {
+        gray = image.convertToFormat(QImage::Format_Grayscale8);
+        size = gray.size();
+        m_histogram = grayHistogram(gray);
     }
-    GrayScan scan;
-    scan.gray = image.convertToFormat(QImage::Format_Grayscale8);
-    scan.histogram = grayHistogram(scan.gray);
-    return scan;
+}
+
+GrayScan::~GrayScan() = default;
+
+const uchar *GrayScan::levels(int y, int from, int to) const
+{
+    if (source.format() == QImage::Format_Indexed8) {
+        const uchar *indexes = source.constScanLine(y);
+        std::transform(indexes + from, indexes + to, row.begin(), [this](uchar index) { return indexLevels[index]; });
+        return row.data();
+    }
+    if (table == nullptr || isConverted[size_t(y)]) {
+        return gray.constScanLine(y) + from;
+    }
+    table->toLevels(colorRow(source, y) + from, to - from, row.data());
+    return row.data();
+}
+
+void GrayScan::scanIndexes()
+{
+    indexLevels = levelsOfIndexes(source);
+    row.resize(size_t(source.width()));
+    const GrayHistogram counts = countBytes(source);
+    for (size_t index = 0; index < counts.size(); ++index) {
+        m_histogram[indexLevels[index]] += counts[index];
+    }
+}
+
+void GrayScan::scanColors()
+{
+    table = std::make_unique<GrayTable>(source);
+    isConverted.resize(size_t(source.height()), false);
+    row.resize(size_t(source.width()));
+    for (int y = 0; y < size.height();) {
+        if (table->count(colorRow(source, y), source.width())) {
+            ++y;
+        } else {
+            const int bottom = std::min(y + colorfulRows, source.height());
+            convertRows(y, bottom);
+            y = bottom;
+        }
+    }
+    table->convert();
+    table->addTo(m_histogram);
+}
+
+/// Has the toolkit convert the rows from \a top to \a bottom, excluded.
+void GrayScan::convertRows(int top, int bottom)
+{
+    if (gray.isNull()) {
+        gray = QImage(source.size(), QImage::Format_Grayscale8);
+        if (gray.isNull()) {
+            size = QSize(0, 0);
+            return;
+        }
+    }
+    const QRect part(0, top, source.width(), bottom - top);
+    const QImage rows = rowsView(source, part).convertToFormat(QImage::Format_Grayscale8);
+    LevelCounter counter;
+    for (int y = top; y < bottom; ++y) {
+        const uchar *converted = rows.constScanLine(y - top);
+        std::memcpy(gray.scanLine(y), converted, size_t(source.width()));
+        counter.add(converted, source.width());
+        isConverted[size_t(y)] = true;
+    }
+    counter.addTo(m_histogram);
 }

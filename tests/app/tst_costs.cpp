@@ -120,7 +120,7 @@ private slots:
     void rebuildCopiesNothing();
     void cutSearchCopiesNothing_data();
     void cutSearchCopiesNothing();
-    void trimNeedsOneGrayImage();
+    void trimNeedsNoGrayImage();
     void repaintCopiesNothing();
     void exportCopiesNoBand();
     void commandsPaintOnce_data();
@@ -201,14 +201,14 @@ void TestCosts::cutSearchCopiesNothing()
     QVERIFY(row >= 0);
 }
 
-void TestCosts::trimNeedsOneGrayImage()
+void TestCosts::trimNeedsNoGrayImage()
 {
     const QImage image = textPicture(width, height);
     QCOMPARE(allocationsDuring([&] {
-                 const GrayScan scan = scanGray(image);
-                 QVERIFY(contentBounds(scan.gray, inkThreshold(scan.histogram)).has_value());
+                 const GrayScan scan(image);
+                 QVERIFY(contentBounds(scan, inkThreshold(scan.histogram())).has_value());
              }),
-             2); // the gray image and the table of colours
+             1); // the table of colours
 }
 
 void TestCosts::repaintCopiesNothing()
