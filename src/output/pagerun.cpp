@@ -2,6 +2,7 @@
 
 #include "output/pagelayout.h"
 #include "output/previewitem.h"
+#include "page/bandview.h"
 
 #include <QPageLayout>
 #include <QPageSize>
@@ -33,4 +34,5 @@ void renderPages(PreviewItem *first, QPainter *painter, QPrinter *printer, const
         }
         painter->scale(1.0 / scale, 1.0 / scale);
     }
+    dropConvertedRows();
 }

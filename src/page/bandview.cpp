@@ -208,13 +208,21 @@ void convertRows(const QImage &view, const QList<QImage::Format> &formats, const
     }
 }
 
+/// What partlyConverted() writes to. Kept from one call to the next, since fresh
+/// memory costs as much as the conversion.
+QImage &keptImage()
+{
+    static QImage image;
+    return image;
+}
+
 /// \a view in the first of \a formats, and that in the last, for drawing at
 /// once: only \a rows of the result are right, and it is overwritten by the next
 /// call. The others cost no time, but they are there, because a shorter image
 /// would be scaled with another rounding.
 QImage partlyConverted(const QImage &view, const QList<QImage::Format> &formats, const RowRange &rows)
 {
-    static QImage scratch; // kept, since fresh memory costs as much as the conversion
+    QImage &scratch = keptImage();
     const QImage::Format last = formats.last();
     if (scratch.width() != view.width() || scratch.height() < view.height() || scratch.format() != last) {
         scratch = QImage(view.size(), last);
@@ -329,4 +337,9 @@ void drawBand(QPainter *painter, const QRectF &target, const QPixmap &pixmap, co
         view = partlyConverted(view, {format}, neededRows(painter, target, size.height()));
     }
     painter->drawImage(target, view, QRectF(QPointF(), size));
+}
+
+void dropConvertedRows()
+{
+    keptImage() = QImage();
 }

@@ -32,3 +32,7 @@ QImage bandView(const QPixmap &pixmap, const QRect &rect);
 /// untouched. On a raster device only the rows that show there are converted
 /// if the format of the pixmap needs it.
 void drawBand(QPainter *painter, const QRectF &target, const QPixmap &pixmap, const QRect &band, const QSizeF &size);
+
+/// Frees the memory that drawBand() keeps for converted rows. On a view it is
+/// little that was ever written, in a document all of a band.
+void dropConvertedRows();

@@ -6,7 +6,8 @@
 #include <bit>
 #include <cstring>
 
-#if defined(__x86_64__) && defined(__GNUC__)
+// Not on Windows, where gcc does not align the stack for such vectors.
+#if defined(__x86_64__) && defined(__GNUC__) && defined(__linux__)
 #define QUILLMARCH_HAS_VECTORS
 #include <immintrin.h>
 #endif

@@ -219,6 +219,14 @@ void TestDrawBand::writesTheStreamsOfThePlainRule_data()
     unusedAlpha.setColorTable(colors);
     QImage oneHole = opaque;
     oneHole.setPixelColor(40, 130, QColor(10, 20, 30, 254));
+    QImage opaqueOrEmpty = opaque;
+    QImage coloredNothing = opaque;
+    for (int y = 0; y < opaque.height(); ++y) {
+        for (int x = y % 9; x < opaque.width(); x += 9) {
+            opaqueOrEmpty.setPixel(x, y, 0);
+            coloredNothing.setPixel(x, y, qRgba(x, y % 256, 99, 0));
+        }
+    }
     for (const bool lossless : {false, true}) {
         const char *suffix = lossless ? ", lossless" : "";
         QTest::addRow("RGB32%s", suffix) << noise(QImage::Format_RGB32) << lossless;
@@ -227,6 +235,13 @@ void TestDrawBand::writesTheStreamsOfThePlainRule_data()
         QTest::addRow("ARGB32 with one hole%s", suffix) << oneHole << lossless;
         QTest::addRow("opaque ARGB32_PM%s", suffix)
             << opaque.convertToFormat(QImage::Format_ARGB32_Premultiplied) << lossless;
+        QTest::addRow("ARGB32, opaque or empty%s", suffix) << opaqueOrEmpty << lossless;
+        QTest::addRow("ARGB32, opaque or coloured nothing%s", suffix) << coloredNothing << lossless;
+        for (const QImage::Format format :
+             {QImage::Format_ARGB32_Premultiplied, QImage::Format_Grayscale16, QImage::Format_RGB16,
+              QImage::Format_RGB888, QImage::Format_RGBA8888, QImage::Format_RGBA64, QImage::Format_Mono}) {
+            QTest::addRow("format %d%s", int(format), suffix) << noise(format) << lossless;
+        }
         QTest::addRow("Grayscale8%s", suffix) << noise(QImage::Format_Grayscale8) << lossless;
         QTest::addRow("Indexed8%s", suffix) << palette << lossless;
         QTest::addRow("Indexed8 with unused alpha%s", suffix) << unusedAlpha << lossless;

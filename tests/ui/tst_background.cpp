@@ -40,7 +40,8 @@ QImage palettePicture(bool seeThrough)
 /// What \a view paints of \a region, on \a ground, at \a ratio pixels a point.
 QImage painted(const QGraphicsView &view, const QRect &region, double ratio, const QColor &ground)
 {
-    QImage image(region.size() * ratio, QImage::Format_RGB32);
+    const QSize wholePixels(int(region.width() * ratio), int(region.height() * ratio));
+    QImage image(wholePixels, QImage::Format_RGB32);
     image.setDevicePixelRatio(ratio);
     image.fill(ground);
     view.viewport()->render(&image, QPoint(), region, QWidget::DrawChildren);
