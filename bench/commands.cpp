@@ -90,10 +90,10 @@ std::vector<Comparison> commandComparisons(const OpenImagePtr &image)
                           [=](benchmark::State &state) { commandProgram(state, image, pair); },
                           [=](benchmark::State &state) { commandFloor(state, image, pair); }};
     };
-    return {
+    return quick({
         compare("switch layout", &MainWindow::onTwoColsClicked, &MainWindow::onTwoColsClicked, false),
         compare("step margin", &MainWindow::onShrinkClicked, &MainWindow::onExtandClicked, false),
         compare("page numbers", &MainWindow::onPageNumClicked, &MainWindow::onPageNumClicked, false),
         compare("zoom", &MainWindow::onZoominClicked, &MainWindow::onZoomoutClicked, true),
-    };
+    });
 }

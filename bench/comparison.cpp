@@ -7,6 +7,8 @@
 namespace {
 
 constexpr int processRepetitions = 20;
+constexpr int quickRepetitions = 20;
+constexpr double quickMinTime = 0.03; // seconds
 
 struct Least
 {
@@ -60,8 +62,11 @@ void registerSide(const Comparison &comparison, const char *side, const Measured
     benchmark->Unit(benchmark::kMillisecond);
     if (comparison.clock == Clock::Manual) {
         benchmark->UseManualTime()->Iterations(1)->Repetitions(processRepetitions);
-    } else {
-        benchmark->MeasureProcessCPUTime();
+        return;
+    }
+    benchmark->MeasureProcessCPUTime();
+    if (comparison.pace == Pace::Quick) {
+        benchmark->Repetitions(quickRepetitions)->MinTime(quickMinTime);
     }
 }
 
@@ -83,6 +88,14 @@ bool Table::wantsAny(const std::vector<Comparison> &group) const
 {
     return std::any_of(group.cbegin(), group.cend(),
                        [this](const Comparison &each) { return wants(each.step, each.image); });
+}
+
+std::vector<Comparison> quick(std::vector<Comparison> group)
+{
+    for (Comparison &each : group) {
+        each.pace = Pace::Quick;
+    }
+    return group;
 }
 
 void Table::measure(const std::vector<Comparison> &group)

@@ -17,6 +17,9 @@ enum class Clock {
     Manual, ///< what the function sets by SetIterationTime(), for child processes
 };
 
+/// Whether a side takes milliseconds or less, so that it is repeated more often.
+enum class Pace { Slow, Quick };
+
 /// A step of the program next to the least work that its result takes.
 struct Comparison
 {
@@ -27,7 +30,11 @@ struct Comparison
     Measured floor;
     double floorFactor = 1.0; ///< how often the floor's work goes into the step's
     Clock clock = Clock::Processor;
+    Pace pace = Pace::Slow;
 };
+
+/// \a group, each of its sides measured as a quick one.
+std::vector<Comparison> quick(std::vector<Comparison> group);
 
 /// A line of the table.
 struct Row

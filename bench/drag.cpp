@@ -126,6 +126,6 @@ void dragFloor(benchmark::State &state, const OpenImagePtr &image)
 
 std::vector<Comparison> dragComparisons(const OpenImagePtr &image)
 {
-    return {{"drag a cut", image->file.name, 1.2, [image](benchmark::State &state) { dragProgram(state, image); },
-             [image](benchmark::State &state) { dragFloor(state, image); }}};
+    return quick({{"drag a cut", image->file.name, 1.2, [image](benchmark::State &state) { dragProgram(state, image); },
+                   [image](benchmark::State &state) { dragFloor(state, image); }}});
 }

@@ -166,7 +166,8 @@ std::vector<Comparison> intakeComparisons(const OpenImagePtr &image)
     const std::string &name = image->file.name;
     std::vector<Comparison> group = {
         {"open", name, 1.03, with(image, openProgram), with(image, openFloor)},
-        {"place cuts", name, image->file.lightPage ? 0.25 : 1.0, with(image, placeProgram), with(image, placeFloor)},
+        {"place cuts", name, image->file.lightPage ? 0.25 : 1.0, with(image, placeProgram), with(image, placeFloor),
+         1.0, Clock::Processor, Pace::Quick},
         {"trim", name, 1.1, with(image, trimProgram), with(image, trimFloor)},
     };
     if (name == "chat.png") {

@@ -66,13 +66,6 @@ QRectF PreviewItem::boundingRect() const
     return {0, 0, m_innerRect.width() + marginLeft + marginRight, m_innerRect.height() + marginTop + marginBottom};
 }
 
-QPainterPath PreviewItem::opaqueArea() const
-{
-    QPainterPath area;
-    area.addRect(boundingRect());
-    return area;
-}
-
 void PreviewItem::paint(QPainter *painter, const QStyleOptionGraphicsItem *, QWidget *)
 {
     renderPage(painter);

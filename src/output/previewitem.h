@@ -33,8 +33,6 @@ public:
     ~PreviewItem() override;
 
     QRectF boundingRect() const override;
-    /// The sheet.
-    QPainterPath opaqueArea() const override;
     void paint(QPainter *painter, const QStyleOptionGraphicsItem *option, QWidget *widget) override;
 
     /// The content rectangle within the margins.

@@ -54,16 +54,6 @@ QRectF PageItem::boundingRect() const
     return m_bodyRect | m_handleRect;
 }
 
-QPainterPath PageItem::opaqueArea() const
-{
-    QPainterPath area;
-    const QRect rows = m_sourceRect.toRect() & sourcePixmap.rect();
-    if (!m_sourceRect.isEmpty() && !rows.isEmpty() && !sourcePixmap.hasAlphaChannel()) {
-        area.addRect(QRectF(QPointF(), m_sourceRect.size()) & QRectF(QPointF(), QSizeF(rows.size())));
-    }
-    return area;
-}
-
 void PageItem::paint(QPainter *painter, const QStyleOptionGraphicsItem *, QWidget *)
 {
     drawSource(painter, QRectF(0, 0, m_sourceRect.width(), m_sourceRect.height()));

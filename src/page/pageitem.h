@@ -27,8 +27,6 @@ public:
     ~PageItem() override;
 
     QRectF boundingRect() const override;
-    /// The rows of the source that are painted, unless it lets something through.
-    QPainterPath opaqueArea() const override;
     void paint(QPainter *painter, const QStyleOptionGraphicsItem *option, QWidget *widget) override;
 
     PageItem *nextItem() const { return m_nextItem; }

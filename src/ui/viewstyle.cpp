@@ -1,40 +1,7 @@
 #include "ui/viewstyle.h"
 
-#include <QGraphicsItem>
 #include <QGraphicsView>
 #include <QPainter>
-
-#include <cmath>
-
-namespace {
-
-/// The pixels inside \a rect, without those at its edges, which are smooth.
-QRect innerPixels(const QRectF &rect)
-{
-    const QPoint topLeft(int(std::ceil(rect.left())) + 1, int(std::ceil(rect.top())) + 1);
-    const QPoint bottomRight(int(std::floor(rect.right())) - 2, int(std::floor(rect.bottom())) - 2);
-    return {topLeft, bottomRight};
-}
-
-/// What the items of \a scene in \a exposed cover for certain, in pixels.
-QRegion coveredArea(const QGraphicsScene *scene, const QRectF &exposed, const QTransform &toViewport)
-{
-    QRegion covered;
-    if (toViewport.type() > QTransform::TxScale) {
-        return covered;
-    }
-    const QList<QGraphicsItem *> items = scene->items(exposed, Qt::IntersectsItemBoundingRect);
-    for (const QGraphicsItem *item : items) {
-        const QRectF opaque = item->mapRectToScene(item->opaqueArea().boundingRect()) & exposed;
-        const QRect inner = innerPixels(toViewport.mapRect(opaque));
-        if (inner.isValid()) {
-            covered += inner;
-        }
-    }
-    return covered;
-}
-
-} // namespace
 
 QString viewStyleSheet()
 {
@@ -58,16 +25,11 @@ QString viewStyleSheet()
 
 void fillBackground(const QGraphicsView *view, QPainter *painter, const QRectF &exposed)
 {
-    const QTransform toViewport = painter->worldTransform();
-    // A pixel more on each side, since a pixel of the window can be a fraction of
-    // the screen's.
-    const QRect area = toViewport.mapRect(exposed).toAlignedRect().adjusted(-1, -1, 1, 1);
-    const QColor color = view->scene()->backgroundBrush().color();
+    const QRect area = painter->worldTransform().mapRect(exposed).toAlignedRect();
     painter->save();
     painter->resetTransform();
-    painter->setRenderHint(QPainter::Antialiasing, false); // or the parts would not join
-    for (const QRect &part : QRegion(area) - coveredArea(view->scene(), exposed, toViewport)) {
-        painter->fillRect(part, color);
-    }
+    // A pixel more on each side, so that no edge is smoothed into what was there
+    // before where a pixel of the window is a fraction of the screen's.
+    painter->fillRect(area.adjusted(-1, -1, 1, 1), view->scene()->backgroundBrush().color());
     painter->restore();
 }

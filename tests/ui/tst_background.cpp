@@ -4,9 +4,7 @@
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 
-#include <QGraphicsRectItem>
 #include <QPainter>
-#include <QRandomGenerator>
 #include <QScrollBar>
 
 using namespace Qt::StringLiterals;
@@ -92,7 +90,6 @@ class TestBackground : public QObject
 private slots:
     void leavesNoPixelUnpainted_data();
     void leavesNoPixelUnpainted();
-    void coversWhatItSaysIsOpaque();
 };
 
 void TestBackground::leavesNoPixelUnpainted_data()
@@ -125,43 +122,6 @@ void TestBackground::leavesNoPixelUnpainted()
                 comparePaintings(*view);
             }
         }
-    }
-}
-
-void TestBackground::coversWhatItSaysIsOpaque()
-{
-    // An item alone, which covers less than a pixel more than it says.
-    class Sheet : public QGraphicsRectItem
-    {
-    public:
-        using QGraphicsRectItem::QGraphicsRectItem;
-        QPainterPath opaqueArea() const override
-        {
-            QPainterPath area;
-            area.addRect(rect());
-            return area;
-        }
-    };
-    QRandomGenerator random(5);
-    for (int round = 0; round < 60; ++round) {
-        QGraphicsScene scene(0, 0, 300, 300);
-        scene.setBackgroundBrush(QColor(150, 150, 150));
-        for (int i = 0; i < 4; ++i) {
-            auto *sheet = new Sheet(random.bounded(250.0), random.bounded(250.0), random.bounded(120.0),
-                                    random.bounded(120.0)); // the scene takes it
-            sheet->setPen(Qt::NoPen);
-            sheet->setBrush(QColor(random.bounded(256), 200, 90));
-            scene.addItem(sheet);
-        }
-        MainView view(nullptr);
-        view.setScene(&scene);
-        view.setRenderHints(QPainter::Antialiasing);
-        view.viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
-        view.setFixedSize(211, 190);
-        view.show();
-        const double scale = random.bounded(2.0) + 0.2;
-        view.setTransform(round % 4 == 3 ? QTransform().rotate(20) : QTransform::fromScale(scale, scale));
-        comparePaintings(view);
     }
 }
 
