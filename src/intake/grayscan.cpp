@@ -3,11 +3,8 @@
 #include "intake/graytable.h"
 #include "page/bandview.h"
 
-#include <QColorSpace>
-
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 
 namespace {
 
@@ -97,12 +94,10 @@ GrayHistogram countBytes(const QImage &image)
 std::array<uchar, 256> levelsOfIndexes(const QImage &image)
 {
     std::array<uchar, 256> levels{};
-    QImage indexes(int(levels.size()), 1, QImage::Format_Indexed8);
+    QImage indexes = everyPixelValue(image);
     QList<QRgb> colors = image.colorTable();
     colors.resize(qsizetype(levels.size()), 0xff000000U); // the toolkit reads beyond a short table
     indexes.setColorTable(colors);
-    indexes.setColorSpace(image.colorSpace());
-    std::iota(indexes.scanLine(0), indexes.scanLine(0) + levels.size(), uchar(0));
     const QImage converted = indexes.convertToFormat(QImage::Format_Grayscale8);
     std::copy_n(converted.constScanLine(0), levels.size(), levels.begin());
     return levels;

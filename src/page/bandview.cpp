@@ -162,9 +162,7 @@ bool isOpaqueOrEmpty(const QImage &view)
 std::array<QRgb, 256> convertedColors(const QImage &view, const QList<QImage::Format> &formats)
 {
     std::array<QRgb, 256> colors{};
-    QImage each(int(colors.size()), 1, view.format());
-    each.setColorTable(view.colorTable());
-    std::iota(each.scanLine(0), each.scanLine(0) + colors.size(), uchar(0));
+    QImage each = everyPixelValue(view);
     for (const QImage::Format format : formats) {
         each.convertTo(format, Qt::NoOpaqueDetection);
     }
@@ -302,6 +300,16 @@ QImage rowsView(const QImage &image, const QRect &rect)
     }
     view.setColorSpace(image.colorSpace());
     return view;
+}
+
+QImage everyPixelValue(const QImage &image)
+{
+    constexpr int valueCount = 256;
+    QImage values(valueCount, 1, image.format());
+    values.setColorTable(image.colorTable());
+    values.setColorSpace(image.colorSpace());
+    std::iota(values.scanLine(0), values.scanLine(0) + valueCount, uchar(0));
+    return values;
 }
 
 QImage::Format copyFormat(const QPixmap &pixmap)

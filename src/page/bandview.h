@@ -13,6 +13,10 @@ class QPainter;
 /// of less than eight bits a pixel are copied.
 QImage rowsView(const QImage &image, const QRect &rect);
 
+/// A row of the 256 values that a pixel of \a image, of eight bits, can have, in
+/// its format and with its colours: to convert each of them once.
+QImage everyPixelValue(const QImage &image);
+
 /// The format that QPixmap::copy() gives a part of \a pixmap on this screen.
 QImage::Format copyFormat(const QPixmap &pixmap);
 

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <numeric>
 
 namespace {
 
@@ -45,10 +44,7 @@ struct Gray8
 IndexSet brightIndexes(const QImage &image, QImage::Format format)
 {
     std::array<bool, 256> bright{};
-    QImage indexes(int(bright.size()), 1, QImage::Format_Indexed8);
-    indexes.setColorTable(image.colorTable());
-    std::iota(indexes.scanLine(0), indexes.scanLine(0) + bright.size(), uchar(0));
-    const QImage colors = indexes.convertToFormat(format);
+    const QImage colors = everyPixelValue(image).convertToFormat(format);
     const auto *color = reinterpret_cast<const QRgb *>(colors.constScanLine(0));
     for (size_t index = 0; index < bright.size(); ++index) {
         bright[index] = qRed(color[index]) >= brightLevel;
