@@ -1,10 +1,10 @@
 #include "app/mainwindow.h"
 
 #include "app/settings.h"
-#include "intake/imagefile.h"
 #include "output/documentitems.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
+#include "pixels/imagefile.h"
 #include "ui/customsplitter.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"

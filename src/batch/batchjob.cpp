@@ -2,12 +2,12 @@
 
 #include "batch/finishedpdf.h"
 #include "batch/partfile.h"
-#include "intake/blankborders.h"
-#include "intake/imagefile.h"
 #include "output/documentitems.h"
 #include "output/pagerun.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
+#include "pixels/blankborders.h"
+#include "pixels/imagefile.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>

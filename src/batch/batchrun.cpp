@@ -1,6 +1,6 @@
 #include "batch/batchrun.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "batch/batchreport.h"
 #include "batch/batchworkers.h"
 #include "batch/partfile.h"

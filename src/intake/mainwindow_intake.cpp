@@ -1,6 +1,6 @@
 #include "app/mainwindow.h"
 
-#include "intake/blankborders.h"
+#include "pixels/blankborders.h"
 #include "ui/popup.h"
 
 #include <QDragEnterEvent>

@@ -2,7 +2,7 @@
 
 #include "output/pagelayout.h"
 #include "output/previewitem.h"
-#include "page/bandview.h"
+#include "pixels/bandview.h"
 
 #include <QPageLayout>
 #include <QPageSize>

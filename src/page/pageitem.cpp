@@ -1,8 +1,8 @@
 #include "page/pageitem.h"
 
 #include "output/previewitem.h"
-#include "page/bandview.h"
-#include "page/cutscan.h"
+#include "pixels/bandview.h"
+#include "pixels/cutscan.h"
 
 #include <QPainter>
 

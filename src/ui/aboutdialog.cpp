@@ -1,6 +1,6 @@
 #include "ui/aboutdialog.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "ui/screendensity.h"
 
 #include <QLabel>

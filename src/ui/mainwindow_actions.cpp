@@ -1,6 +1,6 @@
 #include "app/mainwindow.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "ui/aboutdialog.h"
 #include "ui/screendensity.h"
 

@@ -1,6 +1,6 @@
 #include "app/mainwindow.h"
 
-#include "app/keptforever.h"
+#include "base/keptforever.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 

@@ -1,6 +1,6 @@
 #include "update/downloadupdatedialog.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "ui/screendensity.h"
 #include "update/downloaddialogsizes.h"
 

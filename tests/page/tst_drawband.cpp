@@ -1,4 +1,4 @@
-#include "page/bandview.h"
+#include "pixels/bandview.h"
 #include "support/testmain.h"
 
 #include <QBuffer>

@@ -1,4 +1,4 @@
-#include "intake/grayscan.h"
+#include "pixels/grayscan.h"
 #include "support/testmain.h"
 
 #include <QColorSpace>

@@ -1,4 +1,4 @@
-#include "plaintrim.h"
+#include "pixels/plaintrim.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#include "page/bandview.h"
 #include "page/samples.h"
+#include "pixels/bandview.h"
 #include "support/testmain.h"
 
 #include <memory>

@@ -1,4 +1,4 @@
-#include "intake/graytable.h"
+#include "pixels/graytable.h"
 
 #include <array>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "page/brightcount.h"
+#include "pixels/brightcount.h"
 
-#include "page/cutscan.h"
+#include "pixels/cutscan.h"
 
 #include <algorithm>
 #include <bit>

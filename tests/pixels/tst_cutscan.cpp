@@ -1,5 +1,5 @@
-#include "page/cutscan.h"
 #include "page/samples.h"
+#include "pixels/cutscan.h"
 #include "support/testmain.h"
 
 #include <QHash>

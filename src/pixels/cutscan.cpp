@@ -1,7 +1,7 @@
-#include "page/cutscan.h"
+#include "pixels/cutscan.h"
 
-#include "page/bandview.h"
-#include "page/brightcount.h"
+#include "pixels/bandview.h"
+#include "pixels/brightcount.h"
 
 #include <QList>
 

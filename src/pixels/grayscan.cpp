@@ -1,7 +1,7 @@
-#include "intake/grayscan.h"
+#include "pixels/grayscan.h"
 
-#include "intake/graytable.h"
-#include "page/bandview.h"
+#include "pixels/bandview.h"
+#include "pixels/graytable.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "intake/grayscan.h"
+#include "pixels/grayscan.h"
 
 #include <QPixmap>
 #include <QRect>

@@ -1,5 +1,5 @@
-#include "intake/blankborders.h"
-#include "plaintrim.h"
+#include "pixels/blankborders.h"
+#include "pixels/plaintrim.h"
 #include "support/documents.h"
 #include "support/testmain.h"
 

@@ -1,7 +1,7 @@
-#include "page/bandview.h"
+#include "pixels/bandview.h"
 
-#include "page/brightcount.h"
-#include "page/multiversion.h"
+#include "pixels/brightcount.h"
+#include "pixels/multiversion.h"
 
 #include <QColorSpace>
 #include <QPaintEngine>

@@ -1,4 +1,4 @@
-#include "intake/imagefile.h"
+#include "pixels/imagefile.h"
 
 #include <QFileInfo>
 #include <QImageReader>

@@ -1,6 +1,6 @@
-#include "intake/blankborders.h"
+#include "pixels/blankborders.h"
 
-#include "page/multiversion.h"
+#include "pixels/multiversion.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,5 +1,5 @@
-#include "page/brightcount.h"
-#include "page/cutscan.h"
+#include "pixels/brightcount.h"
+#include "pixels/cutscan.h"
 #include "support/testmain.h"
 
 #include <QRandomGenerator>
