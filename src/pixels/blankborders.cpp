@@ -1,6 +1,6 @@
 #include "pixels/blankborders.h"
 
-#include "pixels/multiversion.h"
+#include "pixels/processor.h"
 
 #include <algorithm>
 #include <utility>
@@ -36,13 +36,24 @@ bool isContentRow(const uchar *row, int width, int threshold)
 }
 
 /// Adds 1 to each of \a counts whose pixel of \a row is ink.
-QUILLMARCH_MULTIVERSION
-void countInk(const uchar *row, int length, uchar threshold, quint8 *counts)
+Q_ALWAYS_INLINE void countInkOf(const uchar *row, int length, uchar threshold, quint8 *counts)
 {
     for (int x = 0; x < length; ++x) {
         counts[x] = quint8(counts[x] + (row[x] <= threshold ? 1 : 0));
     }
 }
+
+void countInkPlainly(const uchar *row, int length, uchar threshold, quint8 *counts)
+{
+    countInkOf(row, length, threshold, counts);
+}
+
+#ifdef QUILLMARCH_HAS_VECTORS
+QUILLMARCH_AVX2 void countInkAvx2(const uchar *row, int length, uchar threshold, quint8 *counts)
+{
+    countInkOf(row, length, threshold, counts);
+}
+#endif
 
 /// The first and the last content column; the width and -1 if there is none.
 struct Columns
@@ -61,6 +72,7 @@ Columns contentColumns(const GrayScan &scan, int threshold)
     std::vector<quint8> added(size_t(width), 0); // by the last rows
     std::vector<quint32> ink(size_t(width), 0);
     Columns found{width, -1};
+    const auto countInk = QUILLMARCH_FASTEST(countInkPlainly, countInkAvx2);
     const auto takeColumns = [&](int from, int to, int top, int bottom) {
         for (int y = top; y < bottom; ++y) {
             countInk(scan.levels(y, from, to), to - from, uchar(threshold), added.data() + from);

@@ -1,14 +1,12 @@
 #include "pixels/brightcount.h"
 
-#include "pixels/cutscan.h"
+#include "pixels/processor.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
-// Not on Windows, where gcc does not align the stack for such vectors.
-#if defined(__x86_64__) && defined(__GNUC__) && defined(__linux__)
-#define QUILLMARCH_HAS_VECTORS
+#ifdef QUILLMARCH_HAS_VECTORS
 #include <immintrin.h>
 #endif
 
@@ -18,13 +16,20 @@ namespace {
 // the vector units, few enough to count eight pixels wide in bytes.
 constexpr int blockLength = 256;
 
-// 192 is 0b11000000, so a red of 192 or more is one with both top bits set;
-// the same goes for a gray level.
-constexpr QRgb brightRed = 0x00c00000;
+// Both top bits, so that a level is bright if it has all bits of this one.
+static_assert(brightLevel == 0b11000000);
+constexpr QRgb brightRed = QRgb(brightLevel) << 16;
 
-// The red that premultiplying by alpha leaves is (t + (t >> 8) + 128) >> 8 with
-// t = red x alpha, as qPremultiply() has it; it reaches 192 from this t on.
+/// The red that premultiplying by alpha leaves of \a product, red x alpha, as
+/// qPremultiply() computes it.
+constexpr int premultipliedRed(int product)
+{
+    return (product + (product >> 8) + 128) >> 8;
+}
+
+// The smallest product whose premultiplied red is bright.
 constexpr int brightProduct = 48834;
+static_assert(premultipliedRed(brightProduct) == brightLevel && premultipliedRed(brightProduct - 1) < brightLevel);
 
 // So far ahead, in bytes, memory is asked for what will be read: about a row.
 constexpr qsizetype fetchDistance = 4096;
@@ -140,9 +145,6 @@ quint32 countIndexes(const uchar *row, int width, quint32 best, const IndexSet &
 }
 
 #ifdef QUILLMARCH_HAS_VECTORS
-
-#define QUILLMARCH_AVX2 __attribute__((target("avx2")))
-#define QUILLMARCH_AVX512 __attribute__((target("avx512bw,avx512vbmi,popcnt")))
 
 QUILLMARCH_AVX2 quint32 countRedsAvx2(const QRgb *row, int width, quint32 best)
 {
@@ -272,11 +274,11 @@ QList<BrightCounter> brightCounters()
 {
     QList<BrightCounter> counters{{"any", countReds, countProducts, countGrays, countIndexes}};
 #ifdef QUILLMARCH_HAS_VECTORS
-    if (__builtin_cpu_supports("avx2")) {
+    if (hasAvx2()) {
         counters.append({"AVX2", countRedsAvx2, countProductsAvx2, countGraysAvx2, countIndexesAvx2});
-        if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi")) {
-            counters.append({"AVX-512 VBMI", countRedsAvx2, countProductsAvx2, countGraysAvx2, countIndexesAvx512});
-        }
+    }
+    if (hasAvx512()) {
+        counters.append({"AVX-512 VBMI", countRedsAvx2, countProductsAvx2, countGraysAvx2, countIndexesAvx512});
     }
 #endif
     return counters;

@@ -5,6 +5,9 @@
 
 #include <array>
 
+/// The lowest value of the red channel, 0 to 255, at which a pixel is bright.
+inline constexpr int brightLevel = 192;
+
 /// A set of the 256 indexes of a palette.
 class IndexSet
 {
@@ -25,11 +28,11 @@ struct BrightCounter
 {
     const char *instructions;
 
-    /// Pixels with a red of 192 or more.
+    /// Pixels with a red of at least `brightLevel`.
     quint32 (*reds)(const QRgb *row, int width, quint32 best);
-    /// Pixels whose red is 192 or more after it was multiplied by their alpha.
+    /// Pixels with a red of at least `brightLevel` after premultiplication by their alpha.
     quint32 (*products)(const QRgb *row, int width, quint32 best);
-    /// Gray levels of 192 or more.
+    /// Gray levels of at least `brightLevel`.
     quint32 (*grays)(const uchar *row, int width, quint32 best);
     /// Indexes in \a wanted.
     quint32 (*indexes)(const uchar *row, int width, quint32 best, const IndexSet &wanted);

@@ -1,7 +1,7 @@
 #include "pixels/cutscan.h"
 
-#include "pixels/bandview.h"
 #include "pixels/brightcount.h"
+#include "pixels/rowviews.h"
 
 #include <QList>
 

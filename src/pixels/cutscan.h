@@ -4,9 +4,6 @@
 #include <QPixmap>
 #include <QRect>
 
-/// The lowest value of the red channel, 0 to 255, at which a pixel is bright.
-inline constexpr int brightLevel = 192;
-
 /// The row of \a image, counted from its top, with the most bright pixels.
 ///
 /// A pixel is bright if QImage::pixel() gives it a red of at least

@@ -1,7 +1,7 @@
 #include "pixels/grayscan.h"
 
-#include "pixels/bandview.h"
 #include "pixels/graytable.h"
+#include "pixels/rowviews.h"
 
 #include <algorithm>
 #include <cstring>
