@@ -9,17 +9,14 @@
 #define QUILLMARCH_HAS_VECTORS
 #define QUILLMARCH_AVX2 __attribute__((target("avx2")))
 #define QUILLMARCH_AVX512 __attribute__((target("avx512bw,avx512vbmi,popcnt")))
-
-inline bool hasAvx2()
-{
-    return __builtin_cpu_supports("avx2") != 0;
-}
-
-inline bool hasAvx512()
-{
-    return hasAvx2() && __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vbmi") != 0;
-}
 #endif
+
+/// Whether the processor runs AVX2, and the program has functions for it.
+[[nodiscard]] bool hasAvx2();
+
+/// The same for the parts of AVX-512 that QUILLMARCH_AVX512 names; AVX2 is then
+/// there, too.
+[[nodiscard]] bool hasAvx512();
 
 /// \a plain, or \a avx2, the same compiled for AVX2, if the processor has that.
 #ifdef QUILLMARCH_HAS_VECTORS
