@@ -3,6 +3,7 @@
 #include "pixels/processor.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -94,11 +95,16 @@ Columns contentColumns(const GrayScan &scan, int threshold)
     return found;
 }
 
-/// The bounds of what is not blank border in \a image.
+/// The bounds of what is not blank border in \a image. Nothing if the memory does
+/// not suffice to find them.
 std::optional<QRect> trimmedBounds(const QImage &image)
 {
-    const GrayScan scan(image);
-    return contentBounds(scan, inkThreshold(scan.histogram()));
+    try {
+        const GrayScan scan(image);
+        return contentBounds(scan, inkThreshold(scan.histogram()));
+    } catch (const std::bad_alloc &) {
+        return std::nullopt;
+    }
 }
 
 } // namespace
@@ -166,5 +172,6 @@ std::optional<QPixmap> withoutBlankBorders(const QPixmap &source)
     if (!bounds) {
         return std::nullopt;
     }
-    return QPixmap::fromImage(source.toImage().copy(*bounds));
+    const QPixmap trimmed = QPixmap::fromImage(source.toImage().copy(*bounds));
+    return trimmed.isNull() ? std::nullopt : std::optional(trimmed);
 }

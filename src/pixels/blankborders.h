@@ -23,5 +23,5 @@ int inkThreshold(const GrayHistogram &histogram);
 std::optional<QRect> contentBounds(const GrayScan &scan, int threshold);
 
 /// \a source without its blank borders, also if it has none. Nothing if it has
-/// no content.
+/// no content, or if the memory does not suffice.
 std::optional<QPixmap> withoutBlankBorders(const QPixmap &source);

@@ -40,15 +40,17 @@ struct Gray8
 };
 
 /// The indexes of \a image that are bright once its conversion to \a format has
-/// made colours of them.
+/// made colours of them. An index without an entry in the color table is dark.
 IndexSet brightIndexes(const QImage &image, QImage::Format format)
 {
     std::array<bool, 256> bright{};
-    const QImage colors = everyPixelValue(image).convertToFormat(format);
-    const auto *color = reinterpret_cast<const QRgb *>(colors.constScanLine(0));
-    for (size_t index = 0; index < bright.size(); ++index) {
-        bright[index] = qRed(color[index]) >= brightLevel;
+    const int count = std::min(image.colorCount(), int(bright.size()));
+    if (count == 0) {
+        return IndexSet(bright); // the conversion would take the indexes for gray levels
     }
+    const QImage colors = rowsView(everyPixelValue(image), QRect(0, 0, count, 1)).convertToFormat(format);
+    const auto *color = reinterpret_cast<const QRgb *>(colors.constScanLine(0));
+    std::transform(color, color + count, bright.begin(), [](QRgb rgb) { return qRed(rgb) >= brightLevel; });
     return IndexSet(bright);
 }
 
@@ -164,6 +166,9 @@ int brightestRow(const QPixmap &source, const QRect &window)
     case QImage::Format_Grayscale8:
         return bestRow(Gray8(), view);
     case QImage::Format_Indexed8:
+        if (view.colorCount() == 0) {
+            return bestRow(Gray8(), view); // in a copy the indexes are gray levels
+        }
         return bestRow(PaletteRule{brightIndexes(view, copied)}, view);
     default:
         return bestRowConverted(view, copied);

@@ -90,17 +90,20 @@ GrayHistogram countBytes(const QImage &image)
     return histogram;
 }
 
-/// The gray levels of the 256 indexes of \a image, of a palette.
-std::array<uchar, 256> levelsOfIndexes(const QImage &image)
+/// Finds the gray levels of the 256 indexes of \a image, of a palette. False if
+/// there is no memory for their conversion.
+bool findLevels(const QImage &image, std::array<uchar, 256> &levels)
 {
-    std::array<uchar, 256> levels{};
     QImage indexes = everyPixelValue(image);
     QList<QRgb> colors = image.colorTable();
     colors.resize(qsizetype(levels.size()), 0xff000000U); // the toolkit reads beyond a short table
     indexes.setColorTable(colors);
     const QImage converted = indexes.convertToFormat(QImage::Format_Grayscale8);
+    if (converted.isNull()) {
+        return false;
+    }
     std::copy_n(converted.constScanLine(0), levels.size(), levels.begin());
-    return levels;
+    return true;
 }
 
 } // namespace
@@ -113,16 +116,8 @@ GrayHistogram grayHistogram(const QImage &gray)
 GrayScan::GrayScan(const QImage &image)
     : source(image)
 {
-    if (image.depth() == 32 && image.pixelFormat().colorModel() == QPixelFormat::RGB) {
+    if (scan()) {
         size = image.size();
-        scanColors();
-    } else if (image.format() == QImage::Format_Indexed8) {
-        size = image.size();
-        scanIndexes();
-    } else {
-        gray = image.convertToFormat(QImage::Format_Grayscale8);
-        size = gray.size();
-        m_histogram = grayHistogram(gray);
     }
 }
 
@@ -142,46 +137,66 @@ const uchar *GrayScan::levels(int y, int from, int to) const
     return row.data();
 }
 
-void GrayScan::scanIndexes()
+bool GrayScan::scan()
 {
-    indexLevels = levelsOfIndexes(source);
+    if (source.depth() == 32 && source.pixelFormat().colorModel() == QPixelFormat::RGB) {
+        return scanColors();
+    }
+    if (source.format() == QImage::Format_Indexed8) {
+        return scanIndexes();
+    }
+    gray = source.convertToFormat(QImage::Format_Grayscale8);
+    m_histogram = grayHistogram(gray);
+    return !gray.isNull();
+}
+
+bool GrayScan::scanIndexes()
+{
+    if (!findLevels(source, indexLevels)) {
+        return false;
+    }
     row.resize(size_t(source.width()));
     const GrayHistogram counts = countBytes(source);
     for (size_t index = 0; index < counts.size(); ++index) {
         m_histogram[indexLevels[index]] += counts[index];
     }
+    return true;
 }
 
-void GrayScan::scanColors()
+bool GrayScan::scanColors()
 {
     table = std::make_unique<GrayTable>(source);
     isConverted.resize(size_t(source.height()), false);
     row.resize(size_t(source.width()));
-    for (int y = 0; y < size.height();) {
+    for (int y = 0; y < source.height();) {
         if (table->count(colorRow(source, y), source.width())) {
             ++y;
         } else {
             const int bottom = std::min(y + colorfulRows, source.height());
-            convertRows(y, bottom);
+            if (!convertRows(y, bottom)) {
+                return false;
+            }
             y = bottom;
         }
     }
-    table->convert();
+    if (!table->convert()) {
+        return false;
+    }
     table->addTo(m_histogram);
+    return true;
 }
 
-/// Has the toolkit convert the rows from \a top to \a bottom, excluded.
-void GrayScan::convertRows(int top, int bottom)
+/// Has Qt convert the rows from \a top to \a bottom, excluded.
+bool GrayScan::convertRows(int top, int bottom)
 {
     if (gray.isNull()) {
         gray = QImage(source.size(), QImage::Format_Grayscale8);
-        if (gray.isNull()) {
-            size = QSize(0, 0);
-            return;
-        }
     }
     const QRect part(0, top, source.width(), bottom - top);
     const QImage rows = rowsView(source, part).convertToFormat(QImage::Format_Grayscale8);
+    if (gray.isNull() || rows.isNull()) {
+        return false;
+    }
     LevelCounter counter;
     for (int y = top; y < bottom; ++y) {
         const uchar *converted = rows.constScanLine(y - top);
@@ -190,4 +205,5 @@ void GrayScan::convertRows(int top, int bottom)
         isConverted[size_t(y)] = true;
     }
     counter.addTo(m_histogram);
+    return true;
 }

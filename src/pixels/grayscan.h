@@ -40,12 +40,14 @@ public:
     const uchar *levels(int y, int from, int to) const;
 
 private:
-    void scanColors();
-    void scanIndexes();
-    void convertRows(int top, int bottom);
+    // False without the memory for a conversion.
+    bool scan();
+    bool scanColors();
+    bool scanIndexes();
+    bool convertRows(int top, int bottom);
 
     QImage source;
-    QSize size;
+    QSize size{0, 0};
     QImage gray; // of all rows, or of those in `isConverted`, or null
     std::vector<bool> isConverted;
     std::unique_ptr<GrayTable> table; // of the other rows

@@ -62,15 +62,19 @@ bool GrayTable::count(const QRgb *pixels, qsizetype length)
     return true;
 }
 
-void GrayTable::convert()
+bool GrayTable::convert()
 {
     if (colors.empty()) {
-        return;
+        return true;
     }
     QImage line(reinterpret_cast<const uchar *>(colors.data()), int(colors.size()), 1, format);
     line.setColorSpace(colorSpace);
     const QImage gray = line.convertToFormat(QImage::Format_Grayscale8);
+    if (gray.isNull()) {
+        return false;
+    }
     levels.assign(gray.constScanLine(0), gray.constScanLine(0) + colors.size());
+    return true;
 }
 
 void GrayTable::addTo(GrayHistogram &histogram) const

@@ -20,7 +20,8 @@ public:
     bool count(const QRgb *pixels, qsizetype length);
 
     /// Finds the levels of all colours. Call it once, after the last count().
-    void convert();
+    /// False without the memory for that.
+    bool convert();
 
     /// Adds the counted pixels to \a histogram by their levels.
     void addTo(GrayHistogram &histogram) const;

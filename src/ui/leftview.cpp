@@ -62,5 +62,7 @@ void LeftView::dropEvent(QDropEvent *)
 
 void LeftView::drawBackground(QPainter *painter, const QRectF &exposed)
 {
-    fillBackground(this, painter, exposed);
+    if (!fillBackground(this, painter, exposed)) {
+        QGraphicsView::drawBackground(painter, exposed);
+    }
 }

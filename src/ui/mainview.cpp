@@ -56,7 +56,9 @@ void MainView::dropEvent(QDropEvent *)
 
 void MainView::drawBackground(QPainter *painter, const QRectF &exposed)
 {
-    fillBackground(this, painter, exposed);
+    if (!fillBackground(this, painter, exposed)) {
+        QGraphicsView::drawBackground(painter, exposed);
+    }
 }
 
 double MainView::fittedScale(double width) const

@@ -70,8 +70,12 @@ void MainWindow::createActions()
 
 QList<QAction *> MainWindow::documentActions() const
 {
-    return {exportPdfAction, printAction,   decreaseMarginAction, increaseMarginAction, zoomInAction,
-            zoomOutAction,   twoColsAction, pageNumAction,        autoTrimAction};
+    QList<QAction *> actions{exportPdfAction, printAction,   decreaseMarginAction, increaseMarginAction,
+                             zoomInAction,    zoomOutAction, twoColsAction,        pageNumAction};
+    if (autoTrimAction != nullptr) {
+        actions.append(autoTrimAction);
+    }
+    return actions;
 }
 
 void MainWindow::createMenus()

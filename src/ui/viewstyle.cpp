@@ -3,6 +3,22 @@
 #include <QGraphicsView>
 #include <QPainter>
 
+namespace {
+
+/// Fills \a exposed, in the units of \a painter, in device pixels.
+void fillWholePixels(QPainter *painter, const QRectF &exposed, const QBrush &brush)
+{
+    const QRect area = painter->worldTransform().mapRect(exposed).toAlignedRect();
+    painter->save();
+    painter->resetTransform();
+    // A pixel more on each side, so that no edge is smoothed into what was there
+    // before where a pixel of the window is a fraction of the screen's.
+    painter->fillRect(area.adjusted(-1, -1, 1, 1), brush);
+    painter->restore();
+}
+
+} // namespace
+
 QString viewStyleSheet()
 {
     return QString::fromUtf8(
@@ -23,13 +39,15 @@ QString viewStyleSheet()
         "QScrollBar::add-page:horizontal, QScrollBar::sub-page:horizontal {    background: none;}");
 }
 
-void fillBackground(const QGraphicsView *view, QPainter *painter, const QRectF &exposed)
+bool fillBackground(const QGraphicsView *view, QPainter *painter, const QRectF &exposed)
 {
-    const QRect area = painter->worldTransform().mapRect(exposed).toAlignedRect();
-    painter->save();
-    painter->resetTransform();
-    // A pixel more on each side, so that no edge is smoothed into what was there
-    // before where a pixel of the window is a fraction of the screen's.
-    painter->fillRect(area.adjusted(-1, -1, 1, 1), view->scene()->backgroundBrush().color());
-    painter->restore();
+    const QBrush brush = view->scene()->backgroundBrush();
+    const bool isPlain = view->backgroundBrush().style() == Qt::NoBrush && brush.style() == Qt::SolidPattern
+        && brush.color().alpha() == 255;
+    if (isPlain) {
+        fillWholePixels(painter, exposed, brush);
+    } else if (view->viewport()->testAttribute(Qt::WA_OpaquePaintEvent)) {
+        fillWholePixels(painter, exposed, view->viewport()->palette().brush(view->viewport()->backgroundRole()));
+    }
+    return isPlain;
 }

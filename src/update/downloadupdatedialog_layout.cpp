@@ -203,8 +203,10 @@ void DownloadUpdateDialog::addButtons()
     buttonLayout->addStretch();
     mainLayout->addLayout(buttonLayout);
 
-    skipButton->setHidden(request.isForced);
-    laterButton->setHidden(request.isForced);
+    if (request.isForced) { // setHidden(false) would take the style sheet into account too early
+        skipButton->hide();
+        laterButton->hide();
+    }
     openFolderButton->hide();
     closeButton->hide();
     retryButton->hide(); // a repeat goes through the update button

@@ -122,6 +122,9 @@ protected:
         }
         return image;
     }
+
+    // A link leads nowhere: what it names would take the place of the notes.
+    void doSetSource(const QUrl &, QTextDocument::ResourceType) override {}
 };
 
 } // namespace

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <numeric>
 
 using namespace Qt::StringLiterals;
@@ -155,6 +156,8 @@ private slots:
     void findsTheRowInAWindow();
     void findsRowsInPalettes_data();
     void findsRowsInPalettes();
+    void takesNoIndexForALevel();
+    void indexesBeyondThePaletteAreDark();
     void looksAtEachPairOfAlphaAndRed_data();
     void looksAtEachPairOfAlphaAndRed();
     void looksAtDeepChannels_data();
@@ -249,6 +252,36 @@ void TestCutScan::findsRowsInPalettes()
         QCOMPARE(brightestRow(keptPixmap(image), window),
                  plainBrightestRow(withoutPalette(image).copy(window).toImage()));
     }
+}
+
+void TestCutScan::takesNoIndexForALevel()
+{
+    QImage image(70, 9, QImage::Format_Indexed8); // without any color
+    image.fill(100);
+    std::memset(image.scanLine(5), 250, 70);
+    QCOMPARE(plainBrightestRow(image), 0);
+    QCOMPARE(brightestRow(image), 0);
+
+    // In a copy of a pixmap's part the indexes have become gray levels.
+    const QPixmap pixmap = keptPixmap(image);
+    for (const QRect &window : {image.rect(), QRect(0, 2, 70, 6), QRect(3, 2, 9, 6), QRect(4, 2, 9, 6)}) {
+        const int expected = plainBrightestRow(pixmap.copy(window).toImage());
+        QCOMPARE(expected, 5 - window.top());
+        QCOMPARE(brightestRow(pixmap, window), expected);
+    }
+}
+
+void TestCutScan::indexesBeyondThePaletteAreDark()
+{
+    QImage image(70, 9, QImage::Format_Indexed8);
+    image.setColorTable({qRgb(0, 0, 0), qRgb(255, 255, 255)});
+    image.fill(0);
+    std::memset(image.scanLine(3), 2, 70);
+    std::memset(image.scanLine(5), 255, 70);
+    std::memset(image.scanLine(7), 1, 30);
+    QCOMPARE(plainBrightestRow(image), 7);
+    QCOMPARE(brightestRow(image), 7);
+    QCOMPARE(brightestRow(keptPixmap(image), QRect(0, 1, 70, 8)), 6);
 }
 
 void TestCutScan::looksAtEachPairOfAlphaAndRed_data()

@@ -88,6 +88,18 @@ QStringList enabledActions(const MainWindow &window)
     return names;
 }
 
+/// Where a window keeps its action for the trim. It is private; an explicit
+/// instantiation may name it all the same.
+QAction *MainWindow::*trimMember();
+
+template <QAction *MainWindow::*member>
+struct TrimMember
+{
+    friend QAction *MainWindow::*trimMember() { return member; }
+};
+
+template struct TrimMember<&MainWindow::autoTrimAction>;
+
 void addLanguages()
 {
     QTest::addColumn<bool>("english");
@@ -120,6 +132,7 @@ private slots:
     void iconSizeHasThreeSteps();
 
     void firstDocumentEnablesActionsInOrder();
+    void doesWithoutTheTrim();
     void refusedFilesEnableNothing();
     void nothingIsDisabledAgain();
     void shortcutsReachEnabledActionsOnly();
@@ -313,6 +326,22 @@ void TestActions::firstDocumentEnablesActionsInOrder()
     }
     window.loadImageFile(writePicture(QSize(100, 500)));
     QCOMPARE(order, documentActions);
+}
+
+void TestActions::doesWithoutTheTrim()
+{
+    MainWindow window;
+    window.*trimMember() = nullptr;
+    window.loadImageFile(writePicture(QSize(200, 1000)));
+    QStringList expected = documentActions;
+    expected.removeLast();
+    QStringList enabled = enabledActions(window);
+    for (const QString &name : {u"openAction"_s, u"exitAction"_s, u"guideAction"_s, u"aboutAction"_s}) {
+        enabled.removeOne(name);
+    }
+    enabled.sort();
+    expected.sort();
+    QCOMPARE(enabled, expected);
 }
 
 void TestActions::refusedFilesEnableNothing()
