@@ -3,44 +3,48 @@
 #include "pixels/brightcount.h"
 #include "pixels/rowviews.h"
 
-#include <QList>
-
 #include <algorithm>
 #include <array>
+#include <vector>
 
 namespace {
 
-// How many rows of an unusual format are converted at a time.
+// How many rows of other formats are converted at a time, so that they stay in the cache.
 constexpr int convertedRows = 64;
 
-struct RedOf32
+struct BestRow
 {
-    using Pixel = QRgb;
-    quint32 count(const QRgb *row, int width, quint32 best) const { return counter.reds(row, width, best); }
-
-    const BrightCounter &counter = fastestBrightCounter();
+    quint32 count = 0;
+    int row = 0;
 };
 
-/// Of a pixel that is stored with its plain colour, the red that premultiplying
-/// by alpha leaves is what counts.
-struct PremultipliedRedOf32
+/// Looks for a row of \a image with more than the best number of bright pixels.
+/// \a count is called with a row, its width and the number to exceed, as the
+/// functions of BrightCounter are; the top of \a image is row \a firstRow.
+template <typename Pixel, typename Count>
+void scanRows(const QImage &image, int firstRow, Count count, BestRow &best)
 {
-    using Pixel = QRgb;
-    quint32 count(const QRgb *row, int width, quint32 best) const { return counter.products(row, width, best); }
+    const int width = image.width();
+    const qsizetype bytesPerLine = image.bytesPerLine();
+    const uchar *bytes = image.constBits();
+    for (int y = 0; y < image.height() && best.count < quint32(width); ++y, bytes += bytesPerLine) {
+        const quint32 found = count(reinterpret_cast<const Pixel *>(bytes), width, best.count);
+        if (found > best.count) {
+            best = {found, firstRow + y};
+        }
+    }
+}
 
-    const BrightCounter &counter = fastestBrightCounter();
-};
-
-struct Gray8
+template <typename Pixel, typename Count>
+int bestRow(const QImage &image, Count count)
 {
-    using Pixel = uchar;
-    quint32 count(const uchar *row, int width, quint32 best) const { return counter.grays(row, width, best); }
-
-    const BrightCounter &counter = fastestBrightCounter();
-};
+    BestRow best;
+    scanRows<Pixel>(image, 0, count, best);
+    return best.row;
+}
 
 /// The indexes of \a image that are bright once its conversion to \a format has
-/// made colours of them. An index without an entry in the color table is dark.
+/// made colors of them. An index without an entry in the color table is dark.
 IndexSet brightIndexes(const QImage &image, QImage::Format format)
 {
     std::array<bool, 256> bright{};
@@ -49,48 +53,19 @@ IndexSet brightIndexes(const QImage &image, QImage::Format format)
         return IndexSet(bright); // the conversion would take the indexes for gray levels
     }
     const QImage colors = rowsView(everyPixelValue(image), QRect(0, 0, count, 1)).convertToFormat(format);
-    const auto *color = reinterpret_cast<const QRgb *>(colors.constScanLine(0));
+    const auto *color = pixelRow<QRgb>(colors, 0);
     std::transform(color, color + count, bright.begin(), [](QRgb rgb) { return qRed(rgb) >= brightLevel; });
     return IndexSet(bright);
 }
 
-struct PaletteRule
+/// The best row of \a image, whose indexes count by the color that a conversion
+/// to \a format gives them.
+int bestRowOfPalette(const QImage &image, QImage::Format format)
 {
-    using Pixel = uchar;
-    quint32 count(const uchar *row, int width, quint32 best) const { return counter.indexes(row, width, best, bright); }
-
-    IndexSet bright;
-    const BrightCounter &counter = fastestBrightCounter();
-};
-
-struct BestRow
-{
-    quint32 count = 0;
-    int row = 0;
-};
-
-template <typename Rule>
-void scanRows(const Rule &rule, const QImage &image, int firstRow, BestRow &best)
-{
-    const int width = image.width();
-    const int height = image.height();
-    const qsizetype bytesPerLine = image.bytesPerLine();
-    const uchar *bytes = image.constBits();
-    for (int y = 0; y < height && best.count < quint32(width); ++y, bytes += bytesPerLine) {
-        const auto *row = reinterpret_cast<const typename Rule::Pixel *>(bytes);
-        const quint32 count = rule.count(row, width, best.count);
-        if (count > best.count) {
-            best = {count, firstRow + y};
-        }
-    }
-}
-
-template <typename Rule>
-int bestRow(const Rule &rule, const QImage &image)
-{
-    BestRow best;
-    scanRows(rule, image, 0, best);
-    return best.row;
+    const IndexSet bright = brightIndexes(image, format);
+    return bestRow<uchar>(image, [&bright](const uchar *row, int width, quint32 best) {
+        return fastestBrightCounter().indexes(row, width, best, bright);
+    });
 }
 
 int bestRowConverted(const QImage &image, QImage::Format format)
@@ -98,29 +73,27 @@ int bestRowConverted(const QImage &image, QImage::Format format)
     BestRow best;
     for (int y = 0; y < image.height(); y += convertedRows) {
         const QRect rows(0, y, image.width(), std::min(convertedRows, image.height() - y));
-        scanRows(RedOf32(), rowsView(image, rows).convertToFormat(format), y, best);
+        const QImage converted = rowsView(image, rows).convertToFormat(format);
+        scanRows<QRgb>(converted, y, fastestBrightCounter().reds, best);
     }
     return best.row;
 }
 
 int bestRowByPixel(const QImage &image)
 {
-    const RedOf32 rule;
-    QList<QRgb> pixels(image.width());
+    std::vector<QRgb> pixels(size_t(image.width()));
+    const QImage row(reinterpret_cast<const uchar *>(pixels.data()), image.width(), 1, QImage::Format_ARGB32);
     BestRow best;
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
-            pixels[x] = image.pixel(x, y);
+            pixels[size_t(x)] = image.pixel(x, y);
         }
-        const quint32 count = rule.count(pixels.constData(), image.width(), best.count);
-        if (count > best.count) {
-            best = {count, y};
-        }
+        scanRows<QRgb>(row, y, fastestBrightCounter().reds, best);
     }
     return best.row;
 }
 
-/// The 32-bit format in which QImage::pixel() tells the pixels of \a image.
+/// The 32-bit format in which QImage::pixel() returns the pixels of \a image.
 QImage::Format pixelFormat(const QImage &image)
 {
     if (!image.hasAlphaChannel()) {
@@ -138,11 +111,11 @@ int brightestRow(const QImage &image)
     case QImage::Format_RGB32:
     case QImage::Format_ARGB32:
     case QImage::Format_ARGB32_Premultiplied:
-        return bestRow(RedOf32(), image);
+        return bestRow<QRgb>(image, fastestBrightCounter().reds);
     case QImage::Format_Grayscale8:
-        return bestRow(Gray8(), image);
+        return bestRow<uchar>(image, fastestBrightCounter().grays);
     case QImage::Format_Indexed8:
-        return bestRow(PaletteRule{brightIndexes(image, pixelFormat(image))}, image);
+        return bestRowOfPalette(image, pixelFormat(image));
     case QImage::Format_RGBA16FPx4:
     case QImage::Format_RGBA32FPx4:
         return bestRowByPixel(image); // their conversion to 32 bits goes through premultiplied colours
@@ -160,16 +133,16 @@ int brightestRow(const QPixmap &source, const QRect &window)
         return 0;
     case QImage::Format_RGB32:
     case QImage::Format_ARGB32_Premultiplied:
-        return bestRow(RedOf32(), view);
+        return bestRow<QRgb>(view, fastestBrightCounter().reds);
     case QImage::Format_ARGB32:
-        return bestRow(PremultipliedRedOf32(), view);
+        return bestRow<QRgb>(view, fastestBrightCounter().products);
     case QImage::Format_Grayscale8:
-        return bestRow(Gray8(), view);
+        return bestRow<uchar>(view, fastestBrightCounter().grays);
     case QImage::Format_Indexed8:
         if (view.colorCount() == 0) {
-            return bestRow(Gray8(), view); // in a copy the indexes are gray levels
+            return bestRow<uchar>(view, fastestBrightCounter().grays); // in a copy the indexes are gray levels
         }
-        return bestRow(PaletteRule{brightIndexes(view, copied)}, view);
+        return bestRowOfPalette(view, copied);
     default:
         return bestRowConverted(view, copied);
     }
