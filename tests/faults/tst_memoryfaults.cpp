@@ -2,9 +2,9 @@
 // image answers by being null.
 
 #include "app/mainwindow.h"
-#include "intake/blankborders.h"
-#include "intake/imagefile.h"
 #include "page/pageitem.h"
+#include "pixels/blankborders.h"
+#include "pixels/imagefile.h"
 #include "support/documents.h"
 #include "support/testmain.h"
 
