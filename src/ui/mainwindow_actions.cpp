@@ -13,6 +13,7 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
+#include <QToolButton>
 
 using namespace Qt::StringLiterals;
 
@@ -162,6 +163,11 @@ void MainWindow::styleToolBar()
     const int size = toolBarIconSize(screenDensity());
     mainToolBar->setIconSize(QSize(size, size));
     mainToolBar->setStyleSheet(u"QToolButton { padding: 0px; min-width: 44px; min-height: 44px; } "_s);
+    // Qt reserves its usual width for the button of the commands without room:
+    // with the width of the others most of it would lie beyond the bar.
+    if (auto *extension = mainToolBar->findChild<QToolButton *>(u"qt_toolbar_ext_button"_s)) {
+        extension->setStyleSheet(u"QToolButton { min-width: 0px; min-height: 0px; }"_s);
+    }
 }
 
 void MainWindow::showVersionSoon()
