@@ -95,6 +95,7 @@ public slots:
 protected:
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    void showEvent(QShowEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void moveEvent(QMoveEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
@@ -122,6 +123,7 @@ private:
 
     void saveWindowState();
     bool restoreWindowState(); // true if a saved geometry existed
+    void showFloatingToolBar();
     void saveSplitterState();
     void restoreSplitterState();
     bool isGeometryUsable(const QRect &rect) const;
