@@ -3,6 +3,7 @@
 #include "app/buildconfig.h"
 #include "ui/aboutdialog.h"
 #include "ui/screendensity.h"
+#include "ui/spokenname.h"
 
 #include <QAction>
 #include <QHBoxLayout>
@@ -149,7 +150,7 @@ void MainWindow::createStatusBar()
         u"QPushButton:hover {     background-color: rgba(0, 122, 255, 0.1); } "
         u"QPushButton:pressed {     background-color: rgba(0, 122, 255, 0.2); }"_s);
     updateButton->setToolTip(tr("点击下载最新版本"));
-    updateButton->setAccessibleName(updateButton->toolTip());
+    updateButton->setAccessibleName(spokenName(updateButton->toolTip(), u"Download the latest version"_s));
     connect(updateButton, &QPushButton::clicked, this, &MainWindow::showUpdateDialog);
 
     layout->addWidget(versionLabel, 0);
@@ -166,6 +167,7 @@ void MainWindow::styleToolBar()
     // Qt reserves its usual width for the button of the commands without room:
     // with the width of the others most of it would lie beyond the bar.
     if (auto *extension = mainToolBar->findChild<QToolButton *>(u"qt_toolbar_ext_button"_s)) {
+        extension->setAccessibleName(spokenName(u"更多命令"_s, u"More commands"_s));
         extension->setStyleSheet(u"QToolButton { min-width: 0px; min-height: 0px; }"_s);
     }
 }
