@@ -56,6 +56,11 @@ void DocumentView::showScrollBars()
     setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
 }
 
+void DocumentView::scrollToTop()
+{
+    verticalScrollBar()->setValue(verticalScrollBar()->minimum());
+}
+
 bool DocumentView::wouldShowScrollBarAgain(const QResizeEvent *event, double scale) const
 {
     const QScrollBar *bar = verticalScrollBar();

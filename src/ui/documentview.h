@@ -14,6 +14,9 @@ public:
     /// Lets the scroll bars come up as needed; they are off at first.
     void showScrollBars();
 
+    /// Shows the top of the scene; the horizontal place stays.
+    void scrollToTop();
+
 protected:
     /// Whether the resize \a event comes from the vertical scroll bar, which has
     /// just disappeared, and a scene of the scale \a scale would bring it back at

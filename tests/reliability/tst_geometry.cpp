@@ -2,7 +2,7 @@
 
 #include "app/mainwindow.h"
 #include "page/pageitem.h"
-#include "pixels/cutscan.h"
+#include "pixels/brightcount.h"
 #include "support/documentinvariants.h"
 #include "support/documents.h"
 #include "support/testmain.h"

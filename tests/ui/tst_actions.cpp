@@ -14,6 +14,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QSignalSpy>
+#include <QStyle>
 #include <QToolBar>
 #include <QToolButton>
 
@@ -128,6 +129,7 @@ private slots:
     void buildsOneToolBar();
     void toolBarFollowsTheDensity();
     void toolButtonsAreLargeEnough();
+    void leadsToTheCommandsWithoutRoom();
     void iconSizeHasThreeSteps_data();
     void iconSizeHasThreeSteps();
 
@@ -284,6 +286,23 @@ void TestActions::toolButtonsAreLargeEnough()
             QVERIFY(qobject_cast<const QToolButton *>(button));
             QVERIFY2(button->width() >= 44 && button->height() >= 44, qPrintable(action->objectName()));
         }
+    }
+}
+
+void TestActions::leadsToTheCommandsWithoutRoom()
+{
+    MainWindow window;
+    window.resize(400, 400);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const auto *bar = childOf<QToolBar>(window, "mainToolbar");
+    const auto *extension = childOf<QToolButton>(*bar, "qt_toolbar_ext_button");
+    QVERIFY(extension->isVisible());
+    QVERIFY(bar->rect().contains(extension->geometry()));
+    QCOMPARE(extension->width(), bar->style()->pixelMetric(QStyle::PM_ToolBarExtensionExtent));
+    QCOMPARE_GE(extension->height(), 44);
+    for (const QToolButton *button : bar->findChildren<QToolButton *>()) {
+        QVERIFY(button == extension || !button->isVisible() || !button->geometry().intersects(extension->geometry()));
     }
 }
 
