@@ -37,7 +37,7 @@ void exportFromWindow(const QString &image, const PageOptions &options, const QS
         trigger(window, "pageNumAction");
     }
     QFile::remove(path); // or the dialog would ask a question
-    onNextDialog<QFileDialog>([path](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([path](QFileDialog *dialog) {
         dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
         static_cast<QDialog *>(dialog)->accept();
     });
@@ -211,7 +211,7 @@ void TestBatchPages::writesWhatTheWindowWrites()
     const PdfFacts facts = pdfFacts(u"batch.pdf"_s);
     QVERIFY(expected.pages > 0);
     QCOMPARE(facts.pages, expected.pages);
-    QCOMPARE(facts.pageSize, expected.pageSize);
+    QCOMPARE(facts.pageSizes, expected.pageSizes);
     const QList<QImage> expectedSheets = pdfPictures(u"window.pdf"_s, dotsPerInch);
     const QList<QImage> sheets = pdfPictures(u"batch.pdf"_s, dotsPerInch);
     QCOMPARE(sheets.size(), facts.pages);

@@ -48,7 +48,7 @@ void exportTo(
     MainWindow &window, const QString &path, const std::function<void()> &fault = [] {})
 {
     const Consent consent;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
         QObject::connect(dialog, &QDialog::accepted, dialog, fault);
         dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
         static_cast<QDialog *>(dialog)->accept();

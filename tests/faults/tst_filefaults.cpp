@@ -152,7 +152,7 @@ void TestFileFaults::keepsThePages()
     QCOMPARE(toastText(document.window), failure);
     QCOMPARE(document.change(), QString());
 
-    dropToast(document.window);
+    hideToast(document.window);
     document.window.loadImageFile(savedPicture(blockPicture(70, 250, 2), u"next.png"_s));
     QCOMPARE(toastText(document.window), QString());
     QCOMPARE(stripsOf(document.window).size(), 3);
@@ -197,7 +197,7 @@ void TestFileFaults::fileGoesBetweenDialogAndRead()
     const QString path = savedPicture(blockPicture(100, 100), u"short-lived.png"_s);
     OpenDocument document;
     bool isGone = false;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
         connect(dialog, &QDialog::accepted, dialog, [&] { isGone = QFile::remove(path); });
         dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
         static_cast<QDialog *>(dialog)->accept();
@@ -213,7 +213,7 @@ void TestFileFaults::refusesEveryTruncatedPng()
     const QByteArray whole = written(blockPicture(70, 450, 3), "PNG");
     OpenDocument document;
     for (int percent = 0; percent < 100; ++percent) {
-        dropToast(document.window);
+        hideToast(document.window);
         document.window.loadImageFile(savedBytes(whole.left(whole.size() * percent / 100), u"cut.png"_s));
         QVERIFY2(toastText(document.window) == failure, qPrintable(u"%1 %"_s.arg(percent)));
         QVERIFY2(document.change().isEmpty(), qPrintable(u"%1 %: %2"_s.arg(percent).arg(document.change())));

@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     window.loadImageFile(path);
     require(QImageReader::allocationLimit() >= 256, "the limit never falls below its floor");
     const bool isRefused = !toastText(window).isEmpty();
-    dropToast(window);
+    hideToast(window);
     settle();
     if (isRefused) {
         require(stripsOf(window).size() == stripsBefore, "a refused file leaves the pages alone");
@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     requireWholeDocument(window);
     drawAndExport(window);
     window.onAutoTrimClicked();
-    dropToast(window);
+    hideToast(window);
     window.onTwoColsClicked();
     requireWholeDocument(window);
     drawAndExport(window);

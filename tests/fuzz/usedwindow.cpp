@@ -53,7 +53,7 @@ void resetWindow(MainWindow &window)
     if (showPageNumbers()) {
         window.onPageNumClicked();
     }
-    dropToast(window);
+    hideToast(window);
     settle();
 }
 
