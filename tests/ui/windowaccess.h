@@ -13,7 +13,7 @@
 #include <QScreen>
 #include <QSettings>
 
-/// Empties what a window finds at its construction: the window state and the
+/// Clears what a window reads at its construction: the window state and the
 /// configuration file.
 inline void forgetEverything()
 {
@@ -21,24 +21,23 @@ inline void forgetEverything()
     PrivateHome::removeConfigFile();
 }
 
-/// Writes a picture of \a size, black bars on white within a white rim of 20
-/// pixels, into the working directory. Returns its path.
+/// Saves barPicture() in the working directory and returns its path.
 inline QString writePicture(QSize size)
 {
     return savedPicture(barPicture(size), QStringLiteral("%1x%2.png").arg(size.width()).arg(size.height()));
 }
 
 /// The logical dots per inch of the primary screen divided by 96.
-inline double densityOfRun()
+inline double screenDensityOfRun()
 {
     return QGuiApplication::primaryScreen()->logicalDotsPerInchX() / 96.0;
 }
 
-/// Whether the screen has the density that the run was asked for by
-/// QT_FONT_DPI; true where none was asked for.
-inline bool hasDensityAskedFor()
+/// Whether the screen has the density that QT_FONT_DPI requests; true without
+/// that variable.
+inline bool hasRequestedDensity()
 {
-    bool asked = false;
-    const int dotsPerInch = qEnvironmentVariableIntValue("QT_FONT_DPI", &asked);
-    return !asked || qFuzzyCompare(QGuiApplication::primaryScreen()->logicalDotsPerInchX(), double(dotsPerInch));
+    bool isRequested = false;
+    const int dotsPerInch = qEnvironmentVariableIntValue("QT_FONT_DPI", &isRequested);
+    return !isRequested || qFuzzyCompare(QGuiApplication::primaryScreen()->logicalDotsPerInchX(), double(dotsPerInch));
 }
