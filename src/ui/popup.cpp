@@ -24,6 +24,7 @@ PopUp::PopUp(QWidget *parent)
     animation.setTargetObject(this);
     animation.setPropertyName("popupOpacity");
     connect(&animation, &QPropertyAnimation::finished, this, &PopUp::hide);
+    label.setObjectName(u"popupLabel"_s);
     label.setAlignment(Qt::AlignCenter);
     label.setStyleSheet(
         u"QLabel { color : white; margin-top: 6px;margin-bottom: 6px;margin-left: 10px;margin-right: 10px; }"_s);

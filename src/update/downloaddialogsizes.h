@@ -4,12 +4,12 @@
 
 #include <optional>
 
-// How the download dialog follows the density of the screen, see
-// screenDensity(). Without a screen the sizes are those of density 1.0.
+// The sizes of the download dialog for a screen density, see screenDensity().
+// Without a screen they are those of density 1.0.
 
-double downloadDialogPointSize(std::optional<double> density);
+[[nodiscard]] double downloadDialogPointSize(std::optional<double> density);
 
-QSize downloadDialogSize(std::optional<double> density);
+[[nodiscard]] QSize downloadDialogSize(std::optional<double> density);
 
 /// The margin on all four sides of the dialog.
-int downloadDialogMargin(std::optional<double> density);
+[[nodiscard]] int downloadDialogMargin(std::optional<double> density);

@@ -23,9 +23,9 @@ namespace {
 
 constexpr int displayInterval = 100; // ms
 constexpr int speedInterval = 1000; // ms
-constexpr qint64 hashBlock = 8192; // bytes
+constexpr qint64 hashBlockSize = 8192; // bytes
 
-void openWithTheSystem(const QString &path)
+void openExternally(const QString &path)
 {
     QDesktopServices::openUrl(QUrl::fromLocalFile(path));
 }
@@ -89,7 +89,7 @@ void DownloadUpdateDialog::showFinishedState()
         closeButton->setText(tr("关闭"));
         closeButton->setObjectName(QString());
     }
-    // A style sheet looks at object names only when a widget is polished.
+    // Style sheets match object names only when a widget is polished.
     style()->unpolish(closeButton);
     style()->polish(closeButton);
 }
@@ -121,7 +121,7 @@ bool DownloadUpdateDialog::verifyChecksum(const QString &path, const QString &ex
         return false;
     }
     QCryptographicHash hash(QCryptographicHash::Md5);
-    for (QByteArray block = file.read(hashBlock); !block.isEmpty(); block = file.read(hashBlock)) {
+    for (QByteArray block = file.read(hashBlockSize); !block.isEmpty(); block = file.read(hashBlockSize)) {
         hash.addData(block);
     }
     return QString::fromLatin1(hash.result().toHex()).toLower() == expected.toLower();
@@ -156,7 +156,7 @@ void DownloadUpdateDialog::onUpdateClicked()
         return;
     }
     if (isFinished && checksumOk) {
-        openWithTheSystem(filePath);
+        openExternally(filePath);
         return;
     }
     if (isFinished) {
@@ -178,7 +178,7 @@ void DownloadUpdateDialog::onLaterClicked()
 void DownloadUpdateDialog::onSkipClicked()
 {
     dialogResult = 2;
-    // Of the working directory, not the file beside the executable.
+    // The file in the working directory, not the one next to the executable.
     QSettings(u"user.ini"_s, QSettings::IniFormat).setValue(u"update/skippedVersion"_s, request.latestVersion);
     reject();
 }
@@ -190,7 +190,7 @@ void DownloadUpdateDialog::onCloseClicked()
         return;
     }
     if (!filePath.isEmpty()) {
-        openWithTheSystem(filePath);
+        openExternally(filePath);
     }
     dialogResult = 0;
     accept();
@@ -209,8 +209,8 @@ void DownloadUpdateDialog::onDownloadProgress(int progress, qint64 received, qin
             setDownloadFileSize(total);
         }
     }
-    // The total so far, not what came since the last report: the speed display
-    // climbs as the download goes on.
+    // The total so far, not the bytes since the last report: the displayed speed
+    // rises during the download.
     speedBytes = received;
     progressBar->setValue(progress);
     if (auto *percentLabel = qobject_cast<QLabel *>(progressLayout->itemAt(1)->widget())) {
@@ -247,7 +247,7 @@ void DownloadUpdateDialog::updateProgressDisplay()
 void DownloadUpdateDialog::openDownloadFolder()
 {
     if (!filePath.isEmpty()) {
-        openWithTheSystem(QFileInfo(filePath).absolutePath());
+        openExternally(QFileInfo(filePath).absolutePath());
     }
 }
 
@@ -256,8 +256,9 @@ void DownloadUpdateDialog::setDownloadFileSize(qint64 bytes)
     fileSizeLabel->setText(tr("文件大小：%1").arg(formatBytes(bytes)));
 }
 
-/// Shows the speed if more than \a interval ms have passed since it was shown
-/// last, and starts a new measurement. Returns it in bytes per second.
+/// Shows the speed if more than \a interval ms have passed since it was last
+/// shown, and starts a new measurement. Returns the speed in bytes per second,
+/// or nothing if it was not shown.
 std::optional<qint64> DownloadUpdateDialog::refreshSpeed(qint64 interval)
 {
     const qint64 now = QDateTime::currentMSecsSinceEpoch();

@@ -12,7 +12,7 @@ class QPushButton;
 class QTimer;
 class QVBoxLayout;
 
-/// What the download dialog is told of the version on offer.
+/// The version that the download dialog offers.
 struct DownloadRequestInfo
 {
     QString latestVersion;
@@ -25,11 +25,11 @@ struct DownloadRequestInfo
     bool hasUpdate = false;
 };
 
-/// Presents a new version, shows the progress of its download, and tells
-/// whether the MD5 of the file matches.
+/// Presents a new version, shows the progress of its download, and reports
+/// whether the MD5 checksum of the file matches.
 ///
-/// The dialog does no network work: it asks for the download by
-/// requestStartDownload(), and is told how it goes through its slots. Closing
+/// The dialog does no network work: it requests the download by
+/// requestStartDownload(), and its slots receive progress and outcome. Closing
 /// it does not stop the download.
 class DownloadUpdateDialog : public QDialog
 {
@@ -44,15 +44,15 @@ public:
     void showFailedState();
     void showDownloadingText();
 
-    /// True if the MD5 of the file \a path is \a expected, hexadecimal in
-    /// either case, or if nothing is expected. Then the file is not read.
-    bool verifyChecksum(const QString &path, const QString &expected) const;
+    /// True if the MD5 checksum of the file \a path is \a expected, hexadecimal
+    /// in either case. An empty \a expected is always true: the file is not read.
+    [[nodiscard]] bool verifyChecksum(const QString &path, const QString &expected) const;
 
-    /// A byte count with a blank before the unit: "1.5 MB".
-    QString formatBytes(qint64 bytes) const;
+    /// A byte count with a space before the unit: "1.5 MB".
+    [[nodiscard]] QString formatBytes(qint64 bytes) const;
 
     /// Bytes per second: "1.5 MB/s".
-    QString formatSpeed(qint64 bytesPerSecond) const;
+    [[nodiscard]] QString formatSpeed(qint64 bytesPerSecond) const;
 
 public slots:
     void onUpdateClicked();
@@ -64,7 +64,7 @@ public slots:
     /// \a total is -1.
     void onDownloadProgress(int progress, qint64 received, qint64 total);
 
-    /// Takes over the downloaded file \a path and checks its MD5.
+    /// Accepts the downloaded file \a path and verifies its MD5 checksum.
     void onDownloadFinished(const QString &path);
     void onDownloadError(const QString &error);
     void updateProgressDisplay();
@@ -115,5 +115,5 @@ private:
     QTimer *displayTimer = nullptr;
     QTimer *speedTimer = nullptr;
     qint64 lastSpeedTime = 0; // ms since the epoch
-    qint64 speedBytes = 0; // received in all at the last progress report
+    qint64 speedBytes = 0; // received in total at the last progress report
 };

@@ -19,21 +19,21 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QSize buttonSize(100, 36);
-constexpr qsizetype longestNotes = 300;
-constexpr qsizetype longestLine = 50;
-constexpr qsizetype shortenedLine = 47;
-constexpr qsizetype longestChecksum = 16;
-constexpr qsizetype checksumEnd = 8;
+constexpr qsizetype maxNotesLength = 300;
+constexpr qsizetype maxLineLength = 50;
+constexpr qsizetype shortenedLineLength = 47;
+constexpr qsizetype maxChecksumLength = 16;
+constexpr qsizetype checksumEndLength = 8;
 
 QString shortChecksum(const QString &checksum)
 {
     if (checksum.isEmpty()) {
         return DownloadUpdateDialog::tr("无校验信息");
     }
-    if (checksum.size() <= longestChecksum) {
+    if (checksum.size() <= maxChecksumLength) {
         return checksum;
     }
-    return checksum.left(checksumEnd) + u"..."_s + checksum.right(checksumEnd);
+    return checksum.left(checksumEndLength) + u"..."_s + checksum.right(checksumEndLength);
 }
 
 QString shortNotes(const QString &notes)
@@ -41,27 +41,29 @@ QString shortNotes(const QString &notes)
     if (notes.isEmpty()) {
         return DownloadUpdateDialog::tr("• 性能优化\n• 稳定性提升\n• 用户体验改进");
     }
-    const QString cut = notes.size() > longestNotes ? notes.left(longestNotes) + u"..."_s : notes;
+    const QString cut = notes.size() > maxNotesLength ? notes.left(maxNotesLength) + u"..."_s : notes;
     QStringList lines = cut.split(u'\n');
     for (QString &line : lines) {
-        if (line.size() > longestLine) {
-            line = line.left(shortenedLine) + u"..."_s;
+        if (line.size() > maxLineLength) {
+            line = line.left(shortenedLineLength) + u"..."_s;
         }
     }
     return lines.join(u'\n');
 }
 
-QLabel *makeLabel(const QString &text, const QString &style, QWidget *parent)
+QLabel *makeLabel(const QString &name, const QString &text, const QString &style, QWidget *parent)
 {
     auto *label = new QLabel(text, parent);
-    label->setTextFormat(Qt::PlainText); // or HTML in a report could have files of the user shown
+    label->setObjectName(name);
+    label->setTextFormat(Qt::PlainText); // HTML in a report could show files of the user
     label->setStyleSheet(style);
     return label;
 }
 
-QPushButton *makeButton(const QString &text, QWidget *parent)
+QPushButton *makeButton(const QString &name, const QString &text, QWidget *parent)
 {
     auto *button = new QPushButton(text, parent);
+    button->setObjectName(name);
     button->setFixedSize(buttonSize);
     return button;
 }
@@ -84,16 +86,18 @@ void DownloadUpdateDialog::setupUi()
 void DownloadUpdateDialog::addVersionLabels()
 {
     const QString lineStyle = u"font-size: 13pt; color: #48484a; margin-bottom: 4px;"_s;
-    titleLabel = makeLabel(request.isForced ? tr("重要更新通知") : tr("发现新版本"),
+    titleLabel = makeLabel(u"titleLabel"_s, request.isForced ? tr("重要更新通知") : tr("发现新版本"),
                            u"font-size: 18pt; font-weight: 600; color: #1d1d1f; margin-bottom: 8px;"_s, this);
-    subtitleLabel = makeLabel(tr("Quillmarch %1 现已可用！").arg(request.latestVersion),
+    subtitleLabel = makeLabel(u"subtitleLabel"_s, tr("Quillmarch %1 现已可用！").arg(request.latestVersion),
                               u"font-size: 15pt; font-weight: 500; color: #1d1d1f; margin-bottom: 16px;"_s, this);
-    setAccessibleName(spokenName(titleLabel->text(), // for want of a window title
+    setAccessibleName(spokenName(titleLabel->text(), // the window has no title
                                  request.isForced ? u"Important update"_s : u"New version available"_s));
-    QLabel *currentVersionLabel = makeLabel(tr("当前版本：%1").arg(programVersion), lineStyle, this);
-    fileSizeLabel = makeLabel(tr("文件大小：%1").arg(request.fileSize.isEmpty() ? tr("计算中...") : request.fileSize),
+    QLabel *currentVersionLabel =
+        makeLabel(u"currentVersionLabel"_s, tr("当前版本：%1").arg(programVersion), lineStyle, this);
+    fileSizeLabel = makeLabel(u"fileSizeLabel"_s,
+                              tr("文件大小：%1").arg(request.fileSize.isEmpty() ? tr("计算中...") : request.fileSize),
                               lineStyle, this);
-    checksumLabel = makeLabel(tr("MD5校验：%1").arg(shortChecksum(request.checksumMD5)),
+    checksumLabel = makeLabel(u"checksumLabel"_s, tr("MD5校验：%1").arg(shortChecksum(request.checksumMD5)),
                               u"font-size: 13pt; color: #48484a; margin-bottom: 16px; font-family: monospace;"_s, this);
     for (QLabel *label : {titleLabel, subtitleLabel, currentVersionLabel, fileSizeLabel, checksumLabel}) {
         mainLayout->addWidget(label);
@@ -102,11 +106,12 @@ void DownloadUpdateDialog::addVersionLabels()
 
 void DownloadUpdateDialog::addNotes()
 {
-    QLabel *heading =
-        makeLabel(tr("更新内容："), u"font-size: 13pt; font-weight: 500; color: #1d1d1f; margin-bottom: 8px;"_s, this);
+    QLabel *heading = makeLabel(u"notesHeading"_s, tr("更新内容："),
+                                u"font-size: 13pt; font-weight: 500; color: #1d1d1f; margin-bottom: 8px;"_s, this);
     mainLayout->addWidget(heading);
 
     auto *scrollArea = new QScrollArea(this);
+    scrollArea->setObjectName(u"notesArea"_s);
     scrollArea->setAccessibleName(spokenName(heading->text(), u"What's new"_s));
     scrollArea->setWidgetResizable(true);
     scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -128,7 +133,7 @@ QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: none;
 )"_s);
 
     updateLogLabel =
-        makeLabel(shortNotes(request.updateLog),
+        makeLabel(u"updateLogLabel"_s, shortNotes(request.updateLog),
                   u"font-size: 13pt; color: #48484a; background-color: transparent; padding: 12px;"_s, scrollArea);
     updateLogLabel->setWordWrap(true);
     updateLogLabel->setAlignment(Qt::AlignLeft | Qt::AlignTop);
@@ -139,13 +144,15 @@ QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: none;
 void DownloadUpdateDialog::addProgress()
 {
     auto *container = new QWidget(this);
-    // The leading dot keeps the rule off the widgets inside.
+    container->setObjectName(u"progressContainer"_s);
+    // The leading dot keeps the rule from the child widgets, which are of derived classes.
     container->setStyleSheet(
         u".QWidget { background-color: #f8f9fa; border-radius: 8px; border: 1px solid #e9ecef; padding: 12px; }"_s);
     progressLayout = new QHBoxLayout(container);
     progressLayout->setContentsMargins(0, 16, 0, 8);
 
     progressBar = new QProgressBar(container);
+    progressBar->setObjectName(u"progressBar"_s);
     progressBar->setFixedHeight(8);
     progressBar->setTextVisible(false);
     progressBar->setAccessibleName(spokenName(u"下载进度"_s, u"Download progress"_s));
@@ -155,24 +162,25 @@ QProgressBar { border: none; border-radius: 4px; background-color: #f5f5f5; }
 QProgressBar::chunk { border-radius: 4px; background-color: #007aff; }
 )"_s);
     progressLayout->addWidget(progressBar, 1);
-    progressLayout->addWidget(makeLabel(tr("0%"), u"font-size: 13pt; color: #48484a;"_s, container));
+    progressLayout->addWidget(makeLabel(u"percentLabel"_s, tr("0%"), u"font-size: 13pt; color: #48484a;"_s, container));
     container->hide();
     mainLayout->addWidget(container);
 }
 
 void DownloadUpdateDialog::addStatus()
 {
-    statusLabel = makeLabel(tr("准备下载..."), u"font-size: 13pt; color: #48484a;"_s, this);
-    speedLabel = makeLabel(QString(), u"font-size: 13pt; color: #8e8e93;"_s, this);
+    statusLabel = makeLabel(u"statusLabel"_s, tr("准备下载..."), u"font-size: 13pt; color: #48484a;"_s, this);
+    speedLabel = makeLabel(u"speedLabel"_s, QString(), u"font-size: 13pt; color: #8e8e93;"_s, this);
     speedLabel->hide();
     statusLayout = new QHBoxLayout;
+    statusLayout->setObjectName(u"statusLayout"_s);
     statusLayout->setContentsMargins(0, 0, 0, 16);
     statusLayout->addWidget(statusLabel);
     statusLayout->addStretch();
     statusLayout->addWidget(speedLabel);
     mainLayout->addLayout(statusLayout);
 
-    fileLocationLabel = makeLabel(QString(), u"font-size: 12pt; color: #8e8e93;"_s, this);
+    fileLocationLabel = makeLabel(u"fileLocationLabel"_s, QString(), u"font-size: 12pt; color: #8e8e93;"_s, this);
     fileLocationLabel->setWordWrap(true);
     fileLocationLabel->hide();
     mainLayout->addWidget(fileLocationLabel);
@@ -180,14 +188,13 @@ void DownloadUpdateDialog::addStatus()
 
 void DownloadUpdateDialog::addButtons()
 {
-    skipButton = makeButton(tr("跳过此版本"), this);
-    laterButton = makeButton(tr("稍后提醒"), this);
-    updateButton = makeButton(tr("立即更新"), this);
-    updateButton->setObjectName(u"primaryButton"_s);
+    skipButton = makeButton(u"skipButton"_s, tr("跳过此版本"), this);
+    laterButton = makeButton(u"laterButton"_s, tr("稍后提醒"), this);
+    updateButton = makeButton(u"primaryButton"_s, tr("立即更新"), this);
     updateButton->setDefault(true);
-    openFolderButton = makeButton(tr("打开文件夹"), this);
-    closeButton = makeButton(tr("关闭"), this);
-    retryButton = makeButton(tr("重试"), this);
+    openFolderButton = makeButton(u"openFolderButton"_s, tr("打开文件夹"), this);
+    closeButton = makeButton(QString(), tr("关闭"), this);
+    retryButton = makeButton(u"retryButton"_s, tr("重试"), this);
     connect(skipButton, &QPushButton::clicked, this, &DownloadUpdateDialog::onSkipClicked);
     connect(laterButton, &QPushButton::clicked, this, &DownloadUpdateDialog::onLaterClicked);
     connect(updateButton, &QPushButton::clicked, this, &DownloadUpdateDialog::onUpdateClicked);
@@ -196,6 +203,7 @@ void DownloadUpdateDialog::addButtons()
     connect(retryButton, &QPushButton::clicked, this, &DownloadUpdateDialog::onUpdateClicked);
 
     buttonLayout = new QHBoxLayout;
+    buttonLayout->setObjectName(u"buttonLayout"_s);
     buttonLayout->setSpacing(12);
     buttonLayout->setContentsMargins(0, 8, 0, 0);
     buttonLayout->addStretch();
@@ -205,13 +213,13 @@ void DownloadUpdateDialog::addButtons()
     buttonLayout->addStretch();
     mainLayout->addLayout(buttonLayout);
 
-    if (request.isForced) { // setHidden(false) would take the style sheet into account too early
+    if (request.isForced) { // setHidden(false) would apply the style sheet too early
         skipButton->hide();
         laterButton->hide();
     }
     openFolderButton->hide();
     closeButton->hide();
-    retryButton->hide(); // a repeat goes through the update button
+    retryButton->hide(); // the update button serves for retries
 }
 
 void DownloadUpdateDialog::applyStyle()

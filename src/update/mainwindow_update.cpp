@@ -22,12 +22,12 @@ namespace {
 constexpr int newVersionMessageTime = 5000; // ms
 constexpr int upToDateMessageTime = 3000; // ms
 
-// The property of a reply that carries the path of the target file.
+// The property of a reply that holds the path of the target file.
 constexpr const char *savePathProperty = "savePath";
 
 QString savePathFor(const QString &url, const QString &version)
 {
-    // The whole address counts as a path, so a query becomes part of the name.
+    // The whole address is treated as a path, so a query becomes part of the name.
     QString name = QFileInfo(url).fileName();
     if (name.isEmpty()) {
         name = fallbackPackageName(version);
@@ -102,7 +102,7 @@ void MainWindow::showUpdateDialog()
 
     auto *dialog = new DownloadUpdateDialog(request, this);
     downloadDialog = dialog;
-    // Its other request, to pause, has no answer: a download cannot be paused.
+    // requestPauseDownload() is not connected: a download cannot be paused.
     connect(dialog, &DownloadUpdateDialog::requestStartDownload, this, &MainWindow::startDownload);
     dialog->move(x() + (width() - dialog->width()) / 2, y() + (height() - dialog->height()) / 2);
     dialog->exec();
@@ -119,7 +119,7 @@ void MainWindow::startDownload()
         return;
     }
     if (downloadReply) {
-        // The abort delivers the error and finished() at once, and these slots
+        // abort() emits errorOccurred() and finished() immediately, and these slots
         // clear the member.
         const QPointer<QNetworkReply> replaced = downloadReply;
         replaced->abort();

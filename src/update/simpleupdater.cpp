@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Compares texts: 3.0 is not silenced by a skipped 3.0.0.
+/// Compares the texts: skipping 3.0.0 does not skip 3.0.
 bool isSkipped(const QString &version)
 {
     return QSettings().value(u"updater/skippedVersion"_s).toString() == version;
@@ -31,7 +31,7 @@ SimpleUpdater::SimpleUpdater(QObject *parent)
 SimpleUpdater::~SimpleUpdater()
 {
     if (reply) {
-        reply->disconnect(this); // no message box out of a destructor
+        reply->disconnect(this); // no message box from a destructor
         reply->abort();
         reply->deleteLater();
     }
@@ -49,8 +49,8 @@ void SimpleUpdater::checkForUpdates()
         return;
     }
     while (reply) {
-        // The abort delivers finished() at once. onUpdateCheckFinished() then
-        // clears the member and may run an event loop, in which the next check
+        // abort() emits finished() immediately. onUpdateCheckFinished() then
+        // clears the member and may run an event loop, in which another check
         // can start.
         const QPointer<QNetworkReply> replaced = reply;
         replaced->abort();
@@ -119,7 +119,7 @@ void SimpleUpdater::onUpdateCheckFinished()
         return;
     }
     const QNetworkReply::NetworkError error = reply->error();
-    const QByteArray body = reply->isReadable() ? reply->readAll() : QByteArray(); // closed by an abort
+    const QByteArray body = reply->isReadable() ? reply->readAll() : QByteArray(); // an aborted reply is closed
     reply->deleteLater();
     reply = nullptr;
 
@@ -146,7 +146,7 @@ void SimpleUpdater::onUpdateCheckFinished()
 
 void SimpleUpdater::onDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
 {
-    // A release document is too short for a progress display.
+    // A release document is too small for a progress display.
     Q_UNUSED(bytesReceived)
     Q_UNUSED(bytesTotal)
 }

@@ -10,8 +10,8 @@ class QNetworkReply;
 /// Fetches the release document, and opens an UpdateDialog if it offers a
 /// newer release for this platform that the user has not skipped.
 ///
-/// An interactive check tells every other outcome in a message box, a silent
-/// one tells nothing. A check that is started while one runs replaces it.
+/// An interactive check reports every other outcome in a message box, a silent
+/// one reports nothing. A new check replaces a running one.
 class SimpleUpdater : public QObject
 {
     Q_OBJECT
@@ -29,18 +29,18 @@ public:
     void checkForUpdatesSilently();
 
     /// The platform identifier of the build.
-    QString currentPlatform() const;
+    [[nodiscard]] QString currentPlatform() const;
 
-    /// True if \a latest is a higher version than \a current. Takes any
-    /// number of segments and ignores what follows them; a text that does not
-    /// begin with a number is never newer.
-    bool isNewerVersion(const QString &latest, const QString &current) const;
+    /// True if \a latest is a higher version than \a current. Accepts any
+    /// number of segments and ignores a suffix; a text that does not begin
+    /// with a number is never newer.
+    [[nodiscard]] bool isNewerVersion(const QString &latest, const QString &current) const;
 
-    /// Takes over the release that \a body offers to this platform. Returns
-    /// false and keeps the earlier release if there is none.
+    /// Stores the release that \a body offers for this platform. Returns false
+    /// and keeps the stored release if there is none.
     bool parseReleaseDocument(const QByteArray &body);
 
-    /// The release of the last document that could be read.
+    /// The release from the last document that was readable.
     const ReleaseInfo &foundRelease() const { return release; }
 
     void showCheckError(const QString &message);

@@ -4,18 +4,18 @@
 
 #include <QDialog>
 
+class NotesBrowser;
 class QLabel;
 class QPushButton;
-class QTextBrowser;
 
 /// The notes of \a release as HTML: title, date if there is one, description.
 /// Nothing is escaped, so HTML in a release document takes effect.
-QString releaseHtml(const ReleaseInfo &release);
+[[nodiscard]] QString releaseHtml(const ReleaseInfo &release);
 
-/// Offers a new release: to download it by the web browser, to be reminded by
-/// the next check, or to skip it.
+/// Offers a new release: the user downloads it in the web browser, is reminded
+/// by the next check, or skips it.
 ///
-/// Does not download by itself, and stores nothing but a skipped version.
+/// Downloads nothing itself, and stores nothing but a skipped version.
 class UpdateDialog : public QDialog
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ public slots:
     void onDownloadClicked();
     void onRemindLaterClicked();
 
-    /// Silences this very version text for all later checks.
+    /// Silences all later checks that find exactly this version text.
     void onSkipVersionClicked();
 
 private:
@@ -37,7 +37,7 @@ private:
     ReleaseInfo release;
     QLabel *titleLabel = nullptr;
     QLabel *iconLabel = nullptr;
-    QTextBrowser *notesBrowser = nullptr;
+    NotesBrowser *notesBrowser = nullptr;
     QPushButton *downloadButton = nullptr;
     QPushButton *remindLaterButton = nullptr;
     QPushButton *skipVersionButton = nullptr;

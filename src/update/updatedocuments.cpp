@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype longestNotes = 500;
+constexpr qsizetype maxNotesLength = 500;
 
 ReleaseInfo releaseFrom(const QJsonObject &release, const QJsonObject &package, const QString &platform)
 {
@@ -23,7 +23,7 @@ ReleaseInfo releaseFrom(const QJsonObject &release, const QJsonObject &package, 
     info.releaseDate = release["releaseDate"_L1].toString();
     info.isForced = release["isForced"_L1].toBool(false);
     info.platform = platform;
-    // By way of the variant, so that a size written as a text counts too.
+    // The conversion to QVariant also accepts a size written as text.
     info.fileSize = package["fileSize"_L1].toVariant().toLongLong();
     return info;
 }
@@ -127,16 +127,16 @@ QString formatReleaseNotes(const QString &notes)
         return u"暂无更新说明"_s;
     }
     const QString trimmed = notes.trimmed();
-    if (trimmed.size() > longestNotes) {
-        return trimmed.left(longestNotes) + u"..."_s;
+    if (trimmed.size() > maxNotesLength) {
+        return trimmed.left(maxNotesLength) + u"..."_s;
     }
     return trimmed;
 }
 
 QString packageFileName(const UpdateVersion &version, const QString &platform)
 {
-    // Every platform but one counts as macOS in the name, and every platform
-    // but one is packed as zip. So Linux gets a name of its own making.
+    // All platforms except Windows are named macOS, and all except macOS have
+    // the suffix zip, so the name for Linux is a mixture.
     const QString system = platform == "windows"_L1 ? u"Windows"_s : u"macOS"_s;
     const QString suffix = platform == "macos"_L1 ? u"dmg"_s : u"zip"_s;
     return u"Quillmarch_v%1_%2.%3"_s.arg(version.toString(), system, suffix);

@@ -13,7 +13,7 @@ constexpr double bytesPerKilobyte = 1024.0;
 constexpr double bytesPerMegabyte = 1048576.0;
 constexpr double bytesPerGigabyte = 1073741824.0;
 
-bool carriesUnit(const QString &size)
+bool hasUnit(const QString &size)
 {
     return size.contains("MB"_L1) || size.contains("GB"_L1) || size.contains("KB"_L1);
 }
@@ -66,7 +66,7 @@ QString platformDisplayName(const QString &identifier)
 
 QString formatSizeText(const QString &size)
 {
-    if (carriesUnit(size)) {
+    if (hasUnit(size)) {
         return size;
     }
     bool isNumber = false;
@@ -88,17 +88,17 @@ QString formatSizeText(const QString &size)
 
 QString formatPublishTime(const QString &time)
 {
-    const QString shown = u"yyyy-MM-dd hh:mm"_s;
+    const QString displayFormat = u"yyyy-MM-dd hh:mm"_s;
     if (time.isEmpty()) {
         return {};
     }
     if (const QDateTime read = QDateTime::fromString(time, Qt::ISODate); read.isValid()) {
-        return read.toString(shown);
+        return read.toString(displayFormat);
     }
-    for (const QString &pattern :
+    for (const QString &format :
          {u"yyyy-MM-dd hh:mm:ss"_s, u"yyyy-MM-dd"_s, u"yyyy/MM/dd hh:mm:ss"_s, u"yyyy/MM/dd"_s}) {
-        if (const QDateTime read = QDateTime::fromString(time, pattern); read.isValid()) {
-            return read.toString(shown);
+        if (const QDateTime read = QDateTime::fromString(time, format); read.isValid()) {
+            return read.toString(displayFormat);
         }
     }
     return time;

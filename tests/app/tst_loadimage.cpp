@@ -509,7 +509,7 @@ void TestLoadImage::trimOfNoSourceIsSilent()
     window.loadImageFile(savedPicture(blockPicture(140, 900), u"good.png"_s));
     window.loadImageFile(savedBytes("no image", u"text.png"_s));
     QCOMPARE(toastText(window), failure);
-    dropToast(window);
+    hideToast(window);
     const QList<PageItem *> strips = stripsOf(window);
     trigger(window, "autoTrimAction");
     QCOMPARE(toastText(window), QString());
@@ -523,7 +523,7 @@ void TestLoadImage::trimOfARefusedImageKeepsThePages()
     window.setAutoPage(false);
     window.loadImageFile(savedPicture(good, u"good.png"_s));
     window.loadImageFile(savedPicture(blockPicture(10, 500), u"narrow.png"_s));
-    dropToast(window);
+    hideToast(window);
     const QList<PageItem *> strips = stripsOf(window);
     trigger(window, "autoTrimAction");
     QCOMPARE(toastText(window), QString());
@@ -533,7 +533,7 @@ void TestLoadImage::trimOfARefusedImageKeepsThePages()
     QImage blank(10, 500, QImage::Format_RGB32);
     blank.fill(Qt::white);
     window.loadImageFile(savedPicture(blank, u"blank.png"_s));
-    dropToast(window);
+    hideToast(window);
     trigger(window, "autoTrimAction");
     QCOMPARE(toastText(window), u"未检测到可裁剪的空白边"_s);
     QCOMPARE(stripsOf(window), strips);
@@ -546,7 +546,7 @@ void TestLoadImage::goodOpenEndsTheDetachedState()
     window.setAutoPage(false);
     window.loadImageFile(savedPicture(blockPicture(140, 900), u"good.png"_s));
     window.loadImageFile(savedBytes("no image", u"text.png"_s));
-    dropToast(window);
+    hideToast(window);
     window.loadImageFile(savedPicture(second, u"second.png"_s));
     QCOMPARE(toastText(window), QString());
     QCOMPARE(stripsOf(window).size(), 3);

@@ -57,7 +57,7 @@ void TestOpenDialog::asksInChinese()
 {
     MainWindow window;
     int dialogs = 0;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
         ++dialogs;
         QCOMPARE(dialog->windowTitle(), u"打开图像或PDF文件"_s);
         QCOMPARE(dialog->nameFilters(), QStringList(u"文件(*.pdf *.jpg *.png *.jpeg)"_s));
@@ -76,7 +76,7 @@ void TestOpenDialog::asksInEnglish()
     QVERIFY(QCoreApplication::installTranslator(&english));
     MainWindow window;
     int dialogs = 0;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
         ++dialogs;
         QCOMPARE(dialog->windowTitle(), u"open an image or pdf file"_s);
         QCOMPARE(dialog->nameFilters(), QStringList(u"files(*.pdf *.jpg *.png *.jpeg)"_s));
@@ -89,7 +89,8 @@ void TestOpenDialog::startsInTheFolderOfTheExecutable()
 {
     MainWindow window;
     QString folder;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
+    const NextDialog next =
+        onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
     trigger(window, "openAction");
     QCOMPARE(folder, QCoreApplication::applicationDirPath());
 }
@@ -101,7 +102,8 @@ void TestOpenDialog::startsInTheRememberedFolder()
     writeConfigValue(configFilePath(), u"imagedir"_s, wanted);
     MainWindow window;
     QString folder;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
+    const NextDialog next =
+        onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
     trigger(window, "openAction");
     QCOMPARE(folder, wanted);
 }
@@ -111,7 +113,7 @@ void TestOpenDialog::cancelIsSilent()
     MainWindow window;
     window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
     const QList<PageItem *> strips = stripsOf(window);
-    onNextDialog<QFileDialog>([](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([](QFileDialog *dialog) {
         dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(u"/somewhere/else.png"_s);
         static_cast<QDialog *>(dialog)->reject();
     });
@@ -126,7 +128,7 @@ void TestOpenDialog::opensTheChosenFile()
     const QImage image = blockPicture(70, 60);
     const QString path = savedPicture(image, u"名 with blanks, 100%.png"_s);
     MainWindow window;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) { choose(dialog, path); });
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) { choose(dialog, path); });
     trigger(window, "openAction");
     QCOMPARE(toastText(window), QString());
     QCOMPARE(firstDifference(shownPicture(window, image.size()), image), QString());
@@ -137,7 +139,7 @@ void TestOpenDialog::remembersTheFolder()
     QVERIFY(QDir::current().mkpath(u"a/b c"_s));
     const QString path = savedPicture(blockPicture(70, 60), u"a/b c/one.png"_s);
     MainWindow window;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) { choose(dialog, path); });
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) { choose(dialog, path); });
     trigger(window, "openAction");
     QCOMPARE(configValue(u"imagedir"_s), QDir::current().absoluteFilePath(u"a/b c"_s));
 }
@@ -155,7 +157,7 @@ void TestOpenDialog::damagedFileMovesTheFolderToo()
     QVERIFY(QDir::current().mkpath(u"damaged"_s));
     const QString path = savedBytes("no image", name);
     MainWindow window;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) { choose(dialog, path); });
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) { choose(dialog, path); });
     trigger(window, "openAction");
     QCOMPARE(toastText(window), u"不支持的图片格式或文件已损坏"_s);
     QCOMPARE(configValue(u"imagedir"_s), QDir::current().absoluteFilePath(u"damaged"_s));
@@ -167,10 +169,11 @@ void TestOpenDialog::nextDialogStartsInTheFolderOfTheLast()
     QVERIFY(QDir::current().mkpath(u"last"_s));
     const QString path = savedPicture(blockPicture(70, 60), u"last/one.png"_s);
     MainWindow window;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) { choose(dialog, path); });
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) { choose(dialog, path); });
     trigger(window, "openAction");
     QString folder;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
+    const NextDialog afterwards =
+        onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
     trigger(window, "openAction");
     QCOMPARE(folder, QDir::current().absoluteFilePath(u"last"_s));
 }

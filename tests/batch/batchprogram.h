@@ -7,15 +7,16 @@
 #include <QString>
 #include <QStringList>
 
-/// How a run of the batch program ended.
+/// The result of a run of the batch program.
 struct BatchEnd
 {
-    int code = -1; // -1 if it did not end by itself
+    int code = -1; // exit code; -1 if it crashed or did not end in time
     QByteArray output;
     QByteArray errors;
 };
 
-/// Prepares \a process for a run with \a arguments in the working directory.
+/// Sets up \a process to run the batch program with \a arguments in the working
+/// directory.
 void setUpBatch(QProcess &process, const QStringList &arguments);
 
 /// Runs the batch program with \a arguments.
@@ -24,8 +25,8 @@ BatchEnd runBatchProgram(const QStringList &arguments);
 /// Waits for the end of \a process, which has been started.
 BatchEnd endOf(QProcess &process);
 
-/// The lines of JSON in \a output; empty if one of them is none.
+/// The JSON objects in \a output, one a line; empty if a line is not one.
 QList<QJsonObject> jsonLinesOf(const QByteArray &output);
 
-/// The names of the files in \a folder, sorted.
+/// The names of the files and folders in \a folder, sorted.
 QStringList fileNamesIn(const QString &folder);

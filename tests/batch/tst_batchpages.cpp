@@ -4,13 +4,17 @@
 #include "batchprogram.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/dialoganswer.h"
+#include "support/imagecomparison.h"
+#include "support/pdffacts.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 
 #include <QDir>
 #include <QFileDialog>
 #include <QImageReader>
-#include <QLineEdit>
 #include <QPainter>
 
 using namespace Qt::StringLiterals;
@@ -19,8 +23,8 @@ namespace {
 
 constexpr int dotsPerInch = 72;
 
-/// The PDF file that the window writes of \a image with \a options, as a user
-/// gets it who opens the image with this margin stored and then chooses the rest.
+/// Exports \a image from the window to the PDF file \a path: opens it with the
+/// margin of \a options stored, then selects the other options.
 void exportFromWindow(const QString &image, const PageOptions &options, const QString &path)
 {
     writeConfigValue(configFilePath(), u"marginsc"_s, QString::number(options.marginPercent));
@@ -36,11 +40,8 @@ void exportFromWindow(const QString &image, const PageOptions &options, const QS
     if (options.pageNumbers != showPageNumbers()) {
         trigger(window, "pageNumAction");
     }
-    QFile::remove(path); // or the dialog would ask a question
-    onNextDialog<QFileDialog>([path](QFileDialog *dialog) {
-        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
-        static_cast<QDialog *>(dialog)->accept();
-    });
+    QFile::remove(path); // otherwise the dialog asks whether to replace it
+    const NextDialog next = onNextDialog<QFileDialog>([path](QFileDialog *dialog) { choosePath(dialog, path); });
     trigger(window, "exportPdfAction");
 }
 
@@ -68,8 +69,8 @@ BatchEnd convert(const QString &image, const PageOptions &options, const QString
     return runBatchProgram(argumentsFor(options) + QStringList{image, u"-o"_s, path});
 }
 
-/// Dark lines of text of different heights on light paper, with a wide blank
-/// border: every option changes its pages.
+/// Dark lines of text on light paper with a wide blank border and a block of
+/// color: every option changes its pages.
 QImage article()
 {
     QImage image(360, 3200, QImage::Format_RGB32);
@@ -80,18 +81,6 @@ QImage article()
     return image;
 }
 
-/// Colours that say where in the picture they stand, half of them transparent.
-QImage translucent()
-{
-    QImage image(210, 700, QImage::Format_ARGB32);
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            image.setPixel(x, y, qRgba(x, y / 3, 90, y / 40 % 2 == 0 ? 255 : 110));
-        }
-    }
-    return image;
-}
-
 QImage paletteOf(QImage image, bool isTransparent)
 {
     image = image.convertToFormat(QImage::Format_Indexed8);
@@ -99,36 +88,6 @@ QImage paletteOf(QImage image, bool isTransparent)
         image.setColor(0, qRgba(0, 0, 0, 0));
     }
     return image;
-}
-
-QImage noise(int width, int height)
-{
-    quint32 state = 1;
-    QImage image(width, height, QImage::Format_RGB32);
-    for (int y = 0; y < height; ++y) {
-        auto *row = reinterpret_cast<QRgb *>(image.scanLine(y));
-        for (int x = 0; x < width; ++x) {
-            state = state * 1664525 + 1013904223;
-            row[x] = 0xff000000U | (state >> 8);
-        }
-    }
-    return image;
-}
-
-/// The images of the PDF file \a path, in order and without their masks.
-QList<QImage> imagesIn(const QString &path)
-{
-    QDir folder(QDir::current().filePath(u"images"_s));
-    folder.removeRecursively();
-    QDir::current().mkpath(u"images"_s);
-    if (QProcess::execute(u"pdfimages"_s, {u"-png"_s, path, folder.filePath(u"image"_s)}) != 0) {
-        return {};
-    }
-    QList<QImage> images;
-    for (const QString &name : folder.entryList({u"*.png"_s}, QDir::Files, QDir::Name)) {
-        images.append(QImage(folder.filePath(name)).convertToFormat(QImage::Format_RGB32));
-    }
-    return images;
 }
 
 } // namespace
@@ -144,8 +103,8 @@ private slots:
     void writesWhatTheWindowWrites();
     void everyOptionChangesThePages_data();
     void everyOptionChangesThePages();
-    void tellsOfNothingToTrim();
-    void keepsWhatTheTrimWouldNotLeave();
+    void reportsNothingToTrim();
+    void doesNotTrimTooMuch();
     void losslessKeepsEveryPixel_data();
     void losslessKeepsEveryPixel();
     void losslessLooksTheSame();
@@ -188,7 +147,7 @@ void TestBatchPages::writesWhatTheWindowWrites_data()
     QTest::newRow("one strip, two columns") << blockPicture(70, 60) << u"a.png"_s << PageOptions{.columns = 2};
     QTest::newRow("smallest") << blockPicture(11, 11) << u"a.png"_s << PageOptions();
     QTest::newRow("blank last page") << blockPicture(70, 300) << u"a.png"_s << PageOptions();
-    QTest::newRow("alpha") << translucent() << u"a.png"_s << PageOptions();
+    QTest::newRow("alpha") << translucentPicture(210, 700) << u"a.png"_s << PageOptions();
     QTest::newRow("gray") << article().convertToFormat(QImage::Format_Grayscale8) << u"a.png"_s << PageOptions();
     QTest::newRow("palette") << paletteOf(article(), false) << u"a.png"_s << PageOptions{.columns = 2};
     QTest::newRow("palette with transparency") << paletteOf(article(), true) << u"a.png"_s << PageOptions();
@@ -211,7 +170,7 @@ void TestBatchPages::writesWhatTheWindowWrites()
     const PdfFacts facts = pdfFacts(u"batch.pdf"_s);
     QVERIFY(expected.pages > 0);
     QCOMPARE(facts.pages, expected.pages);
-    QCOMPARE(facts.pageSize, expected.pageSize);
+    QCOMPARE(facts.pageSizes, expected.pageSizes);
     const QList<QImage> expectedSheets = pdfPictures(u"window.pdf"_s, dotsPerInch);
     const QList<QImage> sheets = pdfPictures(u"batch.pdf"_s, dotsPerInch);
     QCOMPARE(sheets.size(), facts.pages);
@@ -243,7 +202,7 @@ void TestBatchPages::everyOptionChangesThePages()
     QVERIFY(!firstDifference(other.first(), plain.first()).isEmpty());
 }
 
-void TestBatchPages::tellsOfNothingToTrim()
+void TestBatchPages::reportsNothingToTrim()
 {
     QImage blank(70, 90, QImage::Format_RGB32);
     blank.fill(Qt::white);
@@ -253,7 +212,7 @@ void TestBatchPages::tellsOfNothingToTrim()
     QCOMPARE(pdfFacts(u"a.pdf"_s).pages, 1);
 }
 
-void TestBatchPages::keepsWhatTheTrimWouldNotLeave()
+void TestBatchPages::doesNotTrimTooMuch()
 {
     QImage speck(70, 90, QImage::Format_RGB32);
     speck.fill(Qt::white);
@@ -271,12 +230,12 @@ void TestBatchPages::keepsWhatTheTrimWouldNotLeave()
 void TestBatchPages::losslessKeepsEveryPixel_data()
 {
     QTest::addColumn<QImage>("image");
-    QTest::newRow("noise") << noise(140, 390);
+    QTest::newRow("noise") << noisePicture(QSize(140, 390));
     QTest::newRow("text") << article();
-    QTest::newRow("gray") << noise(140, 390).convertToFormat(QImage::Format_Grayscale8);
+    QTest::newRow("gray") << noisePicture(QSize(140, 390)).convertToFormat(QImage::Format_Grayscale8);
     QTest::newRow("palette") << paletteOf(article(), false);
-    QTest::newRow("bits") << noise(140, 390).convertToFormat(QImage::Format_Mono);
-    QTest::newRow("16 bits a channel") << noise(140, 390).convertToFormat(QImage::Format_RGBX64);
+    QTest::newRow("bits") << noisePicture(QSize(140, 390)).convertToFormat(QImage::Format_Mono);
+    QTest::newRow("16 bits a channel") << noisePicture(QSize(140, 390)).convertToFormat(QImage::Format_RGBX64);
 }
 
 void TestBatchPages::losslessKeepsEveryPixel()
@@ -285,12 +244,12 @@ void TestBatchPages::losslessKeepsEveryPixel()
     const QString path = savedPicture(image, u"a.png"_s);
     QCOMPARE(convert(path, {.autoCut = false, .lossless = true}, u"a.pdf"_s).code, 0);
     const QImage source = QImage(path).convertToFormat(QImage::Format_RGB32);
-    const QList<QImage> bands = imagesIn(u"a.pdf"_s);
+    const QList<QImage> bands = pdfImages(u"a.pdf"_s);
     const double pitch = image.width() / 0.7;
     QCOMPARE(bands.size(), int(image.height() / pitch) + 1);
     for (int i = 0; i < bands.size(); ++i) {
         const QRect band = QRect(0, int(i * pitch), source.width(), int(pitch)) & source.rect();
-        const QImage stored = bands.at(i).copy(QRect(QPoint(), band.size())); // without what is below the image
+        const QImage stored = bands.at(i).copy(QRect(QPoint(), band.size())); // without the part below the image
         QCOMPARE(firstDifference(stored, source.copy(band)), QString());
     }
 }
@@ -310,11 +269,11 @@ void TestBatchPages::losslessLooksTheSame()
 
 void TestBatchPages::jpegIsTheDefault()
 {
-    const QString path = savedPicture(noise(140, 390), u"a.png"_s);
+    const QString path = savedPicture(noisePicture(QSize(140, 390)), u"a.png"_s);
     QCOMPARE(convert(path, {.autoCut = false}, u"a.pdf"_s).code, 0);
-    const QList<QImage> bands = imagesIn(u"a.pdf"_s);
+    const QList<QImage> bands = pdfImages(u"a.pdf"_s);
     QCOMPARE(bands.size(), 2);
-    QVERIFY(!firstDifference(bands.first(), noise(140, 390).copy(0, 0, 140, 200)).isEmpty());
+    QVERIFY(!firstDifference(bands.first(), noisePicture(QSize(140, 390)).copy(0, 0, 140, 200)).isEmpty());
 }
 
 QUILLMARCH_TEST_MAIN(TestBatchPages)

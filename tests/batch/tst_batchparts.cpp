@@ -5,7 +5,8 @@
 #include "batch/finishedpdf.h"
 #include "batch/partfile.h"
 #include "output/pagerun.h"
-#include "support/documents.h"
+#include "support/files.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 
 #include <QDir>
@@ -29,18 +30,12 @@ QStringList commandLine(const QStringList &arguments)
     return QStringList(u"quillmarch-batch"_s) + arguments;
 }
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QStringList partFiles()
 {
     return QDir::current().entryList({u"*.part"_s});
 }
 
-/// A PDF file of \a pages pages, as the program writes it.
+/// The bytes of a PDF file of \a pages pages, as the program writes it.
 QByteArray pdfOf(int pages)
 {
     QPrinter printer(QPrinter::HighResolution);
@@ -56,7 +51,7 @@ QByteArray pdfOf(int pages)
     return contentOf(u"made.pdf"_s);
 }
 
-/// A temporary stream, and what was written to it.
+/// A temporary stream whose contents can be read back.
 class Stream
 {
 public:
@@ -110,8 +105,8 @@ private slots:
 
     void readsDefaults();
     void readsAllOptions();
-    void refuses_data();
-    void refuses();
+    void rejects_data();
+    void rejects();
     void answers_data();
     void answers();
     void serves();
@@ -122,34 +117,34 @@ private slots:
     void plansOutputs();
     void plansToOverwriteNoImage();
 
-    void passesEventsOn_data();
-    void passesEventsOn();
-    void passesJobsOn();
-    void takesNoOtherLines();
+    void eventsSurviveTheirJson_data();
+    void eventsSurviveTheirJson();
+    void jobsSurviveTheirJson();
+    void rejectsOtherLines();
 
-    void tellsTimeLeft_data();
-    void tellsTimeLeft();
+    void formatsTheTimeLeft_data();
+    void formatsTheTimeLeft();
     void hidesControlCharacters();
     void highestFailureDecides_data();
     void highestFailureDecides();
-    void writesOverProgressOnATerminal();
+    void replacesProgressOnATerminal();
     void writesNoProgressElsewhere();
 
-    void acceptsAWholePdf_data();
-    void acceptsAWholePdf();
-    void findsEachCut();
-    void findsAHole();
-    void findsAWrongPageCount();
-    void acceptsNothingElse_data();
-    void acceptsNothingElse();
+    void acceptsACompletePdf_data();
+    void acceptsACompletePdf();
+    void rejectsEveryTruncation();
+    void rejectsMissingBytes();
+    void rejectsAWrongPageCount();
+    void rejectsOtherFiles_data();
+    void rejectsOtherFiles();
 
-    void partFileTakesItsName();
-    void partFileGoesUnlessCommitted();
+    void partFileReplacesTheTargetOnCommit();
+    void partFileIsRemovedUnlessCommitted();
     void partFileThatIsGoneReplacesNothing();
     void partFileKeepsPermissions();
     void partFileFollowsLinks();
-    void partFileRefuses_data();
-    void partFileRefuses();
+    void partFileRejects_data();
+    void partFileRejects();
 };
 
 void TestBatchParts::cleanup()
@@ -202,7 +197,7 @@ void TestBatchParts::readsAllOptions()
     }
 }
 
-void TestBatchParts::refuses_data()
+void TestBatchParts::rejects_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("mistake");
@@ -213,24 +208,24 @@ void TestBatchParts::refuses_data()
     row("no image", u"-o out"_s, u"no image"_s);
     row("no output", u"a.png"_s, u"-o OUT"_s);
     row("output without value", u"a.png -o"_s, u"Missing value"_s);
-    row("unknown option", u"a.png -o out --colour"_s, u"colour"_s);
+    row("unknown option", u"a.png -o out --color"_s, u"color"_s);
     row("value for a flag", u"a.png -o out --trim=1"_s, u"trim"_s);
     row("0 columns", u"a.png -o out --columns 0"_s, u"--columns"_s);
     row("3 columns", u"a.png -o out --columns 3"_s, u"--columns"_s);
     row("margin of -1", u"a.png -o out --margin=-1"_s, u"--margin"_s);
     row("margin of 31", u"a.png -o out --margin 31"_s, u"--margin"_s);
     row("half a margin", u"a.png -o out --margin 2.5"_s, u"--margin"_s);
-    row("margin with a sign behind", u"a.png -o out --margin 10%"_s, u"--margin"_s);
-    row("margin beyond numbers", u"a.png -o out --margin 99999999999"_s, u"--margin"_s);
+    row("margin with a percent sign", u"a.png -o out --margin 10%"_s, u"--margin"_s);
+    row("margin past 32 bits", u"a.png -o out --margin 99999999999"_s, u"--margin"_s);
     row("no job", u"a.png -o out -j 0"_s, u"--jobs"_s);
     row("65 jobs", u"a.png -o out -j 65"_s, u"--jobs"_s);
     row("jobs in words", u"a.png -o out -j two"_s, u"--jobs"_s);
     QTest::newRow("empty output") << QStringList{u"a.png"_s, u"-o"_s, QString()} << u"-o OUT"_s;
     QTest::newRow("empty image") << QStringList{QString(), u"-o"_s, u"out"_s} << u"empty"_s;
-    QTest::newRow("serving with more") << QStringList{serveArgument(), u"a.png"_s} << serveArgument().mid(2);
+    QTest::newRow("serving with an image") << QStringList{serveArgument(), u"a.png"_s} << serveArgument().mid(2);
 }
 
-void TestBatchParts::refuses()
+void TestBatchParts::rejects()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, mistake);
@@ -253,7 +248,7 @@ void TestBatchParts::answers()
 {
     QFETCH(QString, argument);
     QFETCH(bool, isHelp);
-    const CommandLine line = readCommandLine(commandLine({u"a.png"_s, argument})); // the rest does not count
+    const CommandLine line = readCommandLine(commandLine({u"a.png"_s, argument})); // the other arguments are ignored
     QVERIFY(line.request == (isHelp ? CommandLine::Request::ShowHelp : CommandLine::Request::ShowVersion));
 }
 
@@ -295,13 +290,13 @@ void TestBatchParts::plansOutputs_data()
     QTest::newRow("no suffix is added") << QStringList{u"x.png"_s} << u"y"_s << QStringList{u"y"_s} << none;
     QTest::newRow("a folder by its slash")
         << QStringList{u"p/x.png"_s} << u"new/"_s << QStringList{u"new/x.pdf"_s} << u"new/"_s;
-    QTest::newRow("a folder that is there")
-        << QStringList{u"p/x.png"_s} << u"there"_s << QStringList{u"there/x.pdf"_s} << u"there"_s;
+    QTest::newRow("an existing folder") << QStringList{u"p/x.png"_s} << u"there"_s << QStringList{u"there/x.pdf"_s}
+                                        << u"there"_s;
     QTest::newRow("several") << QStringList{u"x.png"_s, u"/p/y.tar.jpg"_s, u"z"_s} << u"new"_s
                              << QStringList{u"new/x.pdf"_s, u"new/y.tar.pdf"_s, u"new/z.pdf"_s} << u"new"_s;
     QTest::newRow("same names") << QStringList{u"p/x.png"_s, u"q/x.png"_s, u"x.jpg"_s} << u"new"_s
                                 << QStringList{u"new/x.pdf"_s, u"new/x-2.pdf"_s, u"new/x-3.pdf"_s} << u"new"_s;
-    QTest::newRow("a name that is taken by then")
+    QTest::newRow("a name that is already taken")
         << QStringList{u"p/x.png"_s, u"q/x.png"_s, u"x-2.png"_s} << u"new"_s
         << QStringList{u"new/x.pdf"_s, u"new/x-2.pdf"_s, u"new/x-2-2.pdf"_s} << u"new"_s;
     QTest::newRow("names that differ in case")
@@ -351,12 +346,12 @@ void TestBatchParts::plansToOverwriteNoImage()
     QVERIFY(mistakeOf({u"a.png"_s, u"named.pdf"_s}, u"."_s).contains(u"overwritten"_s));
     QVERIFY(mistakeOf({u"a.png"_s, u"b.png"_s}, u"named.pdf"_s).contains(u"folder"_s));
     QVERIFY(mistakeOf({u"a.png"_s}, u"named.pdf/"_s).contains(u"folder"_s));
-    QCOMPARE(mistakeOf({u"a.png"_s}, u"named.pdf"_s), QString()); // a file that is no image is replaced
+    QCOMPARE(mistakeOf({u"a.png"_s}, u"named.pdf"_s), QString()); // a file that is not an image is replaced
     QCOMPARE(mistakeOf({u"no such.png"_s}, u"no such.pdf"_s), QString());
     QFile::remove(u"link.pdf"_s);
 }
 
-void TestBatchParts::passesEventsOn_data()
+void TestBatchParts::eventsSurviveTheirJson_data()
 {
     QTest::addColumn<BatchEvent>("event");
     BatchEvent event;
@@ -372,7 +367,7 @@ void TestBatchParts::passesEventsOn_data()
     QTest::newRow("failed") << failureOf(BatchFailure::TooLarge);
 }
 
-void TestBatchParts::passesEventsOn()
+void TestBatchParts::eventsSurviveTheirJson()
 {
     QFETCH(BatchEvent, event);
     const QByteArray line = jsonLine(toJson(event));
@@ -388,7 +383,7 @@ void TestBatchParts::passesEventsOn()
     QCOMPARE(passed->text, event.text);
 }
 
-void TestBatchParts::passesJobsOn()
+void TestBatchParts::jobsSurviveTheirJson()
 {
     BatchJob job{u"a\n\"名\".png"_s, u"b.pdf"_s, {}};
     for (const bool isOther : {false, true}) {
@@ -408,7 +403,7 @@ void TestBatchParts::passesJobsOn()
     }
 }
 
-void TestBatchParts::takesNoOtherLines()
+void TestBatchParts::rejectsOtherLines()
 {
     for (const char *line : {"", "{}", "[]", "page", R"({"event":"lunch"})", R"({"image":"a.png"})", "{\"event\":"}) {
         QVERIFY(!eventFromJson(line).has_value());
@@ -416,7 +411,7 @@ void TestBatchParts::takesNoOtherLines()
     }
 }
 
-void TestBatchParts::tellsTimeLeft_data()
+void TestBatchParts::formatsTheTimeLeft_data()
 {
     QTest::addColumn<qint64>("elapsed");
     QTest::addColumn<double>("share");
@@ -429,7 +424,7 @@ void TestBatchParts::tellsTimeLeft_data()
     QTest::newRow("very long") << qint64(86400000) << 0.01 << u"2376 h 0 min left"_s;
 }
 
-void TestBatchParts::tellsTimeLeft()
+void TestBatchParts::formatsTheTimeLeft()
 {
     QFETCH(qint64, elapsed);
     QFETCH(double, share);
@@ -443,7 +438,7 @@ void TestBatchParts::hidesControlCharacters()
 
 void TestBatchParts::highestFailureDecides_data()
 {
-    QTest::addColumn<QList<int>>("failures"); // by file; 0 for one that is done
+    QTest::addColumn<QList<int>>("failures"); // by file; 0 for success
     QTest::addColumn<int>("code");
     QTest::newRow("none") << QList<int>{0, 0} << 0;
     QTest::newRow("one") << QList<int>{0, 3, 0} << 3;
@@ -468,7 +463,7 @@ void TestBatchParts::highestFailureDecides()
     QCOMPARE(errors.text().count('\n'), failures.size() - failures.count(0));
 }
 
-void TestBatchParts::writesOverProgressOnATerminal()
+void TestBatchParts::replacesProgressOnATerminal()
 {
     const Stream output;
     const Stream errors;
@@ -497,33 +492,33 @@ void TestBatchParts::writesNoProgressElsewhere()
     QCOMPARE(errors.text(), QByteArray());
 }
 
-void TestBatchParts::acceptsAWholePdf_data()
+void TestBatchParts::acceptsACompletePdf_data()
 {
     QTest::addColumn<int>("pages");
-    for (const int pages : {1, 2, 9, 200}) { // the page tree of 200 is longer than one read
+    for (const int pages : {1, 2, 9, 200}) { // the page tree of 200 pages does not fit into one read
         QTest::addRow("%d pages", pages) << pages;
     }
 }
 
-void TestBatchParts::acceptsAWholePdf()
+void TestBatchParts::acceptsACompletePdf()
 {
     QFETCH(int, pages);
     QCOMPARE(pdfMistake(savedBytes(pdfOf(pages), u"whole.pdf"_s), pages), QString());
 }
 
-void TestBatchParts::findsEachCut()
+void TestBatchParts::rejectsEveryTruncation()
 {
     const QByteArray whole = pdfOf(2);
-    // At every byte of the end, and in steps before it.
+    // At every byte near the end, and in larger steps before.
     for (qsizetype size = whole.size() - 2; size > 0; size -= size > whole.size() - 100 ? 1 : 997) {
         QVERIFY2(!pdfMistake(savedBytes(whole.left(size), u"cut.pdf"_s), 2).isEmpty(),
                  qPrintable(u"%1 of %2 bytes"_s.arg(size).arg(whole.size())));
     }
 }
 
-void TestBatchParts::findsAHole()
+void TestBatchParts::rejectsMissingBytes()
 {
-    // A write that failed in between and one that worked again behind it.
+    // One failed write between successful ones.
     QByteArray holed = pdfOf(2);
     holed.remove(holed.size() / 2, 1000);
     QVERIFY(!pdfMistake(savedBytes(holed, u"holed.pdf"_s), 2).isEmpty());
@@ -533,32 +528,32 @@ void TestBatchParts::findsAHole()
     QVERIFY(pdfMistake(savedBytes(blank, u"holed.pdf"_s), 2).contains(u"object 4"_s));
 }
 
-void TestBatchParts::findsAWrongPageCount()
+void TestBatchParts::rejectsAWrongPageCount()
 {
     const QString path = savedBytes(pdfOf(2), u"two.pdf"_s);
     QVERIFY(pdfMistake(path, 1).contains(u"2 pages instead of 1"_s));
     QVERIFY(!pdfMistake(path, 3).isEmpty());
 }
 
-void TestBatchParts::acceptsNothingElse_data()
+void TestBatchParts::rejectsOtherFiles_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::newRow("empty") << QByteArray();
-    QTest::newRow("head alone") << QByteArray("%PDF-1.4\n");
+    QTest::newRow("only the header") << QByteArray("%PDF-1.4\n");
     QTest::newRow("text") << QByteArray("hello\nstartxref\n0\n%%EOF\n");
     QTest::newRow("no table") << QByteArray("%PDF-1.4\nstartxref\n0\n%%EOF\n");
     QTest::newRow("place beyond the end") << QByteArray("%PDF-1.4\nstartxref\n99999999999999\n%%EOF\n");
     QTest::newRow("huge table") << QByteArray("%PDF-1.4\nxref\n0 99999999999\nstartxref\n9\n%%EOF\n");
 }
 
-void TestBatchParts::acceptsNothingElse()
+void TestBatchParts::rejectsOtherFiles()
 {
     QFETCH(QByteArray, bytes);
     QVERIFY(!pdfMistake(savedBytes(bytes, u"other.pdf"_s), 1).isEmpty());
     QVERIFY(!pdfMistake(u"no such.pdf"_s, 1).isEmpty());
 }
 
-void TestBatchParts::partFileTakesItsName()
+void TestBatchParts::partFileReplacesTheTargetOnCommit()
 {
     savedBytes("old", u"target.pdf"_s);
     PartFile part(QDir::current().filePath(u"target.pdf"_s));
@@ -575,7 +570,7 @@ void TestBatchParts::partFileTakesItsName()
     QCOMPARE(part.path(), QString());
 }
 
-void TestBatchParts::partFileGoesUnlessCommitted()
+void TestBatchParts::partFileIsRemovedUnlessCommitted()
 {
     savedBytes("old", u"target.pdf"_s);
     {
@@ -606,7 +601,7 @@ void TestBatchParts::partFileKeepsPermissions()
     QVERIFY(part.commit());
     QCOMPARE(QFile::permissions(u"target.pdf"_s) & shown, QFile::permissions(u"target.pdf"_s) & kept);
 
-    QFile plain(u"plain.pdf"_s); // as any other program makes a file here
+    QFile plain(u"plain.pdf"_s); // with the permissions of a file from any other program
     QVERIFY(plain.open(QIODevice::WriteOnly));
     PartFile fresh(u"fresh.pdf"_s);
     QVERIFY(fresh.commit());
@@ -624,28 +619,28 @@ void TestBatchParts::partFileFollowsLinks()
     QVERIFY(QFileInfo(u"link.pdf"_s).isSymLink());
     QCOMPARE(contentOf(u"elsewhere/real.pdf"_s), QByteArray());
 
-    QVERIFY(QFile::remove(u"elsewhere/real.pdf"_s)); // the link leads nowhere now
+    QVERIFY(QFile::remove(u"elsewhere/real.pdf"_s)); // the link is dangling now
     PartFile missing(u"link.pdf"_s);
     QVERIFY(missing.commit());
     QVERIFY(QFileInfo(u"link.pdf"_s).isSymLink());
     QVERIFY(QFile::exists(u"elsewhere/real.pdf"_s));
 }
 
-void TestBatchParts::partFileRefuses_data()
+void TestBatchParts::partFileRejects_data()
 {
     QTest::addColumn<QString>("target");
     QTest::newRow("folder") << u"there"_s;
     QTest::newRow("device") << u"/dev/null"_s;
     QTest::newRow("no folder") << u"no such/target.pdf"_s;
 #ifdef Q_OS_UNIX
-    if (::geteuid() != 0) { // who may write to everything
+    if (::geteuid() != 0) { // root may write everywhere
         QTest::newRow("protected file") << u"protected.pdf"_s;
         QTest::newRow("protected folder") << u"/target.pdf"_s;
     }
 #endif
 }
 
-void TestBatchParts::partFileRefuses()
+void TestBatchParts::partFileRejects()
 {
     QFETCH(QString, target);
     QVERIFY(QDir::current().mkpath(u"there"_s));

@@ -1,5 +1,8 @@
 #include "batchprogram.h"
-#include "support/documents.h"
+#include "support/files.h"
+#include "support/imagecomparison.h"
+#include "support/pdffacts.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 
 #include <QDir>
@@ -22,16 +25,11 @@ namespace {
 
 constexpr int processTime = 60000; // milliseconds
 
-// An image of a width that none in the memory can have.
+// An image that is too wide for any memory.
 constexpr auto hugeDrawing = R"(<svg xmlns="http://www.w3.org/2000/svg" width="100000000" height="50"/>)";
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// An image that takes a while to write, 58 pages. It outlives the test.
+/// An image of 58 pages, which take a while to write. The file is kept for other
+/// tests.
 QString longPicture()
 {
     static const QString path = savedPicture(blockPicture(700, 57600), u"../long.png"_s);
@@ -43,8 +41,8 @@ QStringList partFiles()
     return QDir::current().entryList({u"*.part"_s}, QDir::Files | QDir::Hidden);
 }
 
-/// Starts a run with \a arguments, which must ask for JSON, and returns when it
-/// has drawn its first page.
+/// Starts a run with \a arguments, which must include --json, and waits for its
+/// first page.
 bool startAndAwaitPage(QProcess &process, const QStringList &arguments)
 {
     setUpBatch(process, arguments);
@@ -56,8 +54,29 @@ bool startAndAwaitPage(QProcess &process, const QStringList &arguments)
     return output.contains("\"page\"");
 }
 
+/// The objects in \a lines whose event is \a name.
+QList<QJsonObject> eventsIn(const QList<QJsonObject> &lines, const QString &name)
+{
+    QList<QJsonObject> events;
+    for (const QJsonObject &line : lines) {
+        if (line["event"_L1].toString() == name) {
+            events.append(line);
+        }
+    }
+    return events;
+}
+
+QJsonObject pageEvent(int page, int pages)
+{
+    return {{u"event"_s, u"page"_s},
+            {u"image"_s, u"a.png"_s},
+            {u"output"_s, u"out/a.pdf"_s},
+            {u"page"_s, page},
+            {u"pages"_s, pages}};
+}
+
 #ifdef Q_OS_LINUX
-/// The processes that the process \a parent has started.
+/// The child processes of the process \a parent.
 QList<qint64> childrenOf(qint64 parent)
 {
     QList<qint64> children;
@@ -86,21 +105,22 @@ private slots:
     void answersOnTheStandardOutput();
     void refusalChangesNothing();
 
-    void goesOnAfterAFailure_data();
-    void goesOnAfterAFailure();
-    void keepsFilesOfOneNameApart();
-    void makesTheFolder();
-    void tellsOfAnUnusableFolder();
+    void continuesAfterAFailure_data();
+    void continuesAfterAFailure();
+    void givesEqualNamesDifferentFiles();
+    void createsTheFolder();
+    void reportsAnUnusableFolder();
     void worksOnManyFiles();
 
-    void tellsInWords();
-    void tellsInJson();
-    void tellsNothingWhenQuiet();
-    void tellsFailuresWhenQuiet();
+    void reportsInText();
+    void reportsInJson_data();
+    void reportsInJson();
+    void printsNothingWhenQuiet();
+    void printsFailuresWhenQuiet();
     void fullStandardOutputIsAFailure();
 
-    void needsNothingOfItsSurroundings();
-    void touchesNoSettings();
+    void needsNoEnvironment();
+    void ignoresSettings();
 
     void failedWriteKeepsTheOldFile_data();
     void failedWriteKeepsTheOldFile();
@@ -198,21 +218,21 @@ void TestBatchRun::refusalChangesNothing()
     QCOMPARE(fileNamesIn(u"."_s), QStringList(u"a.png"_s));
 }
 
-void TestBatchRun::goesOnAfterAFailure_data()
+void TestBatchRun::continuesAfterAFailure_data()
 {
     QTest::addColumn<QString>("jobs");
     QTest::newRow("1 job") << u"1"_s;
     QTest::newRow("3 jobs") << u"3"_s;
 }
 
-void TestBatchRun::goesOnAfterAFailure()
+void TestBatchRun::continuesAfterAFailure()
 {
     QFETCH(QString, jobs);
     savedPicture(textPicture(70, 250), u"a.png"_s);
     savedPicture(textPicture(70, 350), u"b.png"_s);
     savedBytes("no image", u"text.png"_s);
     savedBytes(hugeDrawing, u"huge.svg"_s);
-    QVERIFY(QDir::current().mkpath(u"out/taken.pdf"_s)); // so this one cannot be written
+    QVERIFY(QDir::current().mkpath(u"out/taken.pdf"_s)); // a folder in the way
     savedPicture(textPicture(70, 250), u"taken.png"_s);
     const BatchEnd end = runBatchProgram(
         {u"text.png"_s, u"huge.svg"_s, u"a.png"_s, u"taken.png"_s, u"b.png"_s, u"-o"_s, u"out"_s, u"--jobs"_s, jobs});
@@ -224,7 +244,7 @@ void TestBatchRun::goesOnAfterAFailure()
     QCOMPARE(pdfFacts(u"out/b.pdf"_s).pages, 4);
 }
 
-void TestBatchRun::keepsFilesOfOneNameApart()
+void TestBatchRun::givesEqualNamesDifferentFiles()
 {
     QVERIFY(QDir::current().mkpath(u"p"_s) && QDir::current().mkpath(u"q"_s));
     savedPicture(textPicture(70, 250), u"p/a.png"_s);
@@ -235,14 +255,14 @@ void TestBatchRun::keepsFilesOfOneNameApart()
     QCOMPARE(pdfFacts(u"out/a-2.pdf"_s).pages, 5);
 }
 
-void TestBatchRun::makesTheFolder()
+void TestBatchRun::createsTheFolder()
 {
     savedPicture(textPicture(70, 250), u"a.png"_s);
     QCOMPARE(runBatchProgram({u"a.png"_s, u"-o"_s, u"new/one/"_s}).code, 0);
     QCOMPARE(fileNamesIn(u"new/one"_s), QStringList(u"a.pdf"_s));
 }
 
-void TestBatchRun::tellsOfAnUnusableFolder()
+void TestBatchRun::reportsAnUnusableFolder()
 {
     savedPicture(textPicture(70, 250), u"a.png"_s);
     savedBytes("a file", u"file"_s);
@@ -268,7 +288,7 @@ void TestBatchRun::worksOnManyFiles()
     }
 }
 
-void TestBatchRun::tellsInWords()
+void TestBatchRun::reportsInText()
 {
     savedPicture(textPicture(70, 50), u"名\033[2J.png"_s);
     const BatchEnd end = runBatchProgram({u"名\033[2J.png"_s, u"-o"_s, u"a.pdf"_s});
@@ -277,62 +297,43 @@ void TestBatchRun::tellsInWords()
     QCOMPARE(end.errors, QByteArray());
 }
 
-void TestBatchRun::tellsInJson()
+void TestBatchRun::reportsInJson_data()
 {
-    savedPicture(textPicture(70, 250), u"a.png"_s);
-    savedBytes("no image", u"text.png"_s);
-    for (const QString &jobs : {u"1"_s, u"2"_s}) {
-        const BatchEnd end =
-            runBatchProgram({u"--json"_s, u"-j"_s, jobs, u"a.png"_s, u"text.png"_s, u"-o"_s, u"out"_s});
-        QCOMPARE(end.code, 3);
-        const QList<QJsonObject> lines = jsonLinesOf(end.output);
-        QList<QJsonObject> pages;
-        QHash<QString, QJsonObject> ends;
-        for (const QJsonObject &line : lines) {
-            const QString event = line.value("event"_L1).toString();
-            if (event == "page"_L1) {
-                pages.append(line);
-            } else {
-                QVERIFY(!ends.contains(event));
-                ends.insert(event, line);
-            }
-        }
-        QCOMPARE(pages.size(), 3);
-        for (int i = 0; i < 3; ++i) {
-            const QJsonObject expected{{u"event"_s, u"page"_s},
-                                       {u"image"_s, u"a.png"_s},
-                                       {u"output"_s, u"out/a.pdf"_s},
-                                       {u"page"_s, i + 1},
-                                       {u"pages"_s, 3}};
-            QCOMPARE(pages.at(i), expected);
-        }
-        QCOMPARE(ends.size(), 3);
-        QJsonObject done = ends.value(u"done"_s);
-        QCOMPARE(done.take("bytes"_L1).toInteger(), QFileInfo(u"out/a.pdf"_s).size());
-        QVERIFY(done.take("seconds"_L1).isDouble());
-        QCOMPARE(
-            done,
-            QJsonObject(
-                {{u"event"_s, u"done"_s}, {u"image"_s, u"a.png"_s}, {u"output"_s, u"out/a.pdf"_s}, {u"pages"_s, 3}}));
-        QCOMPARE(ends.value(u"failed"_s),
-                 QJsonObject({{u"event"_s, u"failed"_s},
-                              {u"image"_s, u"text.png"_s},
-                              {u"output"_s, u"out/text.pdf"_s},
-                              {u"code"_s, 3},
-                              {u"message"_s, u"unsupported image format or corrupted file"_s}}));
-        QJsonObject last = lines.last();
-        QVERIFY(last.take("seconds"_L1).isDouble());
-        QCOMPARE(last,
-                 QJsonObject({{u"event"_s, u"end"_s},
-                              {u"files"_s, 2},
-                              {u"done"_s, 1},
-                              {u"failed"_s, 1},
-                              {u"pages"_s, 3},
-                              {u"exit"_s, 3}}));
-    }
+    QTest::addColumn<QString>("jobs");
+    QTest::newRow("1 job") << u"1"_s;
+    QTest::newRow("2 jobs") << u"2"_s;
 }
 
-void TestBatchRun::tellsNothingWhenQuiet()
+void TestBatchRun::reportsInJson()
+{
+    QFETCH(QString, jobs);
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    savedBytes("no image", u"text.png"_s);
+    const BatchEnd end = runBatchProgram({u"--json"_s, u"-j"_s, jobs, u"a.png"_s, u"text.png"_s, u"-o"_s, u"out"_s});
+    QCOMPARE(end.code, 3);
+    const QList<QJsonObject> lines = jsonLinesOf(end.output);
+    QCOMPARE(lines.size(), 6); // three pages, and one line of each other event
+    QCOMPARE(eventsIn(lines, u"page"_s), (QList<QJsonObject>{pageEvent(1, 3), pageEvent(2, 3), pageEvent(3, 3)}));
+    QJsonObject done = eventsIn(lines, u"done"_s).value(0);
+    QCOMPARE(done.take("bytes"_L1).toInteger(), QFileInfo(u"out/a.pdf"_s).size());
+    QVERIFY(done.take("seconds"_L1).isDouble());
+    const QJsonObject expectedDone{
+        {u"event"_s, u"done"_s}, {u"image"_s, u"a.png"_s}, {u"output"_s, u"out/a.pdf"_s}, {u"pages"_s, 3}};
+    QCOMPARE(done, expectedDone);
+    const QJsonObject expectedFailure{{u"event"_s, u"failed"_s},
+                                      {u"image"_s, u"text.png"_s},
+                                      {u"output"_s, u"out/text.pdf"_s},
+                                      {u"code"_s, 3},
+                                      {u"message"_s, u"unsupported image format or corrupted file"_s}};
+    QCOMPARE(eventsIn(lines, u"failed"_s).value(0), expectedFailure);
+    QJsonObject last = lines.last();
+    QVERIFY(last.take("seconds"_L1).isDouble());
+    const QJsonObject expectedLast{{u"event"_s, u"end"_s}, {u"files"_s, 2}, {u"done"_s, 1},
+                                   {u"failed"_s, 1},       {u"pages"_s, 3}, {u"exit"_s, 3}};
+    QCOMPARE(last, expectedLast);
+}
+
+void TestBatchRun::printsNothingWhenQuiet()
 {
     savedPicture(textPicture(70, 250), u"a.png"_s);
     savedPicture(textPicture(70, 250), u"b.png"_s);
@@ -342,7 +343,7 @@ void TestBatchRun::tellsNothingWhenQuiet()
     QCOMPARE(end.errors, QByteArray());
 }
 
-void TestBatchRun::tellsFailuresWhenQuiet()
+void TestBatchRun::printsFailuresWhenQuiet()
 {
     const BatchEnd end = runBatchProgram({u"-q"_s, u"none.png"_s, u"-o"_s, u"a.pdf"_s});
     QCOMPARE(end.code, 3);
@@ -364,14 +365,14 @@ void TestBatchRun::fullStandardOutputIsAFailure()
     QCOMPARE(pdfFacts(u"a.pdf"_s).pages, 3);
 }
 
-void TestBatchRun::needsNothingOfItsSurroundings()
+void TestBatchRun::needsNoEnvironment()
 {
     savedPicture(textPicture(70, 250), u"名.png"_s);
     for (const bool isBare : {true, false}) {
         QProcess process;
         setUpBatch(process, {u"名.png"_s, u"-o"_s, u"名.pdf"_s});
-        QProcessEnvironment environment; // as in cron, or on a desktop that cannot be reached
-        environment.insert(u"HOME"_s, QDir::homePath()); // where the fonts are remembered
+        QProcessEnvironment environment; // as in cron, or with an unreachable display
+        environment.insert(u"HOME"_s, QDir::homePath()); // for the font cache
         if (!isBare) {
             environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
             environment.insert(u"QT_QPA_PLATFORMTHEME"_s, u"gtk3"_s);
@@ -389,13 +390,13 @@ void TestBatchRun::needsNothingOfItsSurroundings()
     }
 }
 
-void TestBatchRun::touchesNoSettings()
+void TestBatchRun::ignoresSettings()
 {
     savedPicture(textPicture(70, 250), u"a.png"_s);
     QCOMPARE(runBatchProgram({u"a.png"_s, u"-o"_s, u"plain.pdf"_s}).code, 0);
     const QImage plain = pdfPictures(u"plain.pdf"_s, 72).first();
 
-    // The same program beside the settings of another one.
+    // The same program next to a settings file.
     QVERIFY(QDir::current().mkpath(u"bin"_s));
     QVERIFY(QFile::copy(QStringLiteral(QUILLMARCH_BATCH), u"bin/quillmarch-batch"_s));
     const QByteArray settings = "[config]\nmarginsc=30\nautopage=false\nlanguage=en\n";
@@ -413,7 +414,7 @@ void TestBatchRun::touchesNoSettings()
 
 void TestBatchRun::failedWriteKeepsTheOldFile_data()
 {
-    QTest::addColumn<int>("limit"); // bytes that a file may have
+    QTest::addColumn<int>("limit"); // maximum size of a file in bytes
     for (const int limit : {0, 1, 4096, 20000}) {
         QTest::addRow("%d bytes", limit) << limit;
     }
@@ -451,7 +452,7 @@ void TestBatchRun::killKeepsTheOldFile()
     QVERIFY(process.waitForFinished(processTime));
     QCOMPARE(process.exitStatus(), QProcess::CrashExit);
     QCOMPARE(contentOf(u"a.pdf"_s), "the old file");
-    QCOMPARE(partFiles().size(), 1); // which nobody could remove
+    QCOMPARE(partFiles().size(), 1); // nothing could remove it
 }
 
 void TestBatchRun::signalRemovesTheUnfinishedFile_data()
@@ -481,7 +482,7 @@ void TestBatchRun::signalRemovesTheUnfinishedFile()
     QVERIFY(process.waitForFinished(processTime));
     QCOMPARE(process.exitStatus(), QProcess::CrashExit);
     QCOMPARE(process.exitCode(), number);
-    QTRY_COMPARE_WITH_TIMEOUT(partFiles(), QStringList(), processTime); // a worker ends a moment later
+    QTRY_COMPARE_WITH_TIMEOUT(partFiles(), QStringList(), processTime); // a worker ends slightly later
     QCOMPARE(contentOf(u"long.pdf"_s), "the old file");
 #else
     QSKIP("There are no signals");
@@ -521,7 +522,7 @@ void TestBatchRun::workersEndWithTheProgram()
     process.kill();
     QVERIFY(process.waitForFinished(processTime));
     for (const qint64 worker : workers) {
-        // Gone, or not waited for by whoever inherited it.
+        // Gone, or a zombie that its new parent has not waited for.
         QTRY_VERIFY_WITH_TIMEOUT(contentOf(u"/proc/%1/cmdline"_s.arg(worker)).isEmpty(), processTime);
     }
     QCOMPARE(fileNamesIn(u"out"_s), QStringList());

@@ -1,4 +1,4 @@
-"""A screen, a window manager, a mouse and a keyboard of one's own."""
+"""A virtual screen with a window manager, a mouse and a keyboard."""
 
 import os
 import pathlib
@@ -14,19 +14,19 @@ SCREEN = (1400, 1000)
 
 
 def wait_until(condition, what, timeout=15.0):
-    """The first true value of `condition()`; fails when there is none in time."""
+    """Returns the first true value of `condition()`; fails if there is none in time."""
     end = time.monotonic() + timeout
     while True:
         value = condition()
         if value:
             return value
         if time.monotonic() > end:
-            raise AssertionError(f"waited {timeout:g} seconds in vain: {what}")
+            raise AssertionError(f"not within {timeout:g} seconds: {what}")
         time.sleep(0.02)
 
 
 def stop(process):
-    """Ends a child process, and returns its exit status."""
+    """Terminates a child process and returns its exit status."""
     if process.poll() is None:
         process.send_signal(signal.SIGTERM)
         try:
@@ -49,11 +49,11 @@ class Desktop:
             "PATH": os.environ["PATH"],
             "HOME": str(home),
             "XDG_CONFIG_HOME": str(home / ".config"),
-            "https_proxy": "http://127.0.0.1:9",  # nobody listens: no check leaves the machine
+            "https_proxy": "http://127.0.0.1:9",  # nothing listens there: no update check leaves the machine
             "XDG_RUNTIME_DIR": str(self.path / "run"),
             "LANG": "C.UTF-8",
             "QT_QPA_PLATFORM": "xcb",
-            # With sanitizers: the desktop's message bus keeps a block for the whole run.
+            # For sanitizers: libdbus keeps one allocation until the program ends.
             "LSAN_OPTIONS": f"suppressions={pathlib.Path(__file__).with_name('leaks.txt')}:print_suppressions=0",
             **(environment or {}),
         }
@@ -79,7 +79,7 @@ class Desktop:
         with os.fdopen(read_end) as answer:
             number = answer.readline().strip()
         if not number:
-            raise AssertionError("Xvfb found no display of its own")
+            raise AssertionError("Xvfb found no free display")
         return number
 
     def close(self):
@@ -88,7 +88,7 @@ class Desktop:
         self.folder.cleanup()
 
     def start(self, command, **options):
-        """Starts a program on this screen; it ends with the screen at the latest."""
+        """Starts a program on this screen; close() terminates it."""
         process = subprocess.Popen(command, env=self.environment, **options)
         self.processes.append(process)
         return process
@@ -110,7 +110,7 @@ class Desktop:
     # Windows
 
     def windows(self, process):
-        """The visible windows of a process: number by title."""
+        """The visible windows of a process: their numbers by title."""
         found = self._try_xdotool("search", "--onlyvisible", "--pid", process.pid).split()
         return {self._try_xdotool("getwindowname", number): int(number) for number in found}
 
@@ -119,7 +119,7 @@ class Desktop:
 
     def geometry(self, window):
         """Left, top, width and height without the frame, in screen pixels."""
-        # xdotool counts the frame of a window twice.
+        # Not by xdotool, which counts the frame of a window twice.
         text = subprocess.run(
             ["xwininfo", "-id", str(window)], env=self.environment, capture_output=True, text=True, timeout=30
         ).stdout
@@ -145,7 +145,7 @@ class Desktop:
         self.xdotool("mouseup", 1)
 
     def glide(self, start, end, steps=8):
-        """Moves the pointer on a line, as a hand does."""
+        """Moves the pointer along a line in steps."""
         for i in range(1, steps + 1):
             self.move(*(a + (b - a) * i / steps for a, b in zip(start, end)))
 
@@ -166,16 +166,16 @@ class Desktop:
     def screen(self):
         return Picture.from_xwd((self.path / "screen" / "Xvfb_screen0").read_bytes())
 
-    def calm_screen(self):
-        """The screen once it stands still for a moment."""
+    def stable_screen(self):
+        """The screen when it has stopped changing."""
         last = [self.screen()]
 
-        def same_again():
+        def is_unchanged():
             time.sleep(0.15)
             now = self.screen()
             same = now.data == last[0].data
             last[0] = now
             return same
 
-        wait_until(same_again, "a screen that stands still")
+        wait_until(is_unchanged, "a screen that does not change")
         return last[0]

@@ -1,4 +1,4 @@
-"""Makes the pictures of the README and of the guides from the program with the samples."""
+"""Takes the pictures in the README and in the guides: the program with the samples."""
 
 import contextlib
 import os
@@ -19,7 +19,7 @@ LANGUAGES = {
     "en": {"config": {"language": "en"}, "open": "open an image or pdf file", "save": "Save as PDF", "about": "关于"},
 }
 
-# 32 steps a channel make the files much smaller and look the same.
+# 32 levels per channel make the files much smaller and look the same.
 STEPS = bytes(round(round(level * 31 / 255) * 255 / 31) for level in range(256))
 
 
@@ -28,7 +28,7 @@ CUT_STEP = 87  # screen pixels from the first cut of the chat to the gap below t
 
 @contextlib.contextmanager
 def folder_of_fixed_name():
-    """Its name can be read in a picture, and shall not be another one each time."""
+    """A folder whose name is visible in a picture, and therefore always the same."""
     folder = pathlib.Path(tempfile.gettempdir()) / "quillmarch-pictures"
     folder.mkdir()
     try:
@@ -38,14 +38,14 @@ def folder_of_fixed_name():
 
 
 class Session:
-    """One run of the program on a screen of its own, and the folder for its pictures."""
+    """One run of the program on a separate screen, and the folder for its pictures."""
 
     def __init__(self, folder, language):
         self.folder = folder
         self.texts = LANGUAGES[language]
         self.desktop = Desktop()
         try:
-            self.desktop.start(["xcompmgr"])  # else what is transparent is black
+            self.desktop.start(["xcompmgr"])  # without it, transparency is black
             self.program = Program(self.desktop, self.texts["config"])
             self.program.start()
             self.desktop.xdotool("windowsize", "--sync", self.program.main, *SIZE)
@@ -62,13 +62,13 @@ class Session:
         self.desktop.close()
 
     def shows_version(self):
-        """It comes a second after the start."""
+        """Whether the version is visible, which appears a second after the start."""
         left, top, width, height = self.desktop.geometry(self.program.main)
         screen = self.desktop.screen()
         row = screen.row(top + height - 10, left + width - 80, left + width - 30)
         return any(color != row[0] for color in row)
 
-    # What is done
+    # Actions
 
     def open(self, sample):
         self.program.answer_file_dialog("ctrl+o", self.texts["open"], SAMPLES / sample)
@@ -81,13 +81,13 @@ class Session:
             self.program.picture()
 
     def cut(self, index=0):
-        """The place of a cut that can be seen, a third into the view."""
+        """The position of a visible cut, a third of the view's width from its left."""
         layout = self.program.layout()
         bars = wait_until(lambda: self.program.cut_bars(self.desktop.screen())[index:], "a cut")
         return layout.main_view + 0.3 * layout.main_width, sum(bars[0]) / 2
 
     def scroll_to_cut(self, share):
-        """Scrolls the strips until the first cut stands at a share of the view's height."""
+        """Scrolls the strips until the first cut is at a share of the view's height."""
         layout = self.program.layout()
         middle = layout.main_view + layout.main_width / 2
         for _ in range(60):
@@ -95,24 +95,24 @@ class Session:
             if bars and bars[0][0] < layout.top + share * (layout.bottom - layout.top):
                 return
             self.desktop.wheel_down(middle, (layout.top + layout.bottom) / 2, 1)
-        raise AssertionError("no cut came into view")
+        raise AssertionError("no cut became visible")
 
     def leave_cut(self):
-        """Takes the pointer off a cut; straight out of the window would leave it lit."""
-        x, y = self.cut_place
+        """Moves the pointer off a cut: directly out of the window, it would stay highlighted."""
+        x, y = self.cut_position
         self.desktop.move(x, y - 60)
         self.program.rest_pointer()
 
     def point_at_cut(self):
-        self.cut_place = self.cut()
-        self.desktop.move(*self.cut_place)
+        self.cut_position = self.cut()
+        self.desktop.move(*self.cut_position)
 
     def drag_cut(self, distance):
-        """Presses the button on the cut that is pointed at, and moves it; releases nothing."""
-        x, y = self.cut_place
+        """Drags the cut under the pointer without releasing the button."""
+        x, y = self.cut_position
         self.desktop.press()
         self.desktop.glide((x, y), (x, y + distance))
-        self.cut_place = x, y + distance
+        self.cut_position = x, y + distance
 
     def scroll_to_top(self):
         layout = self.program.layout()
@@ -120,10 +120,10 @@ class Session:
             self.desktop.xdotool("mousemove", round(x), layout.bottom - 50, "click", "--repeat", 60, "--delay", 10, 4)
         self.program.picture()
 
-    # What is kept
+    # Pictures
 
     def keep(self, name, left, top, width, height):
-        shot = self.desktop.calm_screen().part(left, top, width, height)
+        shot = self.desktop.stable_screen().part(left, top, width, height)
         path = self.folder / f"{name}.png"
         Picture(shot.width, shot.height, shot.stride, shot.data.translate(STEPS)).write_png(path)
         print(path, path.stat().st_size)
@@ -134,12 +134,12 @@ class Session:
 
     def keep_toast(self, name):
         wait_until(self.program.toast, "the toast")
-        self.desktop.calm_screen()
+        self.desktop.stable_screen()
         self.keep_window(name)
         wait_until(lambda: not self.program.toast(), "the end of the toast")
 
     def keep_views(self, name):
-        """Both views, without the texts around them."""
+        """Takes both views, without the texts around them."""
         layout = self.program.layout()
         self.keep(name, layout.left, layout.top, layout.right - layout.left, layout.bottom - layout.top)
 
@@ -166,7 +166,7 @@ def show_the_window(folder, language):
         desktop.key("Escape", "Escape", "Escape")
 
         session.click_tools("layout", "numbers")
-        program.picture()  # repaints, at the scale that all pages share
+        program.picture()  # draws again, at the common scale of all pages
         session.keep_window(f"columns-{language}")
 
         with folder_of_fixed_name() as out:
@@ -179,7 +179,7 @@ def show_the_window(folder, language):
         desktop.key("Alt_L")
         desktop.key("Right", "Right", "Down", "Return")
         about = desktop.window(program.process, session.texts["about"])
-        desktop.calm_screen()
+        desktop.stable_screen()
         left, top, width, height = desktop.geometry(about)
         session.keep(f"about-{language}", left, top - TITLE_BAR, width, height + TITLE_BAR)
 

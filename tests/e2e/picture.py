@@ -1,4 +1,4 @@
-"""Pictures as rows of bytes: screenshots, pages of a PDF file, PNG files."""
+"""Pictures as raw pixels: screenshots, pages of a PDF file, PNG files."""
 
 import struct
 import zlib
@@ -7,7 +7,7 @@ XWD_HEADER = struct.Struct(">25I")
 
 
 class Picture:
-    """Pixels of four bytes each: blue, green, red, and one unused."""
+    """Pixels of four bytes: blue, green, red and an unused one."""
 
     def __init__(self, width, height, stride, data):
         self.width = width
@@ -17,22 +17,22 @@ class Picture:
 
     @classmethod
     def from_xwd(cls, data):
-        """The screen as Xvfb keeps it in its frame buffer file."""
+        """The screen from the frame buffer file of Xvfb."""
         words = XWD_HEADER.unpack_from(data)
         header_size, width, height = words[0], words[4], words[5]
         bits, stride, colors = words[11], words[12], words[19]
         if bits != 32:
-            raise ValueError(f"a screen of {bits} bits a pixel")
+            raise ValueError(f"unsupported screen: {bits} bits per pixel")
         start = header_size + colors * 12
         return cls(width, height, stride, bytes(data[start : start + stride * height]))
 
     @classmethod
     def from_ppm(cls, data):
-        magic, width, height, deepest, pixels = data.split(maxsplit=4)
-        if magic != b"P6" or deepest != b"255":
-            raise ValueError("no plain PPM picture")
+        magic, width, height, max_value, pixels = data.split(maxsplit=4)
+        if magic != b"P6" or max_value != b"255":
+            raise ValueError("not a PPM picture with 8 bits per channel")
         width, height = int(width), int(height)
-        pixels = data[len(data) - width * height * 3 :]  # split() also eats pixels that look like blanks
+        pixels = data[len(data) - width * height * 3 :]  # split() also removes pixels that look like spaces
         bgrx = bytearray(width * height * 4)
         for channel in range(3):
             bgrx[2 - channel :: 4] = pixels[channel::3]
@@ -40,7 +40,7 @@ class Picture:
 
     @classmethod
     def of_rows(cls, width, rows):
-        """A picture of rows of colours, each row a list of stretches: (colour, how long)."""
+        """A picture from rows of colors; each row is a list of runs: (color, length)."""
         data = b"".join(
             b"".join(bytes((blue, green, red, 0)) * length for (red, green, blue), length in row) for row in rows
         )
@@ -49,7 +49,7 @@ class Picture:
     def at(self, x, y):
         """Red, green and blue of one pixel."""
         if not (0 <= x < self.width and 0 <= y < self.height):
-            raise IndexError(f"({x}, {y}) lies outside {self.width} x {self.height}")
+            raise IndexError(f"({x}, {y}) is outside {self.width} x {self.height}")
         start = y * self.stride + x * 4
         return self.data[start + 2], self.data[start + 1], self.data[start]
 
@@ -83,7 +83,7 @@ class Picture:
 
 
 def runs_of(flags):
-    """The stretches of true values in a list, as (start, end) with the end excluded."""
+    """The runs of true values in a list, as (start, end) with the end excluded."""
     runs = []
     start = None
     for i, flag in enumerate(flags):

@@ -1,4 +1,4 @@
-"""The program in its window, used as a person uses it and read off the screen."""
+"""The program, used by mouse and keyboard and measured on the screen."""
 
 import configparser
 import os
@@ -30,7 +30,7 @@ TOOLS = (
 
 
 def is_idle_handle(color):
-    """The bar of a cut when nothing points at it: a faint shadow on the gray."""
+    """The bar of a cut without the pointer on it: a faint shadow on the gray."""
     return color[0] == color[1] == color[2] and 136 <= color[0] <= 144
 
 
@@ -39,7 +39,7 @@ def is_pressed_handle(color):
 
 
 class Layout:
-    """Where the parts of the window lie, in screen pixels; ends are excluded."""
+    """The positions of the parts of the window in screen pixels; ends are excluded."""
 
     def __init__(self, picture, geometry):
         left, window_top, width, height = geometry
@@ -48,7 +48,7 @@ class Layout:
         self.top, self.bottom = window_top + top, window_top + bottom
         self.left, self.right = left, left + width
         self.left_view_end, self.main_view = self._splitter(picture)
-        # Right of the main view there may be its scroll bar.
+        # The main view may have a scroll bar on its right side.
         row = picture.row(self.bottom - 2, self.main_view, self.right)
         self.main_view_end = self.main_view + max(end for _, end in runs_of([c == SCENE_GRAY for c in row]))
         self.handle = (self.main_view - 3, (self.top + self.bottom) // 2)
@@ -56,7 +56,7 @@ class Layout:
     def _splitter(self, picture):
         """The end of the left view and the start of the main view.
 
-        Between the gray of the two lie the splitter, 6 pixels wide, and with a
+        Between their gray backgrounds are the splitter, 6 pixels wide, and with a
         document the scroll bar of the left view, 10 pixels wide.
         """
         row = picture.row(self.bottom - 2, self.left, self.right)
@@ -76,7 +76,7 @@ class Layout:
 
 
 class Program:
-    """One installation of the program: its folder, with `user.ini`, outlives a run."""
+    """An installed copy of the program, whose folder with `user.ini` outlives its runs."""
 
     def __init__(self, desktop, config=None):
         self.desktop = desktop
@@ -113,11 +113,11 @@ class Program:
         return parser.get("config", key, fallback=None)
 
     def activate(self, window):
-        """Gives a window the keyboard."""
+        """Gives a window the keyboard focus."""
         self.desktop.xdotool("windowactivate", "--sync", window)
 
     def quit(self):
-        """Ctrl+X; returns the exit status."""
+        """Quits by Ctrl+X and returns the exit status."""
         self.activate(self.main)
         self.desktop.key("ctrl+x")
         return self.process.wait(15)
@@ -128,13 +128,13 @@ class Program:
         return Layout(self.desktop.screen(), self.desktop.geometry(self.main))
 
     def rest_pointer(self):
-        """Takes the pointer out of the window, so that nothing is lit by it."""
+        """Moves the pointer out of the window, so that it highlights nothing."""
         self.desktop.move(self.desktop.screen().width - 2, 2)
 
     def picture(self):
-        """The screen when the program has nothing more to draw."""
+        """The screen when the program has finished drawing."""
         self.rest_pointer()
-        return self.desktop.calm_screen()
+        return self.desktop.stable_screen()
 
     def tools(self):
         """The tool buttons by name: left, top, right and bottom of their icons."""
@@ -157,7 +157,7 @@ class Program:
         icons = []
         for start, end in groups:
             if end - start < 12:
-                continue  # the grip of the bar, or a separator
+                continue  # the handle of the tool bar, or a separator
             left, right = layout.left + start, layout.left + end
             marked = [y for y in rows if any(is_ink(picture.at(x, y)) for x in range(left, right))]
             icons.append((left, marked[0], right, marked[-1] + 1))
@@ -194,7 +194,7 @@ class Program:
     # The left view: output pages
 
     def pages(self, picture):
-        """The pages that can be seen: top and bottom; cut off by the view perhaps."""
+        """Top and bottom of the visible pages, which the view may clip."""
         layout = self.layout()
         x = layout.left + round(0.1 * layout.left_width) + 6  # in the left margin
         column = picture.column(x, layout.top, layout.bottom)
@@ -209,7 +209,7 @@ class Program:
         return layout.left + sheet[0], layout.left + sheet[-1] + 1
 
     def number_box_ink(self, picture, page):
-        """How many pixels differ from white where the page of the ruler has its number."""
+        """The number of pixels that are not white where a page of the ruler has its number."""
         left, right = self.page_edges(picture, page)
         width = right - left
         _, bottom = page
@@ -226,7 +226,7 @@ class Program:
         return rows[0], rows[-1]
 
     def content_share(self, picture, page):
-        """The share of the page's width that its strip takes, in the middle of what is seen of the page."""
+        """The width of the strip as a share of the page's width, in the middle of the visible part."""
         left, right = self.page_edges(picture, page)
         y = (page[0] + page[1]) // 2
         inked = [x for x in range(left + 2, right - 2) if picture.at(x, y) != WHITE]
@@ -241,14 +241,14 @@ class Program:
         return layout.main_view + inked[0], layout.main_view + inked[-1] + 1
 
     def strip_scale(self):
-        """Screen pixels a source pixel of the ruler in the main view."""
+        """Screen pixels per source pixel of the ruler in the main view."""
         picture = self.picture()
         layout = self.layout()
         left, right = self.strip_edges(picture, layout.top + 20)
         return (right - left) / rulerimage.WIDTH
 
     def cut_bars(self, picture):
-        """The cut handles that can be seen whole in the main view: top and bottom."""
+        """Top and bottom of the cut handles that are completely visible in the main view."""
         layout = self.layout()
         x = layout.main_view + round(0.3 * layout.main_width)
         column = picture.column(x, layout.top, layout.bottom)
@@ -256,14 +256,24 @@ class Program:
         return [(layout.top + a, layout.top + b) for a, b in runs if b - a >= 4 and b < len(column)]
 
     def cut_row(self, picture, bar):
-        """The source row of the ruler at a cut, read off the strip above it."""
+        """The source row of the ruler at a cut, measured at the end of the strip above it."""
         layout = self.layout()
         x = layout.main_view + round(0.3 * layout.main_width)
         return rulerimage.rows_of(picture.column(x, layout.top, bar[0]))[-1]
 
 
+def expected_content_width(percent, first_strip=1000):
+    """The width of the ruler's first strip as a share of its page.
+
+    Pages have 840 columns and 1204 rows. The scale fits the tallest strip, which
+    has 700 columns and 1140 rows, between the margins. These are `percent` of the
+    height of the first strip when the margin is set, with its handle of 20 rows.
+    """
+    return 700 / 1140 * (1204 - 2 * percent * (first_strip + 20) / 100) / 840
+
+
 class ProgramTest(unittest.TestCase):
-    """A screen and a program for each test, and a picture of how it ended."""
+    """A screen and a program for each test, and a screenshot at its end."""
 
     config = None
     environment = None
@@ -279,18 +289,34 @@ class ProgramTest(unittest.TestCase):
         folder.mkdir(parents=True, exist_ok=True)
         self.desktop.screen().write_png(folder / f"{self.id().replace('__main__.', '')}-{name}.png")
 
+    def assertShowsFirstPage(self):
+        """The first page shows the ruler from its top to the first white line."""
+        picture = self.program.picture()
+        first, last = self.program.rows_on_page(picture, self.program.pages(picture)[0])
+        self.assertNear(first, 0, 8, "first row of page 1")
+        self.assertNear(last, rulerimage.WHITE_LINES[0], 8, "last row of page 1")
+
+    def content_width(self):
+        """The width of the first strip as a share of the width of its page."""
+        picture = self.program.picture()
+        return self.program.content_share(picture, self.program.pages(picture)[0])
+
+    def number_ink(self):
+        picture = self.program.picture()
+        return self.program.number_box_ink(picture, self.program.pages(picture)[0])
+
     def assertNear(self, value, expected, tolerance, what=""):
         self.assertLessEqual(abs(value - expected), tolerance, f"{what}: {value} is not {expected} ± {tolerance}")
 
     def assertBecomes(self, measure, expected, tolerance, what=""):
-        """The program may need a while until it shows what it was told to do."""
+        """Waits until the program shows the result of a command."""
         value = None
 
         def is_near():
             nonlocal value
             try:
                 value = measure()
-            except IndexError:  # what is measured cannot be seen yet
+            except IndexError:  # what is measured is not visible yet
                 return False
             return abs(value - expected) <= tolerance
 
@@ -309,7 +335,7 @@ class ProgramTest(unittest.TestCase):
         self.program.wait_for_document()
 
     def pdf_pages(self, path):
-        """The text of pdfinfo and a picture of each page, at 60 dots an inch."""
+        """The output of pdfinfo and a picture of each page at 60 dpi."""
         info = subprocess.run(["pdfinfo", path], capture_output=True, text=True, check=True, timeout=60).stdout
         prefix = self.desktop.path / f"page-{time.monotonic_ns()}"
         subprocess.run(["pdftoppm", "-r", "60", path, prefix], check=True, timeout=60)

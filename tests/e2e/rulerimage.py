@@ -1,10 +1,9 @@
-"""A long picture that tells of each of its pixels from which row it comes.
+"""A long picture in which the color of each pixel identifies its row.
 
-Red and blue are two triangular waves, a quarter of a period apart, and green
-climbs from the top to the bottom: together they name a row, also when the
-picture is shown smaller. Black lines run down both edges. Red stays below the
-level that counts as bright, except in the white lines across the picture: the
-cuts belong there.
+Red and blue are triangle waves, shifted by a quarter of a period, and green
+increases from top to bottom: together they identify a row, even in a scaled-down
+view. There are black lines along both edges. Red stays below the level of bright
+pixels, except in the white lines across the picture, where the cuts belong.
 """
 
 import functools
@@ -22,7 +21,7 @@ BLACK = (0, 0, 0)
 
 
 def triangle(y):
-    """From 20 up to 180 and down again within a period."""
+    """Rises from 20 to 180 and falls again within a period."""
     phase = y % PERIOD / PERIOD
     return round(20 + 320 * min(phase, 1 - phase))
 
@@ -54,7 +53,7 @@ def paint(path, border=0):
 
 @functools.lru_cache(maxsize=None)
 def row_of(color):
-    """The row that a colour comes from, or None where it is none of the picture's."""
+    """The row that has this color, or None if no row does."""
     red, green, blue = color
     guess = (green - 20) * HEIGHT / 180
 
@@ -70,8 +69,8 @@ def row_of(color):
 def rows_of(colors):
     """The rows that a column of a picture shows, from top to bottom.
 
-    A pixel that is blended with the paper beside it can look like any row; it
-    is left out because no neighbour comes from near there.
+    A pixel that is blended with the paper next to it can look like any row. It is
+    skipped because none of its neighbors is from a nearby row.
     """
     rows = [row_of(color) for color in colors]
 
@@ -80,6 +79,6 @@ def rows_of(colors):
 
     return [
         row
-        for before, row, behind in zip([None, *rows], rows, [*rows[1:], None])
-        if row is not None and (is_near(row, before) or is_near(row, behind))
+        for before, row, after in zip([None, *rows], rows, [*rows[1:], None])
+        if row is not None and (is_near(row, before) or is_near(row, after))
     ]

@@ -1,12 +1,11 @@
-"""The way of a picture from the open dialog to the PDF file."""
+"""From the open dialog to the PDF file, with all commands of the tool bar."""
 
 import os
-import re
 import unittest
 
 import rulerimage
 from desktop import wait_until
-from program import WHITE, ProgramTest
+from program import WHITE, ProgramTest, expected_content_width
 
 
 class Commands(ProgramTest):
@@ -21,7 +20,7 @@ class Commands(ProgramTest):
     def export(self, name):
         path = self.desktop.path / name
         self.program.answer_file_dialog("ctrl+s", self.save_title, path)
-        wait_until(lambda: path.exists() and path.read_bytes().rstrip().endswith(b"%%EOF"), "a whole PDF file")
+        wait_until(lambda: path.exists() and path.read_bytes().rstrip().endswith(b"%%EOF"), "a complete PDF file")
         wait_until(self.program.toast, "the toast after the export")
         return path
 
@@ -38,20 +37,20 @@ class Commands(ProgramTest):
         layout = self.program.layout()
         left, right = self.program.strip_edges(picture, layout.top + 100)
         self.assertNear((right - left) / layout.main_width, 0.75, 0.01, "share of the view that the strips take")
-        # The sample is no blank page: what the strips show differs a lot.
+        # The sample is not a blank page: the strips show many colors.
         colors = {picture.at(x, y) for x in range(left, right, 3) for y in range(layout.top, layout.bottom, 3)}
         self.assertGreater(len(colors), 50)
 
-    def test_toolButtonsHaveTheSizeForTheScreen(self):
+    def test_toolButtonsFitTheScreenDensity(self):
         self.program.start()
         self.open(self.paint_ruler())
         for name, (left, top, right, bottom) in self.program.tools().items():
-            # Icons are drawn with a small empty rim.
+            # Icons have a small empty margin.
             self.assertGreaterEqual(max(right - left, bottom - top), self.icon_size * 0.6, name)
             self.assertLessEqual(max(right - left, bottom - top), self.icon_size, name)
         self.shoot("tools")
 
-    def test_cutsFallIntoTheWhiteLines(self):
+    def test_cutsAreInTheWhiteLines(self):
         self.program.start()
         self.open(self.paint_ruler())
 
@@ -60,12 +59,9 @@ class Commands(ProgramTest):
             return self.program.cut_row(picture, self.program.cut_bars(picture)[0])
 
         self.assertBecomes(first_cut, rulerimage.WHITE_LINES[0], 8, "first cut")
-        picture = self.program.picture()
-        first, last = self.program.rows_on_page(picture, self.program.pages(picture)[0])
-        self.assertNear(first, 0, 8, "first row of page 1")
-        self.assertNear(last, rulerimage.WHITE_LINES[0], 8, "last row of page 1")
+        self.assertShowsFirstPage()
 
-    def test_zoomsInStepsBetweenItsLimits(self):
+    def test_zoomsInStepsUpToItsLimits(self):
         self.program.start()
         self.open(self.paint_ruler())
 
@@ -88,23 +84,11 @@ class Commands(ProgramTest):
         self.program.start()
         self.open(self.paint_ruler())
 
-        def content_width():
-            picture = self.program.picture()
-            return self.program.content_share(picture, self.program.pages(picture)[0])
-
-        def expected(percent, first_strip):
-            """A strip is drawn as wide as the tallest one, of 1140 rows, allows.
-
-            Pages have 840 columns and 1204 rows. Margins are shares of the strip
-            as it is when they are set, with the 20 rows of its handle.
-            """
-            return 700 / 1140 * (1204 - 2 * percent * (first_strip + 20) / 100) / 840
-
-        self.assertBecomes(content_width, expected(10, 1000), 0.015, "at first")
+        self.assertBecomes(self.content_width, expected_content_width(10), 0.015, "at first")
         for button, percent in (("less margin", 5), ("less margin", 0), ("more margin", 5), ("more margin", 10)):
             self.program.click_tool(button)
             wait_until(lambda: self.program.setting("marginsc") == str(percent), f"{percent} percent in user.ini")
-            self.assertBecomes(content_width, expected(percent, 950), 0.015, f"at {percent} percent")
+            self.assertBecomes(self.content_width, expected_content_width(percent, 950), 0.015, f"at {percent} percent")
 
     def test_exportsWhatTheLeftViewShows(self):
         self.program.start()
@@ -141,21 +125,17 @@ class Commands(ProgramTest):
         self.program.start()
         self.open(self.paint_ruler())
 
-        def number_ink():
-            picture = self.program.picture()
-            return self.program.number_box_ink(picture, self.program.pages(picture)[0])
-
-        self.assertEqual(number_ink(), 0)
+        self.assertEqual(self.number_ink(), 0)
         self.program.click_tool("numbers")
-        wait_until(lambda: number_ink() > 3, "a page number")
+        wait_until(lambda: self.number_ink() > 3, "a page number")
         self.shoot("numbers")
         _, pages = self.pdf_pages(self.export("numbered.pdf"))
         plain = pages[0].part(0, pages[0].height * 88 // 100, pages[0].width, pages[0].height * 12 // 100)
         self.assertTrue(any(c != WHITE for y in range(plain.height) for c in plain.row(y, 0, plain.width)))
         self.program.click_tool("numbers")
-        wait_until(lambda: number_ink() == 0, "no page number")
+        wait_until(lambda: self.number_ink() == 0, "no page number")
 
-    def test_trimTakesTheWhiteBorderAway(self):
+    def test_trimRemovesTheWhiteBorder(self):
         self.program.start()
         self.open(self.paint_ruler("bordered.png", border=90))
 
@@ -169,7 +149,7 @@ class Commands(ProgramTest):
         self.program.click_tool("trim")
         wait_until(lambda: not starts_with_white(), "strips without the white border")
         _, pages = self.pdf_pages(self.export("trimmed.pdf"))
-        self.assertEqual(len(pages), 5)  # as of the picture without a border
+        self.assertEqual(len(pages), 5)  # like the picture without a border
 
 
 class CommandsInEnglish(Commands):

@@ -1,9 +1,8 @@
-"""Files that are dropped on the window, and files that are no pictures."""
+"""Files dropped on the window, and files that are not pictures."""
 
 import os
 import unittest
 
-import rulerimage
 from desktop import wait_until
 from program import ProgramTest
 
@@ -14,8 +13,8 @@ class Drop(ProgramTest):
         self.program.start()
 
     def drop(self, address, target):
-        told = self.desktop.path / "drag.txt"
-        with told.open("w") as output:
+        log = self.desktop.path / "drag.txt"
+        with log.open("w") as output:
             source = self.desktop.start([os.environ["QUILLMARCH_DRAG_SOURCE"], address], stdout=output)
         window = self.desktop.window(source, "drag source")
         left, top, width, height = self.desktop.geometry(window)
@@ -24,9 +23,9 @@ class Drop(ProgramTest):
         self.desktop.press()
         self.desktop.glide(start, target, steps=20)
         self.desktop.glide(target, (target[0] + 3, target[1] + 3), steps=3)
-        wait_until(lambda: "accepted" in told.read_text(), "a target that takes the drag")
+        wait_until(lambda: "accepted" in log.read_text(), "a target that accepts the drag")
         self.desktop.release()
-        wait_until(lambda: "dropped" in told.read_text(), "the end of the drag")
+        wait_until(lambda: "dropped" in log.read_text(), "the end of the drag")
 
     def views(self):
         layout = self.program.layout()
@@ -35,15 +34,12 @@ class Drop(ProgramTest):
 
     def assertRulerIsShown(self):
         self.program.wait_for_document()
-        picture = self.program.picture()
-        first, last = self.program.rows_on_page(picture, self.program.pages(picture)[0])
-        self.assertNear(first, 0, 8, "first row of page 1")
-        self.assertNear(last, rulerimage.WHITE_LINES[0], 8, "last row of page 1")
+        self.assertShowsFirstPage()
 
     def test_opensAFileOverTheMainView(self):
         self.drop(self.paint_ruler().as_uri(), self.views()[1])
         self.assertRulerIsShown()
-        self.assertIsNone(self.program.setting("imagedir"))  # only the dialog remembers a folder
+        self.assertIsNone(self.program.setting("imagedir"))  # only the dialog stores a folder
         self.shoot("dropped")
 
     def test_opensAFileOverTheLeftView(self):
@@ -55,7 +51,7 @@ class Drop(ProgramTest):
         self.drop(self.paint_ruler().as_uri(), (left + width - 40, top + 50))
         self.assertRulerIsShown()
 
-    def test_leavesAWebAddressAlone(self):
+    def test_ignoresAWebAddress(self):
         before = self.program.picture()
         self.drop("http://127.0.0.1/ruler.png", self.views()[1])
         after = self.program.picture()
@@ -65,7 +61,7 @@ class Drop(ProgramTest):
             self.assertEqual(after.column(x, layout.top, bottom), before.column(x, layout.top, bottom))
         self.assertIsNone(self.program.toast())
 
-    def test_tellsOfADamagedFile(self):
+    def test_reportsADamagedFile(self):
         damaged = self.desktop.path / "damaged.png"
         damaged.write_bytes(self.paint_ruler().read_bytes()[:40])
         self.drop(damaged.as_uri(), self.views()[0])
@@ -83,35 +79,35 @@ class Failures(ProgramTest):
     def open(self, path):
         self.program.answer_file_dialog("ctrl+o", self.title, path)
 
-    def assertToastComesAndGoes(self):
+    def assertToastAppearsAndDisappears(self):
         wait_until(self.program.toast, "the toast")
 
-        def off_centre(axis):
+        def off_center(axis):
             toast = self.program.toast() or ()
             window = self.desktop.geometry(self.program.main)
             return toast[axis] + toast[axis + 2] / 2 - window[axis] - window[axis + 2] / 2
 
-        self.assertBecomes(lambda: off_centre(0), 0, 2, "middle of the toast across")
-        self.assertBecomes(lambda: off_centre(1), 0, 2, "middle of the toast downward")
+        self.assertBecomes(lambda: off_center(0), 0, 2, "horizontal center of the toast")
+        self.assertBecomes(lambda: off_center(1), 0, 2, "vertical center of the toast")
         left, top, width, height = self.program.toast()
 
         def has_text():
             toast = self.desktop.screen().part(left, top, width, height)
             return sum(min(toast.at(x, height // 2)) > 200 for x in range(width)) > 3
 
-        wait_until(has_text, "white writing on the toast")
+        wait_until(has_text, "white text on the toast")
         self.shoot("toast")
         wait_until(lambda: self.program.toast() is None, "the end of the toast", timeout=6)
 
-    def test_tellsOfADamagedFile(self):
+    def test_reportsADamagedFile(self):
         damaged = self.desktop.path / "damaged.png"
-        damaged.write_bytes(b"\x89PNG\r\n\x1a\n and nothing more")
+        damaged.write_bytes(b"\x89PNG\r\n\x1a\n and nothing else")
         self.open(damaged)
-        self.assertToastComesAndGoes()
+        self.assertToastAppearsAndDisappears()
         self.assertEqual(self.program.pages(self.program.picture()), [])
         wait_until(lambda: self.program.setting("imagedir") == str(self.desktop.path), "the folder in user.ini")
 
-    def test_keepsThePagesWhenTheNextFileIsNoPicture(self):
+    def test_keepsThePagesWhenTheNextFileIsNotAPicture(self):
         self.open(self.paint_ruler())
         self.program.wait_for_document()
         before = self.program.picture()
@@ -119,7 +115,7 @@ class Failures(ProgramTest):
         document = self.desktop.path / "paper.pdf"
         document.write_bytes(b"%PDF-1.4\n")
         self.open(document)
-        self.assertToastComesAndGoes()
+        self.assertToastAppearsAndDisappears()
         after = self.program.picture()
         bottom = layout.bottom - 20  # the status bar grows when the version appears in it
         for x in (layout.left + layout.left_width // 2, layout.main_view + layout.main_width // 2):
@@ -134,10 +130,10 @@ class Failures(ProgramTest):
         self.assertIsNone(self.program.toast())
         self.assertIsNone(self.program.setting("imagedir"))
 
-    def test_exportDoesNothingBeforeThereIsADocument(self):
+    def test_exportDoesNothingWithoutADocument(self):
         self.desktop.key("ctrl+s")
         self.desktop.key("ctrl+p")
-        self.desktop.calm_screen()
+        self.desktop.stable_screen()
         self.assertEqual(list(self.desktop.windows(self.program.process).values()), [self.program.main])
         self.assertEqual(self.program.quit(), 0)
 

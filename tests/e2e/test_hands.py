@@ -1,14 +1,14 @@
-"""What is done by hand in the two views: cuts, clicks on pages, the splitter."""
+"""Mouse actions in the two views: cuts, clicks on pages, the splitter."""
 
 import unittest
 
 import rulerimage
 from desktop import wait_until
-from program import SCENE_GRAY, ProgramTest, is_pressed_handle
+from program import SCENE_GRAY, ProgramTest, expected_content_width, is_pressed_handle
 
 FIRST_CUT, SECOND_CUT = rulerimage.WHITE_LINES[:2]
 HANDLE = 20  # rows of a cut handle
-TOLERANCE = 8  # rows of the picture; about four pixels of the screen
+TOLERANCE = 8  # rows of the picture, about four pixels of the screen
 
 
 class Cuts(ProgramTest):
@@ -19,7 +19,7 @@ class Cuts(ProgramTest):
         self.measure()
 
     def measure(self):
-        """Where the first cut handle lies."""
+        """Measures the position of the first cut handle."""
         picture = self.program.picture()
         self.bar = self.program.cut_bars(picture)[0]
         self.scale = self.program.strip_scale()
@@ -29,8 +29,8 @@ class Cuts(ProgramTest):
         self.assertNear(self.program.cut_row(picture, self.bar), FIRST_CUT, TOLERANCE, "cut before")
 
     def assertCutIsAt(self, row):
-        """In the main view and on the output page."""
-        # A handle stays lit until the pointer moves over its strip again.
+        """Checks the cut in the main view and on the output page."""
+        # A handle stays highlighted until the pointer moves over its strip again.
         self.desktop.move(self.x, self.program.layout().top + 20)
         self.desktop.move(self.x, self.program.layout().top + 25)
 
@@ -47,26 +47,26 @@ class Cuts(ProgramTest):
         self.assertNear(page()[0], 0, TOLERANCE, "first row of page 1")
 
     def drag_to_row(self, row):
-        """Drags the middle of the handle to where the cut's row would be in its middle."""
+        """Drags the middle of the handle to the position of `row`."""
         middle = self.start_y + (row - FIRST_CUT) * self.scale
         self.desktop.drag((self.x, self.start_y), (self.x, middle))
 
-    def test_lightsTheHandleUnderThePointer(self):
-        def is_lit():
+    def test_highlightsTheHandleUnderThePointer(self):
+        def is_highlighted():
             red, green, blue = self.desktop.screen().at(round(self.x) - 40, round(self.start_y))
             return blue > 200 and blue > green > red
 
-        self.assertFalse(is_lit())
+        self.assertFalse(is_highlighted())
         self.desktop.glide((self.x, self.start_y - 30), (self.x, self.start_y))
-        wait_until(is_lit, "a blue handle")
+        wait_until(is_highlighted, "a blue handle")
         self.shoot("hover")
         self.desktop.glide((self.x, self.start_y), (self.x, self.start_y - 30))
-        wait_until(lambda: not is_lit(), "a gray handle")
+        wait_until(lambda: not is_highlighted(), "a gray handle")
 
-    def test_moveGoesToTheOutputPage(self):
+    def test_moveChangesTheOutputPages(self):
         self.drag_to_row(FIRST_CUT - 90)
         self.assertCutIsAt(FIRST_CUT - 90)
-        # The next page begins where the first one ends now.
+        # The next page now begins where the first one ends.
         layout = self.program.layout()
         self.desktop.wheel_down(layout.left + 20, layout.top + 50, 3)
 
@@ -77,7 +77,7 @@ class Cuts(ProgramTest):
 
         self.assertBecomes(start_of_lower_page, FIRST_CUT - 90, TOLERANCE, "first row of page 2")
 
-    def test_showsARubberLineWhileItMoves(self):
+    def test_showsALineDuringADrag(self):
         self.desktop.move(self.x, self.start_y)
         self.desktop.press()
         self.desktop.glide((self.x, self.start_y), (self.x, self.start_y - 50))
@@ -85,23 +85,24 @@ class Cuts(ProgramTest):
             lambda: is_pressed_handle(self.desktop.screen().at(round(self.x) - 40, round(self.start_y))),
             "a pressed handle",
         )
-        self.desktop.calm_screen()
+        self.desktop.stable_screen()
         self.shoot("pressed")
         left, right = self.program.strip_edges(self.desktop.screen(), self.program.layout().top + 20)
-        # The line lies at the top edge that the handle would get, on the strip above.
+        # The line is at the future top edge of the handle, on the strip above.
         line_y = round(self.bar[0] - 50)
         picture = self.desktop.screen()
-        whitest = max(min(picture.at(x, y)) for x in range(left + 20, right - 20) for y in range(line_y - 2, line_y + 3))
+        rows = range(line_y - 2, line_y + 3)
+        whitest = max(min(picture.at(x, y)) for x in range(left + 20, right - 20) for y in rows)
         self.assertGreater(whitest, 150)
         self.desktop.release()
         self.assertCutIsAt(FIRST_CUT - 50 / self.scale)
 
     def test_staysWithinTheLimits(self):
         for _ in range(6):
-            self.program.click_tool("zoom out")  # until both limits can be seen
+            self.program.click_tool("zoom out")  # until both limits are visible
         self.measure()
-        # The two strips have 2060 rows together. The pointer may stand between 0.4
-        # and 0.6 of them, and holds the handle in its middle.
+        # The two strips have 2060 rows together. The pointer, which holds the middle of
+        # the handle, may be between 0.4 and 0.6 of them.
         self.drag_to_row(FIRST_CUT + 600)
         self.assertCutIsAt(0.6 * SECOND_CUT - HANDLE / 2)
         self.shoot("lower-limit")
@@ -127,7 +128,7 @@ class Pages(ProgramTest):
         x = layout.main_view + round(0.4 * layout.main_width)
         return rulerimage.row_of(picture.at(x, (layout.top + layout.bottom) // 2))
 
-    def test_clickCentresTheStrip(self):
+    def test_clickCentersTheStrip(self):
         layout = self.program.layout()
         before = self.middle_row()
         at_top = self.program.pages(self.program.picture())
@@ -140,33 +141,29 @@ class Pages(ProgramTest):
         self.assertGreater(number, 0)
         cuts = (0, *rulerimage.WHITE_LINES, 5000)
         self.desktop.click(layout.left + 0.4 * layout.left_width, (page[0] + page[1]) / 2)
-        # The handle below belongs to the strip, and moves its middle by half its height.
+        # The handle belongs to the strip and shifts its middle by half of its height.
         middle = (cuts[number] + cuts[number + 1] + HANDLE) / 2
         self.assertGreater(abs(middle - before), 3 * TOLERANCE)
         self.assertBecomes(self.middle_row, middle, TOLERANCE, f"middle of strip {number + 1}")
-        self.shoot("centred")
+        self.shoot("centered")
 
     def test_doubleClickSwitchesPageNumbers(self):
         layout = self.program.layout()
-
-        def ink():
-            picture = self.program.picture()
-            return self.program.number_box_ink(picture, self.program.pages(picture)[0])
 
         def double_click():
             top, bottom = self.program.pages(self.program.picture())[0]
             self.desktop.click(layout.left + 0.4 * layout.left_width, (top + bottom) / 2, times=2)
 
-        self.assertEqual(ink(), 0)
+        self.assertEqual(self.number_ink(), 0)
         double_click()
-        wait_until(lambda: ink() > 3, "a page number")
+        wait_until(lambda: self.number_ink() > 3, "a page number")
         self.shoot("numbers")
         double_click()
-        wait_until(lambda: ink() == 0, "no page number")
+        wait_until(lambda: self.number_ink() == 0, "no page number")
 
 
 class Splitter(ProgramTest):
-    def test_dividesTheWindowAnew(self):
+    def test_movesTheBorderBetweenTheViews(self):
         self.program.start()
         self.open_ruler()
         self.program.picture()
@@ -192,7 +189,7 @@ class Splitter(ProgramTest):
 
 
 def is_pressed_splitter(color):
-    """Deep blue at 215 of 255 over the light gray of a window."""
+    """Dark blue with an alpha of 215 over the light gray of a window."""
     red, green, blue = color
     return red < 60 and 90 < green < 150 and blue > 180
 
@@ -213,7 +210,6 @@ class NextRun(ProgramTest):
         self.program.picture()
         geometry = self.desktop.geometry(self.program.main)
         layout = self.program.layout()
-        share = 700 / 1140 * (1204 - 2 * 5 * 1020 / 100) / 840
         self.assertEqual(self.program.quit(), 0)
         store = self.desktop.path / "home/.config/Quillmarch/Settings.conf"
         text = store.read_text(encoding="utf-8")
@@ -221,15 +217,15 @@ class NextRun(ProgramTest):
             self.assertIn(f"{key}=@ByteArray(", text)
 
         self.program.start()
-        wait_until(lambda: self.desktop.geometry(self.program.main) == geometry, f"the place {geometry}")
+        wait_until(lambda: self.desktop.geometry(self.program.main) == geometry, f"the geometry {geometry}")
         self.program.picture()
         again = self.program.layout()
         self.assertNear(again.main_view, layout.main_view, 1, "start of the main view")
         self.assertEqual(self.program.setting("marginsc"), "5")
         self.open_ruler()
-        picture = self.program.picture()
+        self.program.picture()
         self.shoot("again")
-        self.assertNear(self.program.content_share(picture, self.program.pages(picture)[0]), share, 0.015, "content")
+        self.assertNear(self.content_width(), expected_content_width(5), 0.015, "content")
 
     def test_firstRunTakesTwoThirdsOfTheScreen(self):
         self.program.start()
@@ -263,14 +259,14 @@ class NextRun(ProgramTest):
         self.assertTrue(is_in_front())
         self.shoot("torn-off")
 
-    def test_menusWorkToo(self):
+    def test_menusWork(self):
         self.program.start()
         self.open_ruler()
         left, top, _, _ = self.desktop.geometry(self.program.main)
         self.desktop.click(left + 22, top + 11)
-        self.desktop.calm_screen()
+        self.desktop.stable_screen()
         self.shoot("file-menu")
-        self.desktop.key("Up", "Return")  # the last entry leaves the program
+        self.desktop.key("Up", "Return")  # the last entry quits the program
         self.assertEqual(self.program.process.wait(15), 0)
 
 

@@ -2,9 +2,9 @@
 
 #include <QtGlobal>
 
-/// How often a test with chance in it runs: QUILLMARCH_FAULT_RUNS of the
-/// environment, or \a usual times without it.
-inline int faultRuns(int usual)
+/// The number of runs of a randomized test: the environment variable
+/// QUILLMARCH_FAULT_RUNS, or \a usual if it is not set.
+[[nodiscard]] inline int faultRuns(int usual)
 {
     bool isSet = false;
     const int runs = qEnvironmentVariableIntValue("QUILLMARCH_FAULT_RUNS", &isSet);

@@ -5,31 +5,31 @@
 #include <csignal>
 #include <sys/resource.h>
 
-/// A disk without room, for as long as this object lives: no file grows past
-/// \a size bytes, and a write beyond fails.
+/// A full disk, while this object lives: no file can grow past \a size bytes, and
+/// writing more fails.
 class FullDisk
 {
 public:
     explicit FullDisk(rlim_t size)
-        : formerAction(std::signal(SIGXFSZ, SIG_IGN))
+        : previousAction(std::signal(SIGXFSZ, SIG_IGN))
     {
-        if (getrlimit(RLIMIT_FSIZE, &former) != 0) {
+        if (getrlimit(RLIMIT_FSIZE, &previous) != 0) {
             qFatal("Cannot read the limit of file sizes");
         }
-        rlimit full = former;
-        full.rlim_cur = size;
-        if (setrlimit(RLIMIT_FSIZE, &full) != 0) {
+        rlimit limited = previous;
+        limited.rlim_cur = size;
+        if (setrlimit(RLIMIT_FSIZE, &limited) != 0) {
             qFatal("Cannot limit file sizes");
         }
     }
     ~FullDisk()
     {
-        setrlimit(RLIMIT_FSIZE, &former);
-        std::signal(SIGXFSZ, formerAction);
+        setrlimit(RLIMIT_FSIZE, &previous);
+        std::signal(SIGXFSZ, previousAction);
     }
     Q_DISABLE_COPY_MOVE(FullDisk)
 
 private:
-    void (*formerAction)(int);
-    rlimit former{};
+    void (*previousAction)(int);
+    rlimit previous{};
 };

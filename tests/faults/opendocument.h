@@ -2,11 +2,13 @@
 
 #include "app/mainwindow.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
+#include "support/windowprobe.h"
 
 inline constexpr QSize pictureSize(140, 900);
 
-/// A window with a document of five strips, and what it shows.
+/// A window with a document of five strips, and its contents when it was opened.
 struct OpenDocument
 {
     OpenDocument()
@@ -17,8 +19,9 @@ struct OpenDocument
         strips = stripsOf(window);
     }
 
-    /// Empty if the strips are the same and show what they showed.
-    QString change() const
+    /// How the document has changed; empty if the strips and their contents are the
+    /// same.
+    [[nodiscard]] QString change() const
     {
         if (stripsOf(window) != strips) {
             return QStringLiteral("other strips");

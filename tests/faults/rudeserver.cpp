@@ -20,9 +20,9 @@ QByteArray chunked(const QByteArray &body, const QByteArray &size)
         + "\r\n0\r\n\r\n";
 }
 
-/// An answer that is none, or not the one that it says it is. It never ends in
-/// a whole \a body that the receiver could take for the answer.
-QByteArray falseAnswer(const QByteArray &body, QRandomGenerator &random)
+/// An invalid answer, or one whose headers are wrong. The receiver can never take
+/// it for a complete answer with \a body.
+QByteArray invalidAnswer(const QByteArray &body, QRandomGenerator &random)
 {
     const QByteArray length = QByteArray::number(body.size());
     switch (random.bounded(10)) {
@@ -58,13 +58,13 @@ QByteArray falseAnswer(const QByteArray &body, QRandomGenerator &random)
 
 RudeServer::RudeServer(quint32 seed, int share)
     : random(seed)
-    , soundShare(share)
+    , validShare(share)
 {
     connect(&listener, &QTcpServer::newConnection, this, [this] {
         while (QTcpSocket *socket = listener.nextPendingConnection()) {
             connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-            if (soundShare < 100 && random.bounded(20) == 0) {
-                socket->abort(); // before a request came
+            if (validShare < 100 && random.bounded(20) == 0) {
+                socket->abort(); // before any request
                 socket->deleteLater();
                 continue;
             }
@@ -105,16 +105,16 @@ void RudeServer::answer(QTcpSocket *socket)
         answerEndlessly(socket);
         return;
     }
-    const QByteArray whole = headFor(QByteArray::number(body.size())) + body;
-    if (random.bounded(100) < soundShare) {
-        socket->write(whole);
+    const QByteArray complete = headFor(QByteArray::number(body.size())) + body;
+    if (random.bounded(100) < validShare) {
+        socket->write(complete);
         socket->disconnectFromHost();
     } else if (random.bounded(3) == 0) {
-        socket->write(falseAnswer(body, random));
+        socket->write(invalidAnswer(body, random));
         socket->disconnectFromHost();
-    } else { // a part of the answer, at least a byte short
-        const int part = random.bounded(2) == 0 ? random.bounded(200) : random.bounded(int(whole.size()));
-        socket->write(whole.left(qMin(qsizetype(part), whole.size() - 1)));
+    } else { // the start of the answer, at least one byte short
+        const int part = random.bounded(2) == 0 ? random.bounded(200) : random.bounded(int(complete.size()));
+        socket->write(complete.left(qMin(qsizetype(part), complete.size() - 1)));
         end(socket);
     }
 }
@@ -138,7 +138,7 @@ void RudeServer::end(QTcpSocket *socket)
         socket->abort();
         socket->deleteLater();
         break;
-    default: // only after a while
+    default: // after a delay
         QTimer::singleShot(random.bounded(60), socket, [socket] { socket->abort(); });
     }
 }

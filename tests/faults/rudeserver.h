@@ -8,35 +8,33 @@
 
 class QTcpSocket;
 
-/// An HTTP server on 127.0.0.1 that answers every request with one body, and
-/// with some fault or none: it closes or resets the connection at any point,
-/// stalls, or sends what is no answer. A seed fixes what it does in which
-/// order.
+/// An HTTP server on 127.0.0.1 that answers every request with the same body, but
+/// often incorrectly: it closes or resets the connection at any point, stalls, or
+/// sends an invalid answer. A seed determines the sequence.
 class RudeServer : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The server of \a seed. A share of \a soundShare percent of its answers
-    /// is whole.
-    RudeServer(quint32 seed, int soundShare);
+    /// \a validShare percent of the answers are correct and complete.
+    RudeServer(quint32 seed, int validShare);
 
     void setBody(const QByteArray &bytes) { body = bytes; }
 
-    /// From now on a body never ends.
+    /// Makes all later bodies endless.
     void setEndless() { isEndless = true; }
 
-    /// From now on every answer is whole.
-    void setSound() { soundShare = 100; }
+    /// Makes all later answers correct and complete.
+    void setValid() { validShare = 100; }
 
     QString address(const QString &path) const;
 
     int requestCount() const { return requests; }
 
-    /// How many clients hold a connection.
+    /// The number of connected clients.
     int connectionCount() const;
 
-    /// How many bytes went out in endless bodies.
+    /// The number of bytes sent in endless bodies.
     qint64 endlessBytes() const { return sentEndless; }
 
 private:
@@ -46,7 +44,7 @@ private:
 
     QTcpServer listener;
     QRandomGenerator random;
-    int soundShare = 0;
+    int validShare = 0;
     QByteArray body;
     bool isEndless = false;
     int requests = 0;

@@ -5,8 +5,12 @@
 #include "fulldisk.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/files.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "unprivileged.h"
 #include "update/downloadupdatedialog.h"
 
@@ -28,14 +32,14 @@ namespace {
 
 constexpr int processTime = 60000; // milliseconds
 
-// What a program that is killed writes in turn: long enough for more than one block of a disk.
+// One of two values, longer than one block of a disk.
 QString longFolder(int number)
 {
     return u"/folder %1/"_s.arg(number % 2) + QString(10000, QLatin1Char(number % 2 == 0 ? 'a' : 'b'));
 }
 
-/// What another program does: writes \a key again and again, \a count times,
-/// and at last the text "the last word of" and the key. Ends the process.
+/// The work of a second process: writes \a key \a count times, and finally the
+/// text "the last word of" and the key. Returns the exit code.
 int writeAgainAndAgain(const QString &file, const QString &key, int count)
 {
     for (int i = 0; i < count; ++i) {
@@ -48,8 +52,8 @@ int writeAgainAndAgain(const QString &file, const QString &key, int count)
     return 0;
 }
 
-/// Writes two values in turn until the process is killed. Prints a line once
-/// the first is on the disk.
+/// Writes two values alternately until the process is killed. Prints a line when
+/// the first one is on the disk.
 int writeUntilKilled(const QString &file)
 {
     for (int i = 0;; ++i) {
@@ -62,27 +66,13 @@ int writeUntilKilled(const QString &file)
     }
 }
 
-/// This program in the part that \a arguments name.
+/// This test program as a second process, with \a arguments that select its work.
 std::unique_ptr<QProcess> otherProgram(const QStringList &arguments)
 {
     auto process = std::make_unique<QProcess>();
     process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process->start(QCoreApplication::applicationFilePath(), arguments);
     return process;
-}
-
-QByteArray bytesOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
-        qFatal("Cannot write %s", qPrintable(path));
-    }
 }
 
 QString read(const QString &file, const QString &key)
@@ -92,8 +82,59 @@ QString read(const QString &file, const QString &key)
     return value;
 }
 
-const QByteArray soundFile = "[config]\nautopage=0\nimagedir=/pictures\nlanguage=en\nmarginsc=15\n"
+const QByteArray validFile = "[config]\nautopage=0\nimagedir=/pictures\nlanguage=en\nmarginsc=15\n"
                              "savepath=\"/papers, and more\"\n\n[update]\nskippedVersion=3.0.0\n";
+
+/// validFile with a few random changes, among them characters with a meaning.
+QByteArray fuzzedFile(QRandomGenerator &random)
+{
+    const QByteArray specialCharacters("[]=\"\\%@;,()\n\r\0x", 15);
+    QByteArray bytes = validFile;
+    for (int change = random.bounded(1, 12); change > 0; --change) {
+        const int at = random.bounded(int(bytes.size()));
+        switch (random.bounded(4)) {
+        case 0:
+            bytes[at] = char(random.bounded(256));
+            break;
+        case 1:
+            bytes.remove(at, random.bounded(20));
+            break;
+        case 2:
+            bytes.insert(at, bytes.mid(random.bounded(int(bytes.size())), random.bounded(30)));
+            break;
+        default:
+            bytes.insert(at, specialCharacters.mid(random.bounded(int(specialCharacters.size())), 1));
+        }
+        bytes += '\n';
+    }
+    return bytes;
+}
+
+/// Creates \a folder with the configuration file of a row of
+/// keepsItsValuesIfWritingFails_data(), and returns the path of the file; empty if
+/// a step failed.
+QString configFileWith(const QString &fault, const QString &folder)
+{
+    const QString file = folder + u"/user.ini"_s;
+    bool isDone = QDir().mkpath(folder);
+    if (fault == u"folder in the place of the file"_s) {
+        isDone = isDone && QDir().mkpath(file);
+    } else {
+        savedBytes(validFile, file);
+    }
+    if (fault == u"locked file in a locked folder"_s) {
+        isDone = isDone && QFile::setPermissions(file, QFile::Permissions(0x4444));
+    } else if (fault == u"unreadable file"_s) {
+        isDone = isDone && QFile::setPermissions(file, QFile::Permissions());
+    }
+    if (fault.contains(u"lock"_s)) {
+        isDone = isDone && QFile::setPermissions(folder, QFile::Permissions(0x5555));
+    }
+    if (!isDone) {
+        return {};
+    }
+    return fault == u"no folder"_s ? u"/proc/nowhere/user.ini"_s : file;
+}
 
 } // namespace
 
@@ -102,20 +143,20 @@ class TestConfigFaults : public QObject
     Q_OBJECT
 
 private slots:
-    void keepsItsValuesWithoutAPlaceToWrite_data();
-    void keepsItsValuesWithoutAPlaceToWrite();
-    void keepsItsValuesWhenTheFolderGoes();
+    void keepsItsValuesIfWritingFails_data();
+    void keepsItsValuesIfWritingFails();
+    void keepsItsValuesWhenTheFolderIsRemoved();
     void readsDamagedFiles_data();
     void readsDamagedFiles();
     void readsFuzzedFiles();
     void composesPagesWithAnyMargin_data();
     void composesPagesWithAnyMargin();
     void twoProgramsWriteAtOnce();
-    void fileIsWholeWhenTheProgramIsKilled();
+    void fileIsValidWhenTheProgramIsKilled();
     void worksInADeletedDirectory();
 };
 
-void TestConfigFaults::keepsItsValuesWithoutAPlaceToWrite_data()
+void TestConfigFaults::keepsItsValuesIfWritingFails_data()
 {
     QTest::addColumn<QString>("fault");
     for (const char *fault : {"locked folder", "locked file in a locked folder", "unreadable file", "no folder",
@@ -124,58 +165,44 @@ void TestConfigFaults::keepsItsValuesWithoutAPlaceToWrite_data()
     }
 }
 
-void TestConfigFaults::keepsItsValuesWithoutAPlaceToWrite()
+void TestConfigFaults::keepsItsValuesIfWritingFails()
 {
     QFETCH(QString, fault);
-    const QString folder = QDir::current().absoluteFilePath(fault); // settings of one path are shared
-    QVERIFY(QDir().mkpath(folder));
-    QString file = folder + u"/user.ini"_s;
-    if (fault == u"folder in the place of the file"_s) {
-        QVERIFY(QDir().mkpath(file));
-    } else {
-        writeFile(file, soundFile);
-    }
-    if (fault == u"locked file in a locked folder"_s) {
-        QVERIFY(QFile::setPermissions(file, QFile::Permissions(0x4444)));
-    } else if (fault == u"unreadable file"_s) {
-        QVERIFY(QFile::setPermissions(file, QFile::Permissions()));
-    } else if (fault == u"no folder"_s) {
-        file = u"/proc/nowhere/user.ini"_s;
-    }
-    if (fault.contains(u"lock"_s)) {
-        QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x5555)));
-    }
+    const QString folder =
+        QDir::current().absoluteFilePath(fault); // QSettings objects of the same path share their values
+    const QString file = configFileWith(fault, folder);
+    QVERIFY(!file.isEmpty());
     const bool isReadable = fault.contains(u"lock"_s) || fault == u"full disk"_s;
     {
         const Unprivileged user;
-        QVERIFY(user.isReal());
+        QVERIFY(user.isEffective());
         const FullDisk disk(fault == u"full disk"_s ? 0 : RLIM_INFINITY);
         QCOMPARE(read(file, u"imagedir"_s), isReadable ? u"/pictures"_s : QString());
         QVERIFY(writeConfigValue(file, u"imagedir"_s, u"/elsewhere"_s));
         QCoreApplication::processEvents();
-        QCOMPARE(read(file, u"imagedir"_s), u"/elsewhere"_s); // for as long as the program runs
+        QCOMPARE(read(file, u"imagedir"_s), u"/elsewhere"_s); // while the program runs
         QCOMPARE(interfaceLanguage(file), isReadable ? u"en"_s : u"zh"_s);
     }
     if (isReadable) {
-        QCOMPARE(bytesOf(file), soundFile);
+        QCOMPARE(contentOf(file), validFile);
         QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList({u"user.ini"_s}));
     }
     QFile::setPermissions(folder, QFile::Permissions(0x7755));
     QVERIFY(QDir(folder).removeRecursively());
 }
 
-void TestConfigFaults::keepsItsValuesWhenTheFolderGoes()
+void TestConfigFaults::keepsItsValuesWhenTheFolderIsRemoved()
 {
     QTemporaryDir dir;
     const QString file = dir.filePath(u"user.ini"_s);
-    writeFile(file, soundFile);
+    savedBytes(validFile, file);
     QCOMPARE(read(file, u"imagedir"_s), u"/pictures"_s);
     QVERIFY(dir.remove());
     QVERIFY(writeConfigValue(file, u"imagedir"_s, u"/elsewhere"_s));
     QCOMPARE(read(file, u"imagedir"_s), u"/elsewhere"_s);
     QCoreApplication::processEvents();
     QCOMPARE(read(file, u"imagedir"_s), u"/elsewhere"_s);
-    QDir(dir.path()).removeRecursively(); // the write may have made it anew
+    QDir(dir.path()).removeRecursively(); // writing may have created it again
 }
 
 void TestConfigFaults::readsDamagedFiles_data()
@@ -185,20 +212,21 @@ void TestConfigFaults::readsDamagedFiles_data()
     QTest::newRow("zeros") << QByteArray(4096, '\0');
     QTest::newRow("no section") << QByteArray("language=en\n");
     QTest::newRow("section without an end") << QByteArray("[config\nlanguage=en\n");
-    QTest::newRow("lines without a sign") << QByteArray("[config]\nlanguage\nautopage\n");
+    QTest::newRow("lines without an equals sign") << QByteArray("[config]\nlanguage\nautopage\n");
     QTest::newRow("quote without an end") << QByteArray("[config]\nlanguage=\"en\nautopage=0\n");
     QTest::newRow("backslash at the end") << QByteArray("[config]\nlanguage=en\\");
     QTest::newRow("escape past Unicode") << QByteArray("[config]\nlanguage=\\xffffffffffffffff\n");
     QTest::newRow("list") << QByteArray("[config]\nlanguage=en, zh, fr\n");
     QTest::newRow("broken UTF-8") << QByteArray("[config]\nlanguage=\xff\xfe\xc3\x28\n");
     QTest::newRow("no such type") << QByteArray("[config]\nlanguage=@Variant(\\0\\0\\xff\\xff)\n");
-    QTest::newRow("4 GB of bytes") << QByteArray("[config]\nlanguage=@Variant(\\0\\0\\0\\xc\\0\\xff\\xff\\xff\\xff)\n");
+    QTest::newRow("byte array of 4 GB") << QByteArray(
+        "[config]\nlanguage=@Variant(\\0\\0\\0\\xc\\0\\xff\\xff\\xff\\xff)\n");
     QTest::newRow("picture") << QByteArray("[config]\nlanguage=@Variant(\\0\\0\\0\\x46\\0\\0\\0\\x1)\n");
     QTest::newRow("rectangle") << QByteArray("[config]\nlanguage=@Rect(1 2 3)\nmarginsc=@Size(1)\n");
     QTest::newRow("line of 4 MB") << QByteArray("[config]\nlanguage=") + QByteArray(4 << 20, 'e') + '\n';
     QTest::newRow("100,000 sections") << QByteArray("[config]\n[x]\n").repeated(50000);
-    QTest::newRow("lines of another system") << QByteArray("[config]\r\nlanguage=en\r\n");
-    QTest::newRow("program") << bytesOf(u"/proc/self/exe"_s).left(200000);
+    QTest::newRow("carriage returns") << QByteArray("[config]\r\nlanguage=en\r\n");
+    QTest::newRow("program") << contentOf(u"/proc/self/exe"_s).left(200000);
 }
 
 void TestConfigFaults::readsDamagedFiles()
@@ -206,13 +234,13 @@ void TestConfigFaults::readsDamagedFiles()
     QFETCH(QByteArray, bytes);
     QTemporaryDir dir;
     const QString file = dir.filePath(u"user.ini"_s);
-    writeFile(file, bytes);
+    savedBytes(bytes, file);
     const QString language = interfaceLanguage(file);
     QVERIFY(language == u"en"_s || language == u"zh"_s);
     isAutoPageWanted(file);
     QVERIFY(writeConfigValue(file, u"marginsc"_s, u"25"_s));
     QCOMPARE(read(file, u"marginsc"_s), u"25"_s);
-    QTRY_VERIFY(bytesOf(file).contains("marginsc=25"));
+    QTRY_VERIFY(contentOf(file).contains("marginsc=25"));
     QCOMPARE(interfaceLanguage(file), language);
 }
 
@@ -220,36 +248,17 @@ void TestConfigFaults::readsFuzzedFiles()
 {
     QTemporaryDir dir;
     QRandomGenerator random(20);
-    const QByteArray signs("[]=\"\\%@;,()\n\r\0x", 15);
     const int runs = 2 * faultRuns(100);
     for (int run = 0; run < runs; ++run) {
-        QByteArray bytes = soundFile;
-        for (int change = random.bounded(1, 12); change > 0; --change) {
-            const int at = random.bounded(int(bytes.size()));
-            switch (random.bounded(4)) {
-            case 0:
-                bytes[at] = char(random.bounded(256));
-                break;
-            case 1:
-                bytes.remove(at, random.bounded(20));
-                break;
-            case 2:
-                bytes.insert(at, bytes.mid(random.bounded(int(bytes.size())), random.bounded(30)));
-                break;
-            default:
-                bytes.insert(at, signs.mid(random.bounded(int(signs.size())), 1));
-            }
-            bytes += '\n';
-        }
         const QString file = dir.filePath(QString::number(run));
-        writeFile(file, bytes);
+        savedBytes(fuzzedFile(random), file);
         const QString language = interfaceLanguage(file);
         QVERIFY(language == u"en"_s || language == u"zh"_s);
         isAutoPageWanted(file);
         const QString folder = read(file, u"savepath"_s);
         QVERIFY(writeConfigValue(file, u"marginsc"_s, u"25"_s));
         QCoreApplication::processEvents();
-        QVERIFY2(bytesOf(file).contains("marginsc=25"), qPrintable(u"run %1"_s.arg(run)));
+        QVERIFY2(contentOf(file).contains("marginsc=25"), qPrintable(u"run %1"_s.arg(run)));
         QCOMPARE(read(file, u"savepath"_s), folder);
     }
 }
@@ -288,7 +297,7 @@ void TestConfigFaults::twoProgramsWriteAtOnce()
 {
     QTemporaryDir dir;
     const QString file = dir.filePath(u"user.ini"_s);
-    writeFile(file, soundFile);
+    savedBytes(validFile, file);
     const auto first = otherProgram({u"--write"_s, file, u"first"_s});
     const auto second = otherProgram({u"--write"_s, file, u"second"_s});
     for (QProcess *program : {first.get(), second.get()}) {
@@ -302,12 +311,13 @@ void TestConfigFaults::twoProgramsWriteAtOnce()
     QCOMPARE(settings.value(u"config/second"_s).toString(), u"the last word of second"_s);
     const QString shared = settings.value(u"config/shared"_s).toString();
     QVERIFY(shared == u"first"_s || shared == u"second"_s);
-    QCOMPARE(settings.value(u"config/savepath"_s).toString(), u"/papers, and more"_s); // which nobody wrote
+    QCOMPARE(settings.value(u"config/savepath"_s).toString(),
+             u"/papers, and more"_s); // a key that neither program writes
     QCOMPARE(settings.value(u"update/skippedVersion"_s).toString(), u"3.0.0"_s);
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList({u"user.ini"_s}));
 }
 
-void TestConfigFaults::fileIsWholeWhenTheProgramIsKilled()
+void TestConfigFaults::fileIsValidWhenTheProgramIsKilled()
 {
     QRandomGenerator random(9);
     const int runs = faultRuns(100);
@@ -315,7 +325,7 @@ void TestConfigFaults::fileIsWholeWhenTheProgramIsKilled()
     for (int run = 0; run < runs; ++run) {
         QTemporaryDir dir;
         const QString file = dir.filePath(u"user.ini"_s);
-        writeFile(file, soundFile);
+        savedBytes(validFile, file);
         const auto program = otherProgram({u"--write-until-killed"_s, file});
         QVERIFY(program->waitForReadyRead(processTime));
         QThread::usleep(random.bounded(20000U));
@@ -331,7 +341,7 @@ void TestConfigFaults::fileIsWholeWhenTheProgramIsKilled()
         QCOMPARE(settings.value(u"update/skippedVersion"_s).toString(), u"3.0.0"_s);
         leftovers += int(QDir(dir.path()).entryList(QDir::Files).size()) - 1;
     }
-    qInfo("%d times killed, %d temporary files and locks left behind", runs, leftovers);
+    qInfo("%d times killed, %d temporary files and locks left", runs, leftovers);
 }
 
 void TestConfigFaults::worksInADeletedDirectory()
@@ -350,7 +360,7 @@ void TestConfigFaults::worksInADeletedDirectory()
     QCOMPARE(stripsOf(window).size(), 5);
     DownloadUpdateDialog dialog(DownloadRequestInfo(), &window);
     dialog.show();
-    dialog.onSkipClicked(); // stores a value in the working directory
+    dialog.onSkipClicked(); // writes to the working directory
     QVERIFY(!dialog.isVisible());
     QCoreApplication::processEvents();
     QVERIFY(window.close());

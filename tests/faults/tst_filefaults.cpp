@@ -2,8 +2,12 @@
 #include "app/mainwindow.h"
 #include "opendocument.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/dialoganswer.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "ui/mainview.h"
 #include "unprivileged.h"
 
@@ -15,7 +19,6 @@
 #include <QGraphicsScene>
 #include <QImageReader>
 #include <QImageWriter>
-#include <QLineEdit>
 #include <QLocalServer>
 #include <QSaveFile>
 
@@ -53,14 +56,14 @@ QByteArray pngChunk(const QByteArray &name, const QByteArray &data)
     return bytes;
 }
 
-/// A PNG file of the stated size in RGB with \a depth bits a channel, all
-/// black, of which \a bytes bytes of pixel data are there.
-QByteArray blackPng(int width, int height, int depth, qsizetype bytes)
+/// A black PNG file in RGB with \a depth bits per channel, which contains only the
+/// first \a size bytes of its pixel data.
+QByteArray blackPng(int width, int height, int depth, qsizetype size)
 {
     QByteArray header;
     QDataStream(&header, QIODevice::WriteOnly)
         << width << height << qint8(depth) << qint8(2) << qint8(0) << qint8(0) << qint8(0);
-    const QByteArray pixels = qCompress(QByteArray(bytes, '\0'), 1).mid(4); // behind the length that Qt puts first
+    const QByteArray pixels = qCompress(QByteArray(size, '\0'), 1).mid(4); // without the length that Qt prepends
     return QByteArray("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", header) + pngChunk("IDAT", pixels)
         + pngChunk("IEND", {});
 }
@@ -73,7 +76,7 @@ void writeInPlace(const QString &path, const QByteArray &bytes)
     }
 }
 
-void replaceWhole(const QString &path, const QByteArray &bytes)
+void replaceAtOnce(const QString &path, const QByteArray &bytes)
 {
     QSaveFile file(path);
     if (file.open(QIODevice::WriteOnly)) {
@@ -92,18 +95,18 @@ private slots:
     void initTestCase();
     void cleanup();
 
-    void keepsThePages_data();
-    void keepsThePages();
-    void keepsThePagesOfALockedFile_data();
-    void keepsThePagesOfALockedFile();
-    void fileGoesBetweenDialogAndRead();
-    void refusesEveryTruncatedPng();
+    void keepsTheDocument_data();
+    void keepsTheDocument();
+    void keepsTheDocumentIfAFileIsLocked_data();
+    void keepsTheDocumentIfAFileIsLocked();
+    void fileIsRemovedBetweenDialogAndReading();
+    void rejectsEveryTruncatedPng();
     void survivesEveryTruncatedJpeg_data();
     void survivesEveryTruncatedJpeg();
-    void refusesSixteenBitsBeyondTheLimit();
+    void rejectsSixteenBitsBeyondTheLimit();
     void showsTheFirstFrameOfAnAnimation();
-    void needsTheFileNoMoreOnceItIsOpen_data();
-    void needsTheFileNoMoreOnceItIsOpen();
+    void doesNotNeedTheOpenedFile_data();
+    void doesNotNeedTheOpenedFile();
     void survivesAFileThatChangesWhileItIsRead_data();
     void survivesAFileThatChangesWhileItIsRead();
 };
@@ -118,7 +121,7 @@ void TestFileFaults::cleanup()
     clearConfigValues();
 }
 
-void TestFileFaults::keepsThePages_data()
+void TestFileFaults::keepsTheDocument_data()
 {
     QDir::current().mkpath(u"folder.png"_s);
     QFile::link(u"nowhere.png"_s, u"dangling.png"_s);
@@ -128,21 +131,21 @@ void TestFileFaults::keepsThePages_data()
 
     QTest::addColumn<QString>("path");
     QTest::newRow("no file") << pathOf("nowhere.png");
-    QTest::newRow("a file in the place of its folder") << savedBytes("x", u"file"_s) + u"/a.png"_s;
+    QTest::newRow("a file instead of its folder") << savedBytes("x", u"file"_s) + u"/a.png"_s;
     QTest::newRow("folder") << pathOf("folder.png");
     QTest::newRow("link to nothing") << pathOf("dangling.png");
     QTest::newRow("link to itself") << pathOf("loop.png");
     QTest::newRow("pipe") << pathOf("pipe.png");
     QTest::newRow("socket") << pathOf("socket.png");
-    QTest::newRow("device without an end") << u"/dev/zero"_s;
-    QTest::newRow("device without a beginning") << u"/dev/null"_s;
-    QTest::newRow("name past every limit") << u"/tmp/"_s + QString(5000, u'n') + u".png"_s;
+    QTest::newRow("endless device") << u"/dev/zero"_s;
+    QTest::newRow("empty device") << u"/dev/null"_s;
+    QTest::newRow("name that is too long") << u"/tmp/"_s + QString(5000, u'n') + u".png"_s;
     QTest::newRow("name with a NUL") << u"/tmp/a"_s + QChar(u'\0') + u".png"_s;
     QTest::newRow("60000x60000 in 2 kB") << savedBytes(blackPng(60000, 60000, 8, 900000), u"absurd.png"_s);
     QTest::newRow("60000x60000 with 16 bits in 2 kB") << savedBytes(blackPng(60000, 60000, 16, 900000), u"deep.png"_s);
 }
 
-void TestFileFaults::keepsThePages()
+void TestFileFaults::keepsTheDocument()
 {
     QFETCH(QString, path);
     QLocalServer socket;
@@ -152,20 +155,20 @@ void TestFileFaults::keepsThePages()
     QCOMPARE(toastText(document.window), failure);
     QCOMPARE(document.change(), QString());
 
-    dropToast(document.window);
+    hideToast(document.window);
     document.window.loadImageFile(savedPicture(blockPicture(70, 250, 2), u"next.png"_s));
     QCOMPARE(toastText(document.window), QString());
     QCOMPARE(stripsOf(document.window).size(), 3);
 }
 
-void TestFileFaults::keepsThePagesOfALockedFile_data()
+void TestFileFaults::keepsTheDocumentIfAFileIsLocked_data()
 {
     QTest::addColumn<bool>("isFolderLocked");
     QTest::newRow("file") << false;
     QTest::newRow("folder") << true;
 }
 
-void TestFileFaults::keepsThePagesOfALockedFile()
+void TestFileFaults::keepsTheDocumentIfAFileIsLocked()
 {
     QFETCH(bool, isFolderLocked);
     const QString folder = QDir::current().absoluteFilePath(u"vault"_s);
@@ -176,7 +179,7 @@ void TestFileFaults::keepsThePagesOfALockedFile()
     OpenDocument document;
     {
         const Unprivileged user;
-        QVERIFY(user.isReal());
+        QVERIFY(user.isEffective());
         document.window.loadImageFile(path);
     }
     QCOMPARE(toastText(document.window), failure);
@@ -185,22 +188,21 @@ void TestFileFaults::keepsThePagesOfALockedFile()
     QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x7755)));
     QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x6644)));
     {
-        const Unprivileged user; // it was the lock that refused
+        const Unprivileged user; // the permissions were the reason
         document.window.loadImageFile(path);
     }
     QCOMPARE(stripsOf(document.window).size(), 1);
     QVERIFY(QDir(folder).removeRecursively());
 }
 
-void TestFileFaults::fileGoesBetweenDialogAndRead()
+void TestFileFaults::fileIsRemovedBetweenDialogAndReading()
 {
     const QString path = savedPicture(blockPicture(100, 100), u"short-lived.png"_s);
     OpenDocument document;
     bool isGone = false;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
         connect(dialog, &QDialog::accepted, dialog, [&] { isGone = QFile::remove(path); });
-        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
-        static_cast<QDialog *>(dialog)->accept();
+        choosePath(dialog, path);
     });
     trigger(document.window, "openAction");
     QVERIFY(isGone);
@@ -208,12 +210,12 @@ void TestFileFaults::fileGoesBetweenDialogAndRead()
     QCOMPARE(document.change(), QString());
 }
 
-void TestFileFaults::refusesEveryTruncatedPng()
+void TestFileFaults::rejectsEveryTruncatedPng()
 {
     const QByteArray whole = written(blockPicture(70, 450, 3), "PNG");
     OpenDocument document;
     for (int percent = 0; percent < 100; ++percent) {
-        dropToast(document.window);
+        hideToast(document.window);
         document.window.loadImageFile(savedBytes(whole.left(whole.size() * percent / 100), u"cut.png"_s));
         QVERIFY2(toastText(document.window) == failure, qPrintable(u"%1 %"_s.arg(percent)));
         QVERIFY2(document.change().isEmpty(), qPrintable(u"%1 %: %2"_s.arg(percent).arg(document.change())));
@@ -231,17 +233,17 @@ void TestFileFaults::survivesEveryTruncatedJpeg_data()
 
 void TestFileFaults::survivesEveryTruncatedJpeg()
 {
-    // The decoder takes a file that breaks off behind its header for a whole
-    // picture and makes up the rest: then it opens at its full size.
+    // If the file is truncated after its header, the decoder fills in the rest of
+    // the picture: it then opens at its full size.
     QFETCH(bool, progressive);
     const QImage other = blockPicture(70, 450, 3);
     const QByteArray whole = written(other, "JPG", progressive);
-    int refused = 0;
+    int rejected = 0;
     for (int percent = 0; percent <= 100; ++percent) {
         OpenDocument document;
         document.window.loadImageFile(savedBytes(whole.left(whole.size() * percent / 100), u"cut.jpg"_s));
         if (toastText(document.window) == failure) {
-            ++refused;
+            ++rejected;
             QVERIFY2(document.change().isEmpty(), qPrintable(u"%1 %: %2"_s.arg(percent).arg(document.change())));
         } else {
             QCOMPARE(toastText(document.window), QString());
@@ -252,13 +254,13 @@ void TestFileFaults::survivesEveryTruncatedJpeg()
             QCOMPARE(firstDifference(shownPicture(document.window, other.size()), QImage::fromData(whole)), QString());
         }
     }
-    QVERIFY(refused > 0);
-    QVERIFY(refused < 100);
+    QVERIFY(rejected > 0);
+    QVERIFY(rejected < 100);
 }
 
-void TestFileFaults::refusesSixteenBitsBeyondTheLimit()
+void TestFileFaults::rejectsSixteenBitsBeyondTheLimit()
 {
-    // The limit counts four bytes a pixel, and eight are needed: 257 MiB here, where 256 are allowed.
+    // The limit assumes four bytes per pixel, but eight are needed: 257 MiB here, where 256 are allowed.
     constexpr int width = 2000;
     constexpr int height = 16850;
     const QString path = savedBytes(blackPng(width, height, 16, qsizetype(width * 6 + 1) * height), u"16 bits.png"_s);
@@ -268,17 +270,17 @@ void TestFileFaults::refusesSixteenBitsBeyondTheLimit()
     QCOMPARE(toastText(document.window), failure);
     QCOMPARE(document.change(), QString());
 
-    QImageReader::setAllocationLimit(300); // the file itself is sound
+    QImageReader::setAllocationLimit(300); // the file itself is valid
     QCOMPARE(QImageReader(path).read().size(), QSize(width, height));
     QVERIFY(QFile::remove(path));
 }
 
 void TestFileFaults::showsTheFirstFrameOfAnAnimation()
 {
-    constexpr qsizetype frameStart = 6 + 7 + 3 * 128; // behind the header and the palette of 128 colours
-    const QList<QRgb> colours{qRgb(200, 30, 40), qRgb(30, 40, 180)};
+    constexpr qsizetype frameStart = 6 + 7 + 3 * 128; // after the header and the palette of 128 colors
+    const QList<QRgb> colors{qRgb(200, 30, 40), qRgb(30, 40, 180)};
     QImage first(40, 40, QImage::Format_Indexed8);
-    first.setColorTable(colours);
+    first.setColorTable(colors);
     first.fill(0);
     QImage second = first;
     second.fill(1);
@@ -286,7 +288,7 @@ void TestFileFaults::showsTheFirstFrameOfAnAnimation()
     const QString path = savedBytes(animation, u"animation.gif"_s);
     QImageReader reader(path);
     QVERIFY(!reader.read().isNull());
-    QVERIFY(reader.read().pixel(5, 5) == colours.at(1)); // there are two
+    QVERIFY(reader.read().pixel(5, 5) == colors.at(1)); // the second frame
 
     MainWindow window;
     window.loadImageFile(path);
@@ -295,7 +297,7 @@ void TestFileFaults::showsTheFirstFrameOfAnAnimation()
              QString());
 }
 
-void TestFileFaults::needsTheFileNoMoreOnceItIsOpen_data()
+void TestFileFaults::doesNotNeedTheOpenedFile_data()
 {
     QTest::addColumn<QString>("fault");
     for (const char *fault : {"removed", "emptied", "another picture", "a folder"}) {
@@ -303,7 +305,7 @@ void TestFileFaults::needsTheFileNoMoreOnceItIsOpen_data()
     }
 }
 
-void TestFileFaults::needsTheFileNoMoreOnceItIsOpen()
+void TestFileFaults::doesNotNeedTheOpenedFile()
 {
     QFETCH(QString, fault);
     OpenDocument document;
@@ -318,7 +320,7 @@ void TestFileFaults::needsTheFileNoMoreOnceItIsOpen()
     }
     document.strips.first()->moveCut(20);
     QCOMPARE(document.change(), QString());
-    trigger(document.window, "autoTrimAction"); // which takes the whole source
+    trigger(document.window, "autoTrimAction"); // which reads the whole source image
     trigger(document.window, "twoColsAction");
     QCOMPARE(firstDifference(shownPicture(document.window, pictureSize), document.picture), QString());
     QFile::remove(path);
@@ -338,13 +340,13 @@ void TestFileFaults::survivesAFileThatChangesWhileItIsRead()
     const QImage pictures[] = {blockPicture(70, 450, 3), blockPicture(70, 450, 4)};
     const QByteArray files[] = {written(pictures[0], "PNG"), written(pictures[1], "PNG")};
     const QString path = savedBytes(files[0], u"changing.png"_s);
-    std::atomic<bool> isOver = false;
+    std::atomic<bool> isDone = false;
     std::thread writer([&] {
-        for (int i = 0; !isOver; ++i) {
+        for (int i = 0; !isDone; ++i) {
             if (inPlace) {
                 writeInPlace(path, files[i % 2]);
             } else {
-                replaceWhole(path, files[i % 2]);
+                replaceAtOnce(path, files[i % 2]);
             }
         }
     });
@@ -355,12 +357,12 @@ void TestFileFaults::survivesAFileThatChangesWhileItIsRead()
         const QImage shown = shownPicture(document.window, pictures[0].size());
         const bool isOne =
             firstDifference(shown, pictures[0]).isEmpty() || firstDifference(shown, pictures[1]).isEmpty();
-        const bool isRefused = toastText(document.window) == failure && document.change().isEmpty();
-        if (!isOne && !(inPlace && isRefused)) {
+        const bool isRejected = toastText(document.window) == failure && document.change().isEmpty();
+        if (!isOne && !(inPlace && isRejected)) {
             wrong.append(u"%1: %2"_s.arg(i).arg(toastText(document.window)));
         }
     }
-    isOver = true;
+    isDone = true;
     writer.join();
     QCOMPARE(wrong, QStringList());
 }

@@ -1,15 +1,15 @@
-// Memory that runs out: one large allocation after the other fails, which an
-// image answers by being null.
+// Out of memory: each large allocation fails in turn, and an image is then null.
 
 #include "app/mainwindow.h"
 #include "page/pageitem.h"
 #include "pixels/blankborders.h"
 #include "pixels/imagefile.h"
-#include "support/documents.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 
 #include <QPainter>
-#include <QRandomGenerator>
 
 #include <atomic>
 #include <dlfcn.h>
@@ -20,7 +20,7 @@ namespace {
 
 constexpr size_t large = size_t(1) << 16;
 std::atomic<int> largeAllocations = 0;
-std::atomic<int> failing = -1; // the number of the one that fails
+std::atomic<int> failing = -1; // the index of the one that fails
 
 void *(*realMalloc)(size_t) = nullptr;
 
@@ -36,8 +36,8 @@ extern "C" void *malloc(size_t size)
 
 namespace {
 
-/// While this object lives, the large allocation number \a number fails, counted
-/// from 0; none if that is negative.
+/// While this object lives, the large allocation with the index \a number fails;
+/// none if that is negative.
 class FailingAllocation
 {
 public:
@@ -49,27 +49,15 @@ public:
     ~FailingAllocation() { failing = -1; }
     Q_DISABLE_COPY_MOVE(FailingAllocation)
 
-    /// How many large allocations there were.
+    /// The number of large allocations so far.
     int count() const { return largeAllocations; }
 };
 
-/// How many large allocations a trim of \a source takes.
+/// The number of large allocations during a trim of \a source.
 int allocationsOfTrim(const QPixmap &source)
 {
     const FailingAllocation none(-1);
     return withoutBlankBorders(source) ? none.count() : 0;
-}
-
-QImage noise(int width, int height)
-{
-    QRandomGenerator random(5);
-    QImage image(width, height, QImage::Format_RGB32);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            image.setPixel(x, y, random.generate() | 0xff000000U);
-        }
-    }
-    return image;
 }
 
 /// \a content within a white border of 100 pixels.
@@ -88,23 +76,23 @@ class TestMemoryFaults : public QObject
     Q_OBJECT
 
 private slots:
-    void trimEndsWithoutMemory_data();
-    void trimEndsWithoutMemory();
+    void trimSurvivesLackOfMemory_data();
+    void trimSurvivesLackOfMemory();
 };
 
-void TestMemoryFaults::trimEndsWithoutMemory_data()
+void TestMemoryFaults::trimSurvivesLackOfMemory_data()
 {
     QTest::addColumn<QImage>("picture");
     QTest::addColumn<int>("fewest");
     const QImage blocks = bordered(blockPicture(350, 1100));
     QTest::newRow("few colors") << blocks << 2; // the table of colors, and the result
-    QTest::newRow("many colors") << bordered(noise(400, 500)) << 4; // gray rows, too
+    QTest::newRow("many colors") << bordered(noisePicture(QSize(400, 500))) << 4; // also gray rows
     QTest::newRow("16 bits a channel") << blocks.convertToFormat(QImage::Format_RGBX64) << 2;
     QTest::newRow("gray") << blocks.convertToFormat(QImage::Format_Grayscale8) << 1;
     QTest::newRow("palette") << blocks.convertToFormat(QImage::Format_Indexed8) << 1;
 }
 
-void TestMemoryFaults::trimEndsWithoutMemory()
+void TestMemoryFaults::trimSurvivesLackOfMemory()
 {
     QFETCH(QImage, picture);
     QFETCH(int, fewest);
@@ -125,9 +113,9 @@ void TestMemoryFaults::trimEndsWithoutMemory()
         QCOMPARE(stripsOf(window), strips);
         QCOMPARE(firstDifference(shownPicture(window, picture.size()), shown), QString());
         QCOMPARE(toastText(window), u"未检测到可裁剪的空白边"_s);
-        dropToast(window);
+        hideToast(window);
     }
-    window.onAutoTrimClicked(); // with its source as it was
+    window.onAutoTrimClicked(); // the source image is unchanged
     QCOMPARE(toastText(window), QString());
     const QSize content = picture.size() - QSize(200, 200);
     const QImage expected = picture.copy(QRect(QPoint(100, 100), content)).convertToFormat(QImage::Format_RGB32);

@@ -1,18 +1,17 @@
 #include "app/mainwindow.h"
 #include "faultruns.h"
 #include "rudeserver.h"
-#include "support/messageboxes.h"
+#include "support/dialoganswer.h"
 #include "support/testmain.h"
 #include "update/downloaddialogdriver.h"
+#include "update/downloads.h"
 #include "update/updatechecks.h"
 
 #include <QCryptographicHash>
-#include <QDir>
 #include <QFile>
 #include <QPointer>
 #include <QRegularExpression>
 #include <QSettings>
-#include <QStandardPaths>
 #include <QThread>
 
 #include <memory>
@@ -31,45 +30,28 @@ QString checksumOf(const QByteArray &bytes)
     return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
 }
 
-QString downloadFolder()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
-}
-
-QStringList downloads()
-{
-    return QDir(downloadFolder()).entryList(QDir::Files);
-}
-
-QByteArray downloaded(const QString &name)
-{
-    QFile file(downloadFolder() + u'/' + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool isDownloading(const MainWindow &window)
-{
-    return !window.findChildren<QNetworkReply *>().isEmpty();
-}
-
 SimpleUpdater *updaterOf(const MainWindow &window)
 {
     return window.findChild<SimpleUpdater *>();
 }
 
-QPushButton *updateButtonOf(const MainWindow &window)
+/// Lets \a window check for an update, and open the dialog and start a download,
+/// each within the next 30 ms or not at all. Sets \a dialog when it is open.
+void startAtRandomTimes(MainWindow &window, QRandomGenerator &random, QPointer<DownloadUpdateDialog> &dialog)
 {
-    return window.findChild<QPushButton *>(u"updateButton"_s);
-}
-
-/// Closes what a check opened, and deletes it.
-void closeOpenDialogs()
-{
-    const auto dialogs = openDialogs();
-    for (UpdateDialog *dialog : dialogs) {
-        dialog->close();
+    const auto later = [&random] { return random.bounded(20); };
+    if (random.bounded(3) != 0) {
+        QTimer::singleShot(later(), &window, &MainWindow::onCheckUpdateClicked);
     }
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    if (random.bounded(3) != 0) {
+        QTimer::singleShot(later(), &window, [&window] { childOf<QPushButton>(window, "updateButton")->click(); });
+        QTimer::singleShot(later() + 10, &window, [&window, &dialog] {
+            dialog = window.findChild<DownloadUpdateDialog *>();
+            if (dialog) {
+                dialog->onUpdateClicked();
+            }
+        });
+    }
 }
 
 } // namespace
@@ -84,24 +66,22 @@ private slots:
     void cleanup();
 
     void checkHasOneOutcome();
-    void downloadEndsWholeOrFailed();
-    void endlessCheckGivesWay();
-    void endlessDownloadGivesWay();
-    void programEndsAtAnyMoment();
-    void windowClosesAtAnyMoment();
+    void downloadIsCompleteOrFails();
+    void endlessCheckCanBeReplaced();
+    void endlessDownloadCanBeReplaced();
+    void programCanEndAtAnyTime();
+    void windowCanCloseAtAnyTime();
 };
 
 void TestNetworkFaults::initTestCase()
 {
-    QCoreApplication::setOrganizationName(u"zrnw480"_s);
-    QCoreApplication::setApplicationName(u"Quillmarch"_s);
+    nameApplication();
 }
 
 void TestNetworkFaults::init()
 {
     QSettings().clear();
-    QVERIFY(QDir(downloadFolder()).removeRecursively());
-    QVERIFY(QDir().mkpath(downloadFolder()));
+    QVERIFY(emptyDownloadFolder());
     QTest::failOnWarning(QRegularExpression(u"QIODevice|QObject|QFile"_s));
 }
 
@@ -136,7 +116,7 @@ void TestNetworkFaults::checkHasOneOutcome()
         }
         closeOpenDialogs();
 
-        server.setSound(); // and the next check works
+        server.setValid(); // the next check succeeds
         startCheck(updater);
         QTRY_COMPARE_WITH_TIMEOUT(openDialogs().size(), 1, waitTime);
         closeOpenDialogs();
@@ -146,10 +126,10 @@ void TestNetworkFaults::checkHasOneOutcome()
     QVERIFY(errors > 0);
 }
 
-void TestNetworkFaults::downloadEndsWholeOrFailed()
+void TestNetworkFaults::downloadIsCompleteOrFails()
 {
     const int runs = faultRuns(usualRuns);
-    int whole = 0;
+    int complete = 0;
     int failed = 0;
     MainWindow window;
     for (int run = 0; run < runs; ++run) {
@@ -161,13 +141,13 @@ void TestNetworkFaults::downloadEndsWholeOrFailed()
             for (const int attempt : {1, 2, 3}) {
                 QFile::remove(downloadFolder() + u"/q.zip"_s);
                 if (attempt == 3) {
-                    server.setSound();
+                    server.setValid();
                 }
                 view.update->click();
                 QTRY_VERIFY2_WITH_TIMEOUT(!isDownloading(window), qPrintable(u"run %1"_s.arg(run)), waitTime);
                 const QString status = view.status->text();
                 if (status == u"下载完成，校验通过！"_s) {
-                    ++whole;
+                    ++complete;
                     QVERIFY(downloaded(u"q.zip"_s) == package);
                     return;
                 }
@@ -183,12 +163,12 @@ void TestNetworkFaults::downloadEndsWholeOrFailed()
             }
         }));
     }
-    qInfo("%d downloads: %d attempts failed, %d ended whole", runs, failed, whole);
-    QCOMPARE(whole, runs);
+    qInfo("%d downloads: %d attempts failed, %d were complete", runs, failed, complete);
+    QCOMPARE(complete, runs);
     QVERIFY(failed > 0);
 }
 
-void TestNetworkFaults::endlessCheckGivesWay()
+void TestNetworkFaults::endlessCheckCanBeReplaced()
 {
     RudeServer endless(1, 100);
     endless.setEndless();
@@ -211,7 +191,7 @@ void TestNetworkFaults::endlessCheckGivesWay()
     QTRY_COMPARE_WITH_TIMEOUT(endless.connectionCount(), 0, waitTime);
 }
 
-void TestNetworkFaults::endlessDownloadGivesWay()
+void TestNetworkFaults::endlessDownloadCanBeReplaced()
 {
     RudeServer endless(1, 100);
     endless.setEndless();
@@ -241,7 +221,7 @@ void TestNetworkFaults::endlessDownloadGivesWay()
     QCOMPARE(downloads(), QStringList({u"r.zip"_s}));
 }
 
-void TestNetworkFaults::programEndsAtAnyMoment()
+void TestNetworkFaults::programCanEndAtAnyTime()
 {
     const int runs = faultRuns(usualRuns);
     QRandomGenerator random(77);
@@ -256,25 +236,13 @@ void TestNetworkFaults::programEndsAtAnyMoment()
             window.show();
             updaterOf(window)->setUpdateUrl(documents.address(u"/doc"_s));
             window.onVersionInfoReceived(u"3.0.0"_s, true, packages.address(u"/q.zip"_s));
-            const auto later = [&random] { return random.bounded(20); };
-            if (random.bounded(3) != 0) {
-                QTimer::singleShot(later(), &window, &MainWindow::onCheckUpdateClicked);
-            }
-            if (random.bounded(3) != 0) {
-                QTimer::singleShot(later(), &window, [&] { updateButtonOf(window)->click(); });
-                QTimer::singleShot(later() + 10, &window, [&] {
-                    dialog = window.findChild<DownloadUpdateDialog *>();
-                    if (dialog) {
-                        dialog->onUpdateClicked();
-                    }
-                });
-            }
+            startAtRandomTimes(window, random, dialog);
             QTimer::singleShot(random.bounded(80), qApp, &QCoreApplication::quit);
-            QCOMPARE(QApplication::exec(), 0); // also with boxes and dialogs open
+            QCOMPARE(QApplication::exec(), 0); // even with open message boxes and dialogs
         }
         QVERIFY(dialog.isNull());
         QTRY_COMPARE_WITH_TIMEOUT(documents.connectionCount() + packages.connectionCount(), 0, waitTime);
-        const QByteArray bytes = downloaded(u"q.zip"_s); // a part, where the answer told no length
+        const QByteArray bytes = downloaded(u"q.zip"_s); // incomplete if the answer had no length
         QVERIFY2(package.contains(bytes), qPrintable(u"run %1: %2 bytes"_s.arg(run).arg(bytes.size())));
         QFile::remove(downloadFolder() + u"/q.zip"_s);
         closeOpenDialogs();
@@ -282,7 +250,7 @@ void TestNetworkFaults::programEndsAtAnyMoment()
     }
 }
 
-void TestNetworkFaults::windowClosesAtAnyMoment()
+void TestNetworkFaults::windowCanCloseAtAnyTime()
 {
     const int runs = faultRuns(usualRuns);
     QRandomGenerator random(78);
@@ -304,11 +272,11 @@ void TestNetworkFaults::windowClosesAtAnyMoment()
         }
         QVERIFY(window->close());
         if (random.bounded(2) == 0) {
-            QCoreApplication::processEvents(); // the transfers go on without the window being shown
+            QCoreApplication::processEvents(); // the transfers continue while the window is hidden
         }
         window.reset();
         QTRY_COMPARE_WITH_TIMEOUT(documents.connectionCount() + packages.connectionCount(), 0, waitTime);
-        const QByteArray bytes = downloaded(u"q.zip"_s); // a part, where the answer told no length
+        const QByteArray bytes = downloaded(u"q.zip"_s); // incomplete if the answer had no length
         QVERIFY2(package.contains(bytes), qPrintable(u"run %1: %2 bytes"_s.arg(run).arg(bytes.size())));
         QFile::remove(downloadFolder() + u"/q.zip"_s);
         QVERIFY(boxes.shown().isEmpty());

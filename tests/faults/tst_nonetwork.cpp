@@ -1,8 +1,9 @@
 #include "app/mainwindow.h"
 #include "base/buildconfig.h"
-#include "support/documents.h"
 #include "support/httpserver.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "update/updatedocuments.h"
 
 #include <QAction>
@@ -25,31 +26,31 @@
 
 using namespace Qt::StringLiterals;
 
-/// The main function of the program, under another name.
+/// The main function of the program, renamed.
 int quillmarchMain(int argc, char *argv[]);
 
 namespace {
 
-constexpr int processTime = 120000; // milliseconds, as is the next
+constexpr int processTime = 120000; // milliseconds, as the next one
 constexpr int stepTime = 30000;
 constexpr auto roleVariable = "QUILLMARCH_TEST_ROLE";
 constexpr auto portVariable = "QUILLMARCH_TEST_PROXY_PORT";
 
-void say(const QString &line)
+void printLine(const QString &line)
 {
     std::puts(line.toUtf8().constData());
     std::fflush(stdout);
 }
 
-/// Prints what the program asks of the network, and sends it to a port of
-/// this machine.
+/// Prints the address of every network request, and redirects the request to a
+/// port of this machine.
 class Recorder : public QNetworkProxyFactory
 {
 public:
     QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override
     {
         const QString target = query.url().isEmpty() ? query.peerHostName() : query.url().toString();
-        say(u"request "_s + target);
+        printLine(u"request "_s + target);
         const auto port = quint16(qEnvironmentVariableIntValue(portVariable));
         return {QNetworkProxy(QNetworkProxy::HttpProxy, u"127.0.0.1"_s, port)};
     }
@@ -66,7 +67,7 @@ MainWindow *programWindow()
     return nullptr;
 }
 
-/// Closes whatever modal window comes up, for as long as this object lives.
+/// Closes every modal window that opens while this object lives.
 class Closer
 {
 public:
@@ -96,7 +97,8 @@ void drop(MainWindow &window, const QString &address)
     QApplication::sendEvent(&window, &event);
 }
 
-/// Everything that a user can do in the window, short of asking for an update.
+/// Uses every command of the window, except those that check for updates or
+/// download.
 void useEveryCommand(MainWindow &window)
 {
     const Closer closer;
@@ -117,40 +119,42 @@ void useEveryCommand(MainWindow &window)
     window.loadImageFile(u"//opened.example/picture.png"_s);
     window.onHelpClicked();
     window.onResizeClicked();
-    auto *updateButton = window.findChild<QPushButton *>(u"updateButton"_s);
-    updateButton->click(); // nothing is known
+    auto *updateButton = childOf<QPushButton>(window, "updateButton");
+    updateButton->click(); // there is no update
     window.onVersionInfoReceived(u"3.0.0"_s, true, u"https://reported.example/q.zip"_s, u"notes"_s);
-    updateButton->click(); // closed unanswered
-    say(u"used %1 actions, closed %2 dialogs"_s.arg(triggered).arg(closer.closed()));
+    updateButton->click(); // Closer closes the dialog
+    printLine(u"used %1 actions, closed %2 dialogs"_s.arg(triggered).arg(closer.closed()));
 }
 
-void tellIdentity()
+void printIdentity()
 {
-    say(u"identity %1, %2, %3, %4"_s.arg(QCoreApplication::applicationName(), QCoreApplication::applicationVersion(),
+    printLine(
+        u"identity %1, %2, %3, %4"_s.arg(QCoreApplication::applicationName(), QCoreApplication::applicationVersion(),
                                          QCoreApplication::organizationName(), QCoreApplication::organizationDomain()));
-    say(u"store %1"_s.arg(QSettings().fileName()));
+    printLine(u"store %1"_s.arg(QSettings().fileName()));
 }
 
-/// What is done in the program, by the role that the environment names.
+/// Uses the program in the role that the environment selects.
 void playRole()
 {
     const QString role = qEnvironmentVariable(roleVariable);
     MainWindow *window = programWindow();
-    say(window != nullptr && window->isVisible() ? u"window"_s : u"no window"_s);
+    printLine(window != nullptr && window->isVisible() ? u"window"_s : u"no window"_s);
     if (role == u"use"_s) {
-        tellIdentity();
-        const auto *versionLabel = window->findChild<QLabel *>(u"versionLabel"_s);
-        const bool isVersionShown = QTest::qWaitFor([=] { return versionLabel->isVisible(); }, stepTime); // by a timer
+        printIdentity();
+        const auto *versionLabel = childOf<QLabel>(*window, "versionLabel");
+        const bool isVersionShown =
+            QTest::qWaitFor([=] { return versionLabel->isVisible(); }, stepTime); // a timer shows it
         useEveryCommand(*window);
-        say(isVersionShown ? u"check"_s : u"no version shown"_s);
+        printLine(isVersionShown ? u"check"_s : u"no version shown"_s);
         const Closer closer;
         window->onCheckUpdateClicked();
-        const bool isTold = QTest::qWaitFor([&] { return closer.closed() > 0; }, stepTime);
-        say(isTold ? u"download"_s : u"no outcome of the check"_s);
+        const bool isReported = QTest::qWaitFor([&] { return closer.closed() > 0; }, stepTime);
+        printLine(isReported ? u"download"_s : u"no outcome of the check"_s);
         window->startDownload();
-        const bool isOver =
+        const bool isFinished =
             QTest::qWaitFor([=] { return window->findChildren<QNetworkReply *>().isEmpty(); }, stepTime);
-        say(isOver ? u"end"_s : u"no end of the download"_s);
+        printLine(isFinished ? u"end"_s : u"no end of the download"_s);
     }
     if (role == u"leave with 7"_s) {
         QCoreApplication::exit(7);
@@ -167,7 +171,7 @@ void startRole()
 }
 Q_COREAPP_STARTUP_FUNCTION(startRole)
 
-/// What a run of the program ended with.
+/// The result of a run of the program.
 struct Run
 {
     QProcess::ExitStatus status = QProcess::CrashExit;
@@ -178,8 +182,8 @@ struct Run
     QStringList requests() const { return lines.filter(QRegularExpression(u"^request "_s)); }
 };
 
-/// Runs the program in the role \a role, with all that it asks of the network
-/// sent to \a port of 127.0.0.1. It finds \a language in its `user.ini`.
+/// Runs the program in the role \a role, with \a language in its `user.ini`. Its
+/// network requests are redirected to \a port of 127.0.0.1.
 Run runProgram(const QString &role, quint16 port, const QByteArray &language = "zh")
 {
     QFile config(QCoreApplication::applicationDirPath() + u"/user.ini"_s);
@@ -195,7 +199,7 @@ Run runProgram(const QString &role, quint16 port, const QByteArray &language = "
     environment.insert(QString::fromLatin1(portVariable), QString::number(port));
     process.setProcessEnvironment(environment);
     process.start(QCoreApplication::applicationFilePath(), {});
-    QEventLoop loop; // servers of this process answer meanwhile
+    QEventLoop loop; // the servers of this process answer meanwhile
     QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
     QTimer::singleShot(processTime, &loop, &QEventLoop::quit);
     loop.exec();
@@ -213,7 +217,7 @@ Run runProgram(const QString &role, quint16 port, const QByteArray &language = "
     return run;
 }
 
-/// The names that the program takes from other libraries, by the tool nm.
+/// The symbols that the program imports from libraries, by the tool nm.
 QStringList importedNames()
 {
     QProcess nm;
@@ -232,16 +236,16 @@ class TestNoNetwork : public QObject
     Q_OBJECT
 
 private slots:
-    void asksForNothingButUpdates();
-    void asksForTheDocumentOfItsLanguage_data();
-    void asksForTheDocumentOfItsLanguage();
-    void endsWhileTheStartCheckStalls();
-    void endsWithTheStatusOfItsLoop();
-    void linksNoOtherWayToTheNetwork();
-    void namesTheNetworkInTwoSourcesOnly();
+    void requestsOnlyUpdates();
+    void requestsTheDocumentOfItsLanguage_data();
+    void requestsTheDocumentOfItsLanguage();
+    void canEndWhileTheCheckAtStartStalls();
+    void returnsTheExitCodeOfItsEventLoop();
+    void importsNoOtherNetworkFunctions();
+    void onlyTwoSourcesUseTheNetwork();
 };
 
-void TestNoNetwork::asksForNothingButUpdates()
+void TestNoNetwork::requestsOnlyUpdates()
 {
     HttpServer proxy; // refuses every tunnel
     const Run run = runProgram(u"use"_s, proxy.port());
@@ -256,8 +260,8 @@ void TestNoNetwork::asksForNothingButUpdates()
     const QRegularExpression used(u"^used (\\d+) actions, closed (\\d+) dialogs$"_s);
     const auto counts = used.match(run.lines.value(expected.size()));
     QVERIFY2(counts.hasMatch(), qPrintable(run.lines.join(u'\n')));
-    QVERIFY(counts.captured(1).toInt() >= 11); // all but the one that ends the program
-    QVERIFY(counts.captured(2).toInt() >= 8); // open, export, print and about twice, two of the update
+    QVERIFY(counts.captured(1).toInt() >= 11); // all except the one that ends the program
+    QVERIFY(counts.captured(2).toInt() >= 8); // open, export, print and about twice, and two for the update
     QCOMPARE(run.lines.mid(expected.size() + 1),
              QStringList({u"check"_s, u"request "_s + checkEndpoint(), u"download"_s,
                           u"request https://reported.example/q.zip"_s, u"end"_s}));
@@ -267,7 +271,7 @@ void TestNoNetwork::asksForNothingButUpdates()
     }
 }
 
-void TestNoNetwork::asksForTheDocumentOfItsLanguage_data()
+void TestNoNetwork::requestsTheDocumentOfItsLanguage_data()
 {
     QTest::addColumn<QByteArray>("language");
     QTest::addColumn<QString>("path");
@@ -277,7 +281,7 @@ void TestNoNetwork::asksForTheDocumentOfItsLanguage_data()
     QTest::newRow("nothing") << QByteArray() << u"/updates/update-config-zh.json"_s;
 }
 
-void TestNoNetwork::asksForTheDocumentOfItsLanguage()
+void TestNoNetwork::requestsTheDocumentOfItsLanguage()
 {
     QFETCH(QByteArray, language);
     QFETCH(QString, path);
@@ -287,16 +291,16 @@ void TestNoNetwork::asksForTheDocumentOfItsLanguage()
     QCOMPARE(run.requests(), QStringList(u"request "_s + updateDocumentHost.toString() + path));
 }
 
-void TestNoNetwork::endsWhileTheStartCheckStalls()
+void TestNoNetwork::canEndWhileTheCheckAtStartStalls()
 {
-    QTcpServer silent; // takes the connection and never answers
+    QTcpServer silent; // accepts the connection and never answers
     QVERIFY(silent.listen(QHostAddress::LocalHost));
     const Run run = runProgram(u"leave"_s, silent.serverPort());
     QVERIFY2(run.status == QProcess::NormalExit && run.code == 0, run.errors.constData());
     QCOMPARE(run.lines, QStringList({u"request "_s + releaseDocumentUrl(u"zh"_s), u"window"_s}));
 }
 
-void TestNoNetwork::endsWithTheStatusOfItsLoop()
+void TestNoNetwork::returnsTheExitCodeOfItsEventLoop()
 {
     HttpServer proxy;
     const Run run = runProgram(u"leave with 7"_s, proxy.port());
@@ -304,11 +308,11 @@ void TestNoNetwork::endsWithTheStatusOfItsLoop()
     QCOMPARE(run.code, 7);
 }
 
-void TestNoNetwork::linksNoOtherWayToTheNetwork()
+void TestNoNetwork::importsNoOtherNetworkFunctions()
 {
     const QStringList names = importedNames();
-    QVERIFY(names.filter(u"QNetworkAccessManager::get("_s).size() == 1); // the list is the right one
-    static const QRegularExpression ways(
+    QVERIFY(names.filter(u"QNetworkAccessManager::get("_s).size() == 1); // the list is complete
+    static const QRegularExpression networkSymbols(
         u" (Q(Tcp|Udp|Ssl|Sctp|Local|Abstract)(Socket|Server)|QHostInfo|QDnsLookup|QHttp|QWebSocket|QNetwork\\w*)::"
         "| (socket|connect|bind|listen|accept4?|send(to|msg|mmsg)?|recv(from|msg)?|getaddrinfo|gethostby\\w+)(@|$)"_s);
     static const QRegularExpression allowed(
@@ -316,14 +320,14 @@ void TestNoNetwork::linksNoOtherWayToTheNetwork()
         "|Request::|Reply::)"_s);
     QStringList wrong;
     for (const QString &name : names) {
-        if (ways.match(name).hasMatch() && !allowed.match(name).hasMatch()) {
+        if (networkSymbols.match(name).hasMatch() && !allowed.match(name).hasMatch()) {
             wrong.append(name);
         }
     }
     QCOMPARE(wrong, QStringList());
 }
 
-void TestNoNetwork::namesTheNetworkInTwoSourcesOnly()
+void TestNoNetwork::onlyTwoSourcesUseTheNetwork()
 {
     static const QRegularExpression manager(u"#include <QNetworkAccessManager>"_s);
     QStringList users;
@@ -346,7 +350,7 @@ void TestNoNetwork::namesTheNetworkInTwoSourcesOnly()
 int main(int argc, char *argv[])
 {
     if (qEnvironmentVariableIsSet(roleVariable)) {
-        QNetworkProxyFactory::setApplicationProxyFactory(new Recorder); // which Qt deletes
+        QNetworkProxyFactory::setApplicationProxyFactory(new Recorder); // Qt deletes it
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
         return quillmarchMain(argc, argv);
     }

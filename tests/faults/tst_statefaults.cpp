@@ -4,6 +4,7 @@
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 #include "ui/windowaccess.h"
+#include "ui/windowstore.h"
 #include "unprivileged.h"
 
 #include <QDataStream>
@@ -16,35 +17,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QStringList allKeys{u"splitterState"_s, u"windowGeometry"_s, u"windowState"_s};
-
-QSettings store()
-{
-    return QSettings(u"Quillmarch"_s, u"Settings"_s);
-}
-
-QByteArray stored(const QString &key)
-{
-    return QSettings(u"Quillmarch"_s, u"Settings"_s).value(key).toByteArray();
-}
-
 QRect screenArea()
 {
     return QGuiApplication::primaryScreen()->availableGeometry();
 }
 
-/// Two thirds of the primary screen in each direction, centred.
-QRect firstGeometry()
-{
-    const QRect screen = screenArea();
-    const int w = 2 * screen.width() / 3;
-    const int h = 2 * screen.height() / 3;
-    return QRect((screen.width() - w) / 2 + screen.x(), (screen.height() - h) / 2 + screen.y(), w, h);
-}
-
-/// The bytes of a stored geometry in the form that the toolkit writes, for a
-/// window of the geometry \a rect on the screen \a screen. \a rect is written
-/// as it is, sensible or not.
+/// A stored geometry in the format of Qt, for a window with the geometry \a rect on
+/// the screen \a screen. Any \a rect is written unchanged.
 QByteArray geometryBytes(const QRect &rect, int screen = 0, bool isMaximized = false, bool isFullScreen = false)
 {
     constexpr quint32 magic = 0x1D9D0CB;
@@ -58,14 +37,14 @@ QByteArray geometryBytes(const QRect &rect, int screen = 0, bool isMaximized = f
     return bytes;
 }
 
-/// What a window that was used stores under each key of `allKeys`.
-QHash<QString, QByteArray> soundState()
+/// The values that a window stores for `allKeys` when it is closed.
+QHash<QString, QByteArray> validState()
 {
     forgetEverything();
     MainWindow window;
     window.setGeometry(60, 70, 611, 433);
     window.show();
-    window.addToolBar(Qt::LeftToolBarArea, window.findChild<QToolBar *>());
+    window.addToolBar(Qt::LeftToolBarArea, childOf<QToolBar>(window, "mainToolbar"));
     window.close();
     QHash<QString, QByteArray> state;
     for (const QString &key : allKeys) {
@@ -95,8 +74,8 @@ QByteArray damaged(QByteArray bytes, QRandomGenerator &random)
     return bytes;
 }
 
-/// Empty if \a window is large enough and on the screen.
-QString fault(const QWidget &window)
+/// The geometry of \a window if it is too small or off the screen, else empty.
+QString geometryFault(const QWidget &window)
 {
     const QRect rect = window.geometry();
     if (rect.width() >= 400 && rect.height() >= 300 && rect.intersects(screenArea())) {
@@ -107,7 +86,7 @@ QString fault(const QWidget &window)
 
 QString storePath()
 {
-    return store().fileName();
+    return openStore().fileName();
 }
 
 } // namespace
@@ -120,27 +99,27 @@ private slots:
     void initTestCase();
     void init() { forgetEverything(); }
 
-    void comesToTheScreen_data();
-    void comesToTheScreen();
-    void keepsTheLeastSize_data();
-    void keepsTheLeastSize();
-    void survivesAnyBytes();
+    void isMovedOntoTheScreen_data();
+    void isMovedOntoTheScreen();
+    void keepsTheMinimumSize_data();
+    void keepsTheMinimumSize();
+    void survivesDamagedValues();
     void survivesADamagedStore_data();
     void survivesADamagedStore();
-    void closesWithoutAPlaceToWrite();
+    void closesIfWritingFails();
 };
 
 void TestStateFaults::initTestCase()
 {
-    QVERIFY(hasDensityAskedFor());
+    QVERIFY(hasRequestedDensity());
 }
 
-void TestStateFaults::comesToTheScreen_data()
+void TestStateFaults::isMovedOntoTheScreen_data()
 {
-    constexpr int least = std::numeric_limits<int>::min();
-    constexpr int most = std::numeric_limits<int>::max();
+    constexpr int smallest = std::numeric_limits<int>::min();
+    constexpr int largest = std::numeric_limits<int>::max();
     QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("isShown"); // there is no room for the picture of an absurd one
+    QTest::addColumn<bool>("isShown"); // false if its pixels would not fit into the memory
     const auto add = [](const char *name, const QRect &rect, int screen = 0, bool isShown = true) {
         QTest::addRow("%s", name) << geometryBytes(rect, screen) << isShown;
         QTest::addRow("%s, maximized", name) << geometryBytes(rect, screen, true) << isShown;
@@ -149,73 +128,74 @@ void TestStateFaults::comesToTheScreen_data()
     };
     add("on a second screen that is gone", QRect(2000, 100, 800, 600), 1);
     add("on a screen above that is gone", QRect(100, -1500, 800, 600), 1);
-    add("screen with an absurd number", QRect(100, 100, 500, 400), most);
-    add("screen with a negative number", QRect(100, 100, 500, 400), least);
+    add("screen with a huge number", QRect(100, 100, 500, 400), largest);
+    add("screen with a negative number", QRect(100, 100, 500, 400), smallest);
     add("of no size", QRect(100, 100, 0, 0));
     add("of negative size", QRect(QPoint(500, 500), QPoint(100, 100)));
     add("as large as a widget can be", QRect(0, 0, QWIDGETSIZE_MAX, QWIDGETSIZE_MAX), 0, false);
-    add("far out", QRect(QPoint(most - 800, most - 600), QPoint(most, most)));
-    add("far out to the other side", QRect(QPoint(least, least), QPoint(least + 800, least + 600)));
-    add("from end to end", QRect(QPoint(least / 2, least / 2), QPoint(most / 2, most / 2)), 0, false);
+    add("far out", QRect(QPoint(largest - 800, largest - 600), QPoint(largest, largest)));
+    add("far out on the other side", QRect(QPoint(smallest, smallest), QPoint(smallest + 800, smallest + 600)));
+    add("spanning all coordinates", QRect(QPoint(smallest / 2, smallest / 2), QPoint(largest / 2, largest / 2)), 0,
+        false);
     add("wider than any screen", QRect(0, 0, 20000, 500));
-    add("higher than any screen", QRect(0, 0, 500, 20000));
+    add("taller than any screen", QRect(0, 0, 500, 20000));
 }
 
-void TestStateFaults::comesToTheScreen()
+void TestStateFaults::isMovedOntoTheScreen()
 {
     QFETCH(QByteArray, bytes);
-    store().setValue(u"windowGeometry"_s, bytes);
+    openStore().setValue(u"windowGeometry"_s, bytes);
     QFETCH(bool, isShown);
     MainWindow window;
-    QCOMPARE(fault(window), QString());
+    QCOMPARE(geometryFault(window), QString());
     if (isShown) {
         window.show();
-        QCOMPARE(fault(window), QString());
+        QCOMPARE(geometryFault(window), QString());
         QVERIFY(!window.grab().isNull());
     }
     window.close();
     QVERIFY(!stored(u"windowGeometry"_s).isEmpty());
     const MainWindow next;
-    QCOMPARE(fault(next), QString());
+    QCOMPARE(geometryFault(next), QString());
 }
 
-void TestStateFaults::keepsTheLeastSize_data()
+void TestStateFaults::keepsTheMinimumSize_data()
 {
     QTest::addColumn<QRect>("rect");
     QTest::addColumn<bool>("kept");
-    QTest::newRow("least") << QRect(50, 60, 400, 300) << true;
+    QTest::newRow("smallest") << QRect(50, 60, 400, 300) << true;
     QTest::newRow("too narrow") << QRect(50, 60, 399, 300) << false;
     QTest::newRow("too low") << QRect(50, 60, 400, 299) << false;
     QTest::newRow("a corner on the screen")
         << QRect(screenArea().bottomRight() - QPoint(410, 310), QSize(401, 301)) << true;
 }
 
-void TestStateFaults::keepsTheLeastSize()
+void TestStateFaults::keepsTheMinimumSize()
 {
     QFETCH(QRect, rect);
     QFETCH(bool, kept);
-    store().setValue(u"windowGeometry"_s, geometryBytes(rect));
+    openStore().setValue(u"windowGeometry"_s, geometryBytes(rect));
     const MainWindow window;
     QCOMPARE(window.geometry(), kept ? rect : firstGeometry());
 }
 
-void TestStateFaults::survivesAnyBytes()
+void TestStateFaults::survivesDamagedValues()
 {
-    const QHash<QString, QByteArray> sound = soundState();
+    const QHash<QString, QByteArray> valid = validState();
     QRandomGenerator random(31);
     const int runs = faultRuns(30);
     for (int run = 0; run < runs; ++run) {
         forgetEverything();
         for (const QString &key : allKeys) {
-            store().setValue(key, random.bounded(3) == 0 ? sound[key] : damaged(sound[key], random));
+            openStore().setValue(key, random.bounded(3) == 0 ? valid[key] : damaged(valid[key], random));
         }
         MainWindow window;
-        QVERIFY2(fault(window).isEmpty(), qPrintable(u"run %1: %2"_s.arg(run).arg(fault(window))));
+        QVERIFY2(geometryFault(window).isEmpty(), qPrintable(u"run %1: %2"_s.arg(run).arg(geometryFault(window))));
         window.show();
         QVERIFY(!window.grab().isNull());
         QVERIFY(childOf<LeftView>(window, "leftView") != nullptr);
         QVERIFY(window.close());
-        QCOMPARE(store().allKeys().size(), allKeys.size());
+        QCOMPARE(openStore().allKeys().size(), allKeys.size());
     }
 }
 
@@ -242,25 +222,25 @@ void TestStateFaults::survivesADamagedStore()
     file.close();
     {
         MainWindow window;
-        QCOMPARE(fault(window), QString());
+        QCOMPARE(geometryFault(window), QString());
         window.setGeometry(60, 70, 611, 433);
         window.show();
         window.close();
     }
     const MainWindow next;
-    QCOMPARE(next.geometry(), QRect(60, 70, 611, 433)); // the store is sound again
+    QCOMPARE(next.geometry(), QRect(60, 70, 611, 433)); // the store is valid again
 }
 
-void TestStateFaults::closesWithoutAPlaceToWrite()
+void TestStateFaults::closesIfWritingFails()
 {
-    soundState();
+    validState();
     const QString folder = QFileInfo(storePath()).path();
     QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x5555)));
     const QByteArray before = stored(u"windowGeometry"_s);
     QVERIFY(!before.isEmpty());
     {
         const Unprivileged user;
-        QVERIFY(user.isReal());
+        QVERIFY(user.isEffective());
         MainWindow window;
         window.show();
         window.resize(500, 400);

@@ -6,18 +6,18 @@
 
 #include <unistd.h>
 
-/// A user without rights, for as long as this object lives: nothing is locked
-/// to the superuser, so locks are real for everybody else only.
+/// Drops root privileges while this object lives, because root ignores file
+/// permissions.
 ///
-/// Files keep their owner. The folders above the working directory are opened
-/// to others, so that it is the lock under test that refuses.
+/// Files keep their owner. The working directory and its parent become
+/// searchable for others, so that only the permissions under test deny access.
 class Unprivileged
 {
 public:
     Unprivileged()
-        : wasSuperuser(geteuid() == 0)
+        : wasRoot(geteuid() == 0)
     {
-        if (wasSuperuser) {
+        if (wasRoot) {
             const QString work = QDir::currentPath();
             for (const QString &folder : {work, QFileInfo(work).path()}) {
                 QFile::setPermissions(folder, QFile::permissions(folder) | QFile::ExeGroup | QFile::ExeOther);
@@ -28,17 +28,17 @@ public:
     ~Unprivileged()
     {
         if (isSwitched && seteuid(0) != 0) {
-            qFatal("Cannot become the superuser again");
+            qFatal("Cannot regain root privileges");
         }
     }
     Q_DISABLE_COPY_MOVE(Unprivileged)
 
-    /// Whether locks hold now.
-    bool isReal() const { return !wasSuperuser || isSwitched; }
+    /// Whether permissions are enforced now.
+    [[nodiscard]] bool isEffective() const { return !wasRoot || isSwitched; }
 
 private:
     static constexpr uid_t nobody = 65534;
 
-    bool wasSuperuser = false;
+    bool wasRoot = false;
     bool isSwitched = false;
 };

@@ -15,8 +15,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The files of \a paths, folders with all that is in them, in a fixed order
-/// and with absolute names.
+/// The absolute names of the files in \a paths, including those in folders,
+/// sorted.
 QStringList filesOf(const QStringList &paths)
 {
     QStringList files;
@@ -33,7 +33,7 @@ QStringList filesOf(const QStringList &paths)
     return files;
 }
 
-QByteArray contentOf(const QString &path)
+QByteArray readInput(const QString &path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -42,7 +42,7 @@ QByteArray contentOf(const QString &path)
     return file.readAll();
 }
 
-/// Keeps the input beside the program first, where it lies after a crash.
+/// Runs one input. Saves it next to the program first, to have it after a crash.
 void runInput(const QByteArray &bytes)
 {
     writeChanged(QCoreApplication::applicationDirPath() + "/last-input"_L1, bytes);
@@ -58,7 +58,7 @@ int main(int argc, char *argv[])
     QApplication app(argc, argv);
     PrivateHome::removeConfigFile();
     QCommandLineParser parser;
-    parser.addOption({u"mutations"_s, u"Run <count> changed copies of each input, too."_s, u"count"_s, u"0"_s});
+    parser.addOption({u"mutations"_s, u"Also run <count> mutations of each input."_s, u"count"_s, u"0"_s});
     parser.addPositionalArgument(u"paths"_s, u"Inputs, or folders of inputs."_s);
     parser.addHelpOption();
     parser.process(app);
@@ -68,7 +68,7 @@ int main(int argc, char *argv[])
     QList<QByteArray> corpus;
     const QStringList files = filesOf(parser.positionalArguments());
     for (const QString &file : files) {
-        corpus.append(contentOf(file));
+        corpus.append(readInput(file));
     }
     QDir::setCurrent(workFolder);
 

@@ -1,7 +1,8 @@
 #include "app/mainwindow.h"
 #include "fuzzing.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/pictures.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 #include "usedwindow.h"
@@ -14,14 +15,15 @@
 #include <QStandardPaths>
 
 #include <cmath>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int mostCommands = 40;
+constexpr int maxCommands = 40;
 
-/// Reads the bytes of an input one by one; 0 behind the last one.
+/// Reads the bytes of an input one by one; 0 after the last one.
 class Script
 {
 public:
@@ -49,7 +51,7 @@ private:
     const uint8_t *end;
 };
 
-/// Pictures of several shapes and formats, and three files that are refused.
+/// Pictures of several shapes and formats, and three files that are rejected.
 const QStringList &files()
 {
     static const QStringList paths = {
@@ -61,7 +63,7 @@ const QStringList &files()
         savedPicture(blockPicture(11, 400), u"thin.png"_s),
         savedPicture(blockPicture(10, 400), u"toothin.png"_s),
         savedBytes("no image", u"broken.png"_s),
-        u"/there/is/no/such.png"_s,
+        u"/missing/picture.png"_s,
     };
     return paths;
 }
@@ -94,7 +96,7 @@ void click(QGraphicsView *view, Script &script)
     sendMouse(view, QEvent::MouseButtonRelease, place, Qt::NoButton);
 }
 
-/// Takes the handle of a strip and lets it go somewhere in the view.
+/// Drags the handle of a strip to some position.
 void dragCut(MainWindow &window, Script &script)
 {
     MainView *view = mainViewOf(window);
@@ -115,17 +117,18 @@ void dragCut(MainWindow &window, Script &script)
     draw(*view);
     sendMouse(view, QEvent::MouseMove, from + QPointF(0, reach), Qt::LeftButton);
     sendMouse(view, QEvent::MouseButtonRelease, from + QPointF(0, reach), Qt::NoButton);
-    require(std::abs(heightOf(window) - height) < 0.01, "a moved cut takes from one strip what it gives the other");
+    require(std::abs(heightOf(window) - height) < 0.01, "moving a cut keeps the total height of the strips");
 }
 
-/// A package that needs no network; its name and content come from the input.
+/// Downloads a package without the network; its name and contents come from the
+/// input.
 void download(MainWindow &window, Script &script)
 {
     const QString url = "data:application/zip,"_L1 + script.text();
     window.onVersionInfoReceived(script.text(), true, url, script.text(), script.text(), script.text());
     window.startDownload();
     if (script.byte() % 2 == 0) {
-        window.startDownload(); // in place of the one that runs
+        window.startDownload(); // replaces the running download
     }
     settle();
     settle();
@@ -136,82 +139,68 @@ void download(MainWindow &window, Script &script)
     }
 }
 
+void resizeWindow(MainWindow &window, Script &script)
+{
+    const int width = script.byte() * 8;
+    window.resize(width, script.byte() * 8);
+}
+
+void reportVersion(MainWindow &window, Script &script)
+{
+    const QString version = script.text();
+    const bool hasUpdate = script.byte() % 2 == 0;
+    window.onVersionInfoReceived(version, hasUpdate, QString(), script.text());
+}
+
+void moveSplitter(MainWindow &window, Script &script)
+{
+    const int left = script.byte();
+    splitterOf(window)->setSizes({left, script.byte()});
+}
+
+using Command = void (*)(MainWindow &window, Script &script);
+
+// A byte of the input selects one of these.
+constexpr Command commands[]{
+    [](MainWindow &window, Script &script) { window.loadImageFile(files().at(script.byte() % files().size())); },
+    [](MainWindow &window, Script &) { window.onAutoTrimClicked(); },
+    [](MainWindow &window, Script &) { window.onTwoColsClicked(); },
+    [](MainWindow &window, Script &) { window.onExtandClicked(); },
+    [](MainWindow &window, Script &) { window.onShrinkClicked(); },
+    [](MainWindow &window, Script &) { window.onPageNumClicked(); },
+    [](MainWindow &window, Script &) { window.onZoominClicked(); },
+    [](MainWindow &window, Script &) { window.onZoomoutClicked(); },
+    [](MainWindow &window, Script &) { window.onAutoCutClicked(); },
+    dragCut,
+    dragCut, // twice as often as the others
+    [](MainWindow &window, Script &script) { click(leftViewOf(window), script); },
+    [](MainWindow &window, Script &script) { click(mainViewOf(window), script); },
+    resizeWindow,
+    [](MainWindow &window, Script &script) { window.setAutoPage(script.byte() % 2 == 0); },
+    reportVersion,
+    download,
+    moveSplitter,
+    [](MainWindow &window, Script &script) { mainViewOf(window)->verticalScrollBar()->setValue(script.byte() * 16); },
+    [](MainWindow &window, Script &) { drawAndExport(window); },
+};
+
 void runCommand(MainWindow &window, Script &script)
 {
-    switch (script.byte() % 20) {
-    case 0:
-        window.loadImageFile(files().at(script.byte() % files().size()));
-        break;
-    case 1:
-        window.onAutoTrimClicked();
-        break;
-    case 2:
-        window.onTwoColsClicked();
-        break;
-    case 3:
-        window.onExtandClicked();
-        break;
-    case 4:
-        window.onShrinkClicked();
-        break;
-    case 5:
-        window.onPageNumClicked();
-        break;
-    case 6:
-        window.onZoominClicked();
-        break;
-    case 7:
-        window.onZoomoutClicked();
-        break;
-    case 8:
-        window.onAutoCutClicked();
-        break;
-    case 9:
-    case 10:
-        dragCut(window, script);
-        break;
-    case 11:
-        click(leftViewOf(window), script);
-        break;
-    case 12:
-        click(mainViewOf(window), script);
-        break;
-    case 13:
-        window.resize(script.byte() * 8, script.byte() * 8);
-        break;
-    case 14:
-        window.setAutoPage(script.byte() % 2 == 0);
-        break;
-    case 15:
-        window.onVersionInfoReceived(script.text(), script.byte() % 2 == 0, QString(), script.text());
-        break;
-    case 16:
-        download(window, script);
-        break;
-    case 17:
-        window.findChild<QSplitter *>()->setSizes({script.byte(), script.byte()});
-        break;
-    case 18:
-        mainViewOf(window)->verticalScrollBar()->setValue(script.byte() * 16);
-        break;
-    default:
-        drawAndExport(window);
-        break;
-    }
+    commands[size_t(script.byte()) % std::size(commands)](window, script);
 }
 
 } // namespace
 
-/// What a user does, one command after the other.
+/// Runs a sequence of user commands.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     Script script(data, size);
     MainWindow &window = usedWindow();
     resetWindow(window);
-    for (int i = 0; i < mostCommands && !script.atEnd(); ++i) {
+    for (int i = 0; i < maxCommands && !script.atEnd(); ++i) {
         runCommand(window, script);
         settle();
-        requireWholeDocument(window);
+        requireConsistentDocument(window);
     }
     drawAndExport(window);
     return 0;

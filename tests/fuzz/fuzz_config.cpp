@@ -2,7 +2,8 @@
 #include "app/settings.h"
 #include "app/startup.h"
 #include "fuzzing.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/pictures.h"
 #include "usedwindow.h"
 
 #include <QDir>
@@ -13,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What a start would make of the configuration file \a path.
+/// What a start reads from a configuration file.
 struct Start
 {
     QString language;
@@ -29,33 +30,33 @@ Start startWith(const QString &path)
     return start;
 }
 
-/// As the next start reads it: from the disk, not as this process knows it.
+/// What the next start reads: from the disk, not from the cache of this process.
 Start nextStart()
 {
     const QString copy = QDir::current().absoluteFilePath(u"copy.ini"_s);
     QFile file(configFilePath());
-    require(file.open(QIODevice::ReadOnly), "the configuration file is there after a write");
+    require(file.open(QIODevice::ReadOnly), "the configuration file exists after a write");
     writeChanged(copy, file.readAll());
     return startWith(copy);
 }
 
 } // namespace
 
-/// The configuration file: what a start, a rebuild and the margin commands make
-/// of it, and what is left of it after a write.
+/// The configuration file: reading it at a start, on a rebuild and by the margin
+/// commands, and its contents after a write.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const QString picture = savedPicture(textPicture(120, 500), u"picture.png"_s);
     writeChanged(configFilePath(), bytesOf(data, size));
     const Start start = startWith(configFilePath());
     QTranslator translator;
-    require(start.language == "zh"_L1 || loadEnglishTexts(translator), "the English texts are there");
+    require(start.language == "zh"_L1 || loadEnglishTexts(translator), "the English texts can be loaded");
 
     MainWindow &window = usedWindow();
     window.setLanguage(start.language);
     window.setAutoPage(start.autoPage);
     window.loadImageFile(picture);
-    requireWholeDocument(window);
+    requireConsistentDocument(window);
     drawAndExport(window);
     window.onExtandClicked();
     window.onShrinkClicked();
@@ -66,6 +67,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     require(rememberedFolder(u"imagedir"_s) == "/some/folder"_L1, "a stored folder is read back");
     draw(window);
     settle();
-    require(nextStart() == start, "a write leaves the other keys alone");
+    require(nextStart() == start, "a write keeps the other keys");
     return 0;
 }

@@ -1,7 +1,8 @@
 #include "app/mainwindow.h"
 #include "fuzzing.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/pictures.h"
+#include "support/windowprobe.h"
 #include "usedwindow.h"
 
 #include <QImageReader>
@@ -10,11 +11,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What an input may claim to hold, so that an input takes milliseconds. More
-// than the second number no machine has, so that the way of the refusal is run.
-constexpr qint64 mostPixels = 2'000'000;
+// The limits of the size that an input declares, so that it takes milliseconds.
+// Sizes above impossiblePixels are also run: every machine rejects them.
+constexpr qint64 maxPixels = 2'000'000;
 constexpr qint64 impossiblePixels = qint64(1) << 44;
-constexpr int mostStrips = 500;
+constexpr int maxStrips = 500;
 
 bool isQuick(QSize size)
 {
@@ -22,14 +23,14 @@ bool isQuick(QSize size)
     if (!size.isValid() || size.isEmpty() || pixels > impossiblePixels) {
         return true;
     }
-    const QSize turned = size.transposed(); // by the orientation of the file
-    return pixels <= mostPixels && size.height() / size.width() < mostStrips
-        && turned.height() / turned.width() < mostStrips;
+    const QSize turned = size.transposed(); // the orientation in the file may rotate it
+    return pixels <= maxPixels && size.height() / size.width() < maxStrips
+        && turned.height() / turned.width() < maxStrips;
 }
 
 } // namespace
 
-/// The road of a file: from its bytes to the views and the PDF file.
+/// The way of an image from its bytes to the views and the PDF file.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     MainWindow &window = usedWindow();
@@ -39,20 +40,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     const qsizetype stripsBefore = stripsOf(window).size();
     window.loadImageFile(path);
-    require(QImageReader::allocationLimit() >= 256, "the limit never falls below its floor");
-    const bool isRefused = !toastText(window).isEmpty();
-    dropToast(window);
+    require(QImageReader::allocationLimit() >= 256, "the limit never falls below 256");
+    const bool isRejected = !toastText(window).isEmpty();
+    hideToast(window);
     settle();
-    if (isRefused) {
-        require(stripsOf(window).size() == stripsBefore, "a refused file leaves the pages alone");
+    if (isRejected) {
+        require(stripsOf(window).size() == stripsBefore, "a rejected file keeps the document");
         return 0;
     }
-    requireWholeDocument(window);
+    requireConsistentDocument(window);
     drawAndExport(window);
     window.onAutoTrimClicked();
-    dropToast(window);
+    hideToast(window);
     window.onTwoColsClicked();
-    requireWholeDocument(window);
+    requireConsistentDocument(window);
     drawAndExport(window);
     window.onTwoColsClicked();
     return 0;

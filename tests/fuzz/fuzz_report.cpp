@@ -1,6 +1,6 @@
 #include "app/mainwindow.h"
 #include "fuzzing.h"
-#include "support/documents.h"
+#include "support/pictures.h"
 #include "update/downloadupdatedialog.h"
 #include "update/updatedocuments.h"
 #include "usedwindow.h"
@@ -17,12 +17,12 @@ void readVocabulary(const QString &text)
 {
     const UpdateVersion version = UpdateVersion::fromString(text);
     require(version.major >= 0 && version.minor >= 0 && version.patch >= 0, "no number of a version is negative");
-    require(UpdateVersion::fromString(version.toString()) == version, "a version reads as it is written");
-    require(!(isVersionNewer(text, installed) && isVersionNewer(installed, text)), "one version is the newer one");
-    require(formatPublishTime(text).isEmpty() == text.isEmpty(), "a time stays a text");
-    require(formatReleaseNotes(text).size() <= 503, "release notes are cut");
-    formatSizeText(text);
-    platformDisplayName(text);
+    require(UpdateVersion::fromString(version.toString()) == version, "a written version reads as the same version");
+    require(!(isVersionNewer(text, installed) && isVersionNewer(installed, text)), "only one of two versions is newer");
+    require(formatPublishTime(text).isEmpty() == text.isEmpty(), "a time is empty only if its text is");
+    require(formatReleaseNotes(text).size() <= 503, "release notes are shortened");
+    static_cast<void>(formatSizeText(text));
+    static_cast<void>(platformDisplayName(text));
 }
 
 UpdateReport readReport(const QJsonObject &object, const QString &platform)
@@ -31,7 +31,7 @@ UpdateReport readReport(const QJsonObject &object, const QString &platform)
     if (report.hasUpdate && report.latestVersion != UpdateVersion()) {
         require(report.latestVersion > report.currentVersion, "an update is a later version");
         require(report.forceUpdate == (report.latestVersion.major > report.currentVersion.major),
-                "a higher major number forces");
+                "only a higher major number forces an update");
     }
     return report;
 }
@@ -59,8 +59,8 @@ void showReport(const UpdateReport &report, const QString &version, const QByteA
 
 } // namespace
 
-/// The reader of version reports, the texts it is made of, and what the window
-/// and the download dialog show of them.
+/// The reader of version reports and of the texts in them, and their display in the
+/// window and in the download dialog.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QByteArray body = bytesOf(data, size);

@@ -12,7 +12,7 @@
 void require(bool holds, const char *message)
 {
     if (!holds) {
-        std::fprintf(stderr, "Not kept: %s\n", message);
+        std::fprintf(stderr, "Requirement not met: %s\n", message);
         std::abort();
     }
 }

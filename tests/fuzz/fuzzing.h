@@ -8,22 +8,21 @@
 
 class QWidget;
 
-/// Runs one input. Each driver defines it.
+/// Runs one input. Each driver defines this function.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
-/// Ends the program with \a message unless \a holds: the fuzzer then keeps the
-/// input.
+/// Aborts with \a message unless \a holds, so that the fuzzer saves the input.
 void require(bool holds, const char *message);
 
-/// The input as bytes of its own.
-QByteArray bytesOf(const uint8_t *data, size_t size);
+/// A copy of the input.
+[[nodiscard]] QByteArray bytesOf(const uint8_t *data, size_t size);
 
-/// Writes \a bytes to \a path, with a time stamp that no file of this run had
-/// before: settings are read anew only from a file that looks changed.
+/// Writes \a bytes to \a path with a new time stamp: QSettings reads a file again
+/// only if it looks changed.
 void writeChanged(const QString &path, const QByteArray &bytes);
 
-/// Draws \a widget with all that is in it.
+/// Draws \a widget and its children.
 void draw(QWidget &widget);
 
-/// Lets everything happen that is due now, deletions too.
+/// Handles all pending events, including deferred deletions.
 void settle();

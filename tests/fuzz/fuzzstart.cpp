@@ -2,8 +2,8 @@
 
 #include <QApplication>
 
-/// Called by libFuzzer once, before the first input. Neither object is ever
-/// destroyed: the fuzzer ends the process without coming back.
+/// Called by libFuzzer once, before the first input. Neither object is destroyed:
+/// the fuzzer ends the process without returning.
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
     static auto *home = new PrivateHome;

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Writes the seeds of the fuzz drivers to tests/fuzz/corpus.
 
-PNG, BMP, GIF, PNM, XPM, XBM, ICO, TGA, SVG and the texts are made here, byte
-for byte. JPEG, WebP, TIFF and animated GIF come from ImageMagick's convert.
-Files that this script does not name, such as findings, stay as they are.
+PNG, BMP, PNM, XPM, XBM, ICO, TGA, SVG and the texts are generated here, byte by
+byte. JPEG, WebP, TIFF and GIF come from ImageMagick's convert. Other files in the
+corpus, such as findings, are not changed.
 """
 
 import base64
@@ -26,12 +26,12 @@ def write(kind, name, content):
 
 
 def ink(x, y):
-    """Whether the picture of all images is dark at (x, y): lines of text with a blank border."""
+    """Whether the picture is dark at (x, y): lines of text with a blank border."""
     return 4 <= x < WIDTH - 4 and 6 <= y < HEIGHT - 6 and y % 8 < 4 and (x * 7 + y) % 5 != 0
 
 
-def level(x, y, most):
-    return most // 8 if ink(x, y) else most - (x + y) % 3 * most // 16
+def level(x, y, maximum):
+    return maximum // 8 if ink(x, y) else maximum - (x + y) % 3 * maximum // 16
 
 
 # PNG
@@ -44,43 +44,43 @@ def chunk(name, data):
     return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
 
 
-def png_row(xs, y, colour, depth):
-    most = (1 << depth) - 1
+def png_row(xs, y, color_type, depth):
+    maximum = (1 << depth) - 1
     samples = []
     for x in xs:
-        value = level(x, y, most)
-        row = {0: [value], 2: [value, most - value, x * most // WIDTH], 3: [value],
-               4: [value, y * most // HEIGHT], 6: [value, most - value, 0, y * most // HEIGHT]}[colour]
+        value = level(x, y, maximum)
+        row = {0: [value], 2: [value, maximum - value, x * maximum // WIDTH], 3: [value],
+               4: [value, y * maximum // HEIGHT], 6: [value, maximum - value, 0, y * maximum // HEIGHT]}[color_type]
         samples += row
     bits = "".join(format(sample, f"0{depth}b") for sample in samples)
     bits += "0" * (-len(bits) % 8)
     return b"\0" + int(bits, 2).to_bytes(len(bits) // 8, "big")
 
 
-def png(colour, depth, interlaced=False, extra=b"", size=(WIDTH, HEIGHT), data=None):
+def png(color_type, depth, interlaced=False, extra=b"", size=(WIDTH, HEIGHT), data=None):
     passes = ADAM7 if interlaced else [(0, 0, 1, 1)]
-    rows = b"".join(png_row(range(left, WIDTH, right), y, colour, depth)
+    rows = b"".join(png_row(range(left, WIDTH, right), y, color_type, depth)
                     for left, top, right, down in passes for y in range(top, HEIGHT, down))
     palette = b""
-    if colour == 3:
+    if color_type == 3:
         count = 1 << depth
         palette = chunk(b"PLTE", bytes(v for i in range(count) for v in (i * 255 // (count - 1), 64, i * 7 % 256)))
         palette += chunk(b"tRNS", bytes(i * 255 // (count - 1) for i in range(count)))
     return (b"\x89PNG\r\n\x1a\n"
-            + chunk(b"IHDR", struct.pack(">IIBBBBB", *size, depth, colour, 0, 0, int(interlaced)))
+            + chunk(b"IHDR", struct.pack(">IIBBBBB", *size, depth, color_type, 0, 0, int(interlaced)))
             + extra + palette + chunk(b"IDAT", zlib.compress(rows, 9) if data is None else data) + chunk(b"IEND", b""))
 
 
 def png_seeds():
-    for colour, depths in {0: (1, 2, 4, 8, 16), 2: (8, 16), 3: (1, 2, 4, 8), 4: (8, 16), 6: (8, 16)}.items():
+    for color_type, depths in {0: (1, 2, 4, 8, 16), 2: (8, 16), 3: (1, 2, 4, 8), 4: (8, 16), 6: (8, 16)}.items():
         for depth in depths:
-            write("image", f"png-colour{colour}-depth{depth}.png", png(colour, depth))
-            write("image", f"png-colour{colour}-depth{depth}-interlaced.png", png(colour, depth, True))
+            write("image", f"png-color{color_type}-depth{depth}.png", png(color_type, depth))
+            write("image", f"png-color{color_type}-depth{depth}-interlaced.png", png(color_type, depth, True))
     gray = png(0, 8)
     write("image", "png-gamma.png", png(2, 8, extra=chunk(b"gAMA", struct.pack(">I", 1))))
     write("image", "png-text.png", png(0, 8, extra=chunk(b"tEXt", b"Comment\0" + b"a" * 40)
                                        + chunk(b"pHYs", struct.pack(">IIB", 1, 4_000_000_000, 1))))
-    write("image", "png-transparent-colour.png", png(2, 8, extra=chunk(b"tRNS", bytes(6))))
+    write("image", "png-transparent-color.png", png(2, 8, extra=chunk(b"tRNS", bytes(6))))
     write("image", "png-truncated.png", gray[:len(gray) // 2])
     write("image", "png-only-signature.png", gray[:8])
     write("image", "png-no-data.png", png(2, 8, data=b""))
@@ -110,12 +110,12 @@ def bmp_rows(depth):
 
 
 def bmp(depth, compression=0, pixels=None, size=(WIDTH, HEIGHT)):
-    colours = b"".join(bytes([i, 255 - i, i // 2, 0]) for i in range(1 << depth)) if depth <= 8 else b""
+    colors = b"".join(bytes([i, 255 - i, i // 2, 0]) for i in range(1 << depth)) if depth <= 8 else b""
     pixels = bmp_rows(depth) if pixels is None else pixels
-    start = 54 + len(colours)
+    start = 54 + len(colors)
     return (b"BM" + struct.pack("<IHHI", start + len(pixels), 0, 0, start)
             + struct.pack("<IiiHHIIiiII", 40, *size, 1, depth, compression, len(pixels), 2835, 2835, 0, 0)
-            + colours + pixels)
+            + colors + pixels)
 
 
 def bmp_seeds():
@@ -131,7 +131,7 @@ def bmp_seeds():
     write("image", "bmp-truncated.bmp", bmp(24)[:300])
 
 
-# The others that are simple enough
+# Other simple formats
 
 def pixmap_text():
     rows = ",\n".join('"' + "".join("#" if ink(x, y) else "." for x in range(WIDTH)) + '"' for y in range(HEIGHT))
@@ -193,7 +193,7 @@ def simple_seeds():
     write("image", "pdf.pdf", "%PDF-1.4\n1 0 obj <</Type/Catalog>> endobj\ntrailer <</Root 1 0 R>>\n")
 
 
-# What needs an encoder
+# Formats that need an encoder
 
 def convert(name, *options, source="ppm:-", target=None):
     ppm = b"P6\n%d %d\n255\n" % (WIDTH, HEIGHT) + b"".join(

@@ -5,10 +5,11 @@
 
 namespace {
 
-constexpr int mostChanges = 4;
-constexpr qsizetype longestRun = 64;
+constexpr int maxChanges = 4;
+constexpr qsizetype maxRunLength = 64;
 
-/// 0 to \a end - 1; the standard distributions differ from library to library.
+/// A number from 0 to \a end - 1. The standard distributions differ between
+/// libraries.
 qsizetype below(std::mt19937 &random, qsizetype end)
 {
     return end > 0 ? qsizetype(random() % quint32(end)) : 0;
@@ -16,14 +17,14 @@ qsizetype below(std::mt19937 &random, qsizetype end)
 
 QByteArray run(const QByteArray &bytes, std::mt19937 &random)
 {
-    return bytes.mid(below(random, bytes.size()), below(random, longestRun) + 1);
+    return bytes.mid(below(random, bytes.size()), below(random, maxRunLength) + 1);
 }
 
 void changeOnce(QByteArray &bytes, const QByteArray &other, std::mt19937 &random)
 {
     constexpr std::array<char, 8> values = {'\x00', '\x01', '\x7f', '\x80', '\xff', '0', '-', '\n'};
     const qsizetype at = below(random, bytes.size());
-    const qsizetype length = below(random, longestRun) + 1;
+    const qsizetype length = below(random, maxRunLength) + 1;
     switch (below(random, 7)) {
     case 0:
         bytes[at] = char(bytes[at] ^ (1 << below(random, 8)));
@@ -54,7 +55,7 @@ void changeOnce(QByteArray &bytes, const QByteArray &other, std::mt19937 &random
 QByteArray mutated(const QList<QByteArray> &corpus, qsizetype index, std::mt19937 &random)
 {
     QByteArray bytes = corpus.at(index);
-    const qsizetype changes = below(random, mostChanges) + 1;
+    const qsizetype changes = below(random, maxChanges) + 1;
     for (qsizetype i = 0; i < changes && !bytes.isEmpty(); ++i) {
         changeOnce(bytes, corpus.at(below(random, corpus.size())), random);
     }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Fuzzes with libFuzzer: tests/fuzz/run.sh MINUTES [DRIVER...]
-# MINUTES is for each driver; without names all five run, one after the other.
-# What is found lies in build/fuzz/findings, the grown corpus in build/fuzz/corpus.
+# MINUTES is the time for each driver; without names all five run in turn.
+# Findings are in build/fuzz/findings, the extended corpus in build/fuzz/corpus.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
@@ -18,7 +18,7 @@ preset=fuzz
 build_folder=$root/build/$preset
 findings=$build_folder/findings
 
-longest_input() {
+max_input_size() {
     case $1 in
     image) echo 16384 ;;
     commands) echo 256 ;;
@@ -26,8 +26,8 @@ longest_input() {
     esac
 }
 
-# The limits of libFuzzer are above what one input takes by design; an image may
-# ask for more memory than there is, and must then be refused.
+# The limits of libFuzzer are above what one input needs by design; an image may
+# request more memory than there is, and must then be rejected.
 fuzz() {
     local kind=$1
     local grown=$build_folder/corpus/$kind
@@ -37,7 +37,7 @@ fuzz() {
         ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
         LSAN_OPTIONS=suppressions=$root/tests/fuzz/leaks.txt:print_suppressions=0 \
         nice -n 15 "$build_folder/tests/fuzz/fuzz_$kind.dir/fuzz_$kind" \
-        -max_total_time="$seconds" -max_len="$(longest_input "$kind")" -timeout=60 \
+        -max_total_time="$seconds" -max_len="$(max_input_size "$kind")" -timeout=60 \
         -rss_limit_mb=6000 -malloc_limit_mb=100000000 -print_final_stats=1 \
         -artifact_prefix="$findings/$kind/" "$grown" "$root/tests/fuzz/corpus/$kind" \
         >"$build_folder/fuzz_$kind.log" 2>&1
@@ -50,9 +50,9 @@ done
 failed=()
 for kind in "${drivers[@]}"; do
     fuzz "$kind" || failed+=("$kind")
-    grep -E "stat::number_of_executed_units|cov: .*DONE|ERROR|Not kept" "$build_folder/fuzz_$kind.log" | tail -n 4 || true
+    grep -E "stat::number_of_executed_units|cov: .*DONE|ERROR|Requirement not met" "$build_folder/fuzz_$kind.log" | tail -n 4 || true
 done
 if [[ ${#failed[@]} -gt 0 ]]; then
-    die "found something: ${failed[*]}. Inputs: $findings, logs: $build_folder/fuzz_*.log"
+    die "failed: ${failed[*]}; inputs are in $findings, logs in $build_folder/fuzz_*.log"
 fi
-say "Nothing found"
+say "No failures"

@@ -4,7 +4,9 @@
 #include "fuzzing.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/pictures.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 
@@ -18,7 +20,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int lastExportedPage = 3;
-constexpr double firstFitRatio = 0.75;
+constexpr double initialFitRatio = 0.75;
 
 bool isTwoColumns(const MainWindow &window)
 {
@@ -45,7 +47,7 @@ void resetWindow(MainWindow &window)
     clearConfigValues();
     window.resize(700, 500);
     window.setAutoPage(true);
-    mainViewOf(window)->setFitRatio(firstFitRatio);
+    mainViewOf(window)->setFitRatio(initialFitRatio);
     window.loadImageFile(path);
     if (isTwoColumns(window)) {
         window.onTwoColsClicked();
@@ -53,7 +55,7 @@ void resetWindow(MainWindow &window)
     if (showPageNumbers()) {
         window.onPageNumClicked();
     }
-    dropToast(window);
+    hideToast(window);
     settle();
 }
 
@@ -68,16 +70,16 @@ void drawAndExport(MainWindow &window)
     }
     QPainter painter(&printer);
     window.renderDocument(&painter, &printer);
-    require(painter.end(), "the export can be ended");
+    require(painter.end(), "the export succeeds");
 }
 
-void requireWholeDocument(const MainWindow &window)
+void requireConsistentDocument(const MainWindow &window)
 {
     const QList<PageItem *> strips = stripsOf(window);
     for (qsizetype i = 0; i < strips.size(); ++i) {
         require(strips.at(i)->pageIndex() == i, "strips are counted from 0");
-        require(strips.at(i)->nextItem() == strips.value(i + 1), "each strip leads to the next one");
-        require(strips.at(i)->prevItem() == strips.value(i - 1), "each strip leads to the one before");
+        require(strips.at(i)->nextItem() == strips.value(i + 1), "each strip links to the next one");
+        require(strips.at(i)->prevItem() == strips.value(i - 1), "each strip links to the previous one");
     }
     const qsizetype pages = pagesOf(window).size();
     require(pages == strips.size() || pages == (strips.size() + 3) / 4, "each strip has its page");

@@ -1,8 +1,8 @@
 #include "app/mainwindow.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "pixels/plaintrim.h"
 #include "support/documents.h"
+#include "support/plaintrim.h"
 #include "support/testmain.h"
 #include "ui/mainview.h"
 

@@ -1,4 +1,4 @@
-"""quillmarch-batch brings no network, no dialog and no catalogue along."""
+"""quillmarch-batch contains no network code, no dialogs and no catalogue."""
 
 import os
 import pathlib
@@ -6,14 +6,14 @@ import subprocess
 import unittest
 
 WINDOW_PARTS = ("MainWindow::", "AboutDialog::", "PopUp::", "SimpleUpdater::", "DownloadUpdateDialog::")
-CATALOGUE = "zrnw480_en.qm".encode("utf-16-be")  # as the resource system stores names
+CATALOGUE = "zrnw480_en.qm".encode("utf-16-be")  # names are stored in UTF-16
 
 
 def libraries_of(program):
     return subprocess.run(["ldd", program], capture_output=True, text=True, check=True).stdout
 
 
-def names_in(program):
+def symbols_in(program):
     return subprocess.run(["nm", "--demangle", program], capture_output=True, text=True, check=True).stdout
 
 
@@ -26,13 +26,13 @@ class Batch(unittest.TestCase):
         self.assertIn("libQt6Network", libraries_of(self.window))
         self.assertNotIn("libQt6Network", libraries_of(self.batch))
 
-    def test_holds_no_part_of_the_window(self):
-        in_window, in_batch = names_in(self.window), names_in(self.batch)
+    def test_contains_no_part_of_the_window(self):
+        in_window, in_batch = symbols_in(self.window), symbols_in(self.batch)
         for part in WINDOW_PARTS:
             self.assertIn(part, in_window)
             self.assertNotIn(part, in_batch)
 
-    def test_holds_no_catalogue(self):
+    def test_contains_no_catalogue(self):
         self.assertIn(CATALOGUE, pathlib.Path(self.window).read_bytes())
         self.assertNotIn(CATALOGUE, pathlib.Path(self.batch).read_bytes())
 

@@ -15,14 +15,14 @@ def words(cell):
 
 
 def table_of_layers():
-    """Per layer: its folders, what it links, and which layers it may include."""
+    """For each layer: its folders, the libraries it links, and the layers it may include."""
     text = (SOURCE / "docs" / "architecture.md").read_text(encoding="utf-8")
     rows = re.findall(r"^\| `(quillmarch_\w+)` \|([^|]*)\|([^|]*)\|([^|]*)\|$", text, re.MULTILINE)
     return {name: (words(folders), words(links), words(includes)) for name, folders, links, includes in rows}
 
 
 def links_in_cmake():
-    """Per layer: what src/CMakeLists.txt links to it."""
+    """For each layer: the libraries that src/CMakeLists.txt links to it."""
     text = (CODE / "CMakeLists.txt").read_text(encoding="utf-8")
     layers = {name: links.split() for name, links in re.findall(r"^quillmarch_add_layer\((\S+) (.*)\)$", text, re.MULTILINE)}
     base = re.search(r"^target_link_libraries\(quillmarch_base INTERFACE (.*)\)$", text, re.MULTILINE)
@@ -43,7 +43,7 @@ class Includes(unittest.TestCase):
         self.assertGreaterEqual(len(self.layers), 7, "no table of layers")
 
     def layer_of(self, name):
-        """The layer of a file, given relative to src. Programs belong to none."""
+        """The layer of a file, whose name is relative to src; None for a main program."""
         folder, file = name.split("/", 1)
         if file == "main.cpp":
             return None
@@ -51,14 +51,14 @@ class Includes(unittest.TestCase):
             return "quillmarch_window"
         return next((layer for layer, (folders, _, _) in self.layers.items() if folder in folders), "")
 
-    def test_table_says_what_is_linked(self):
+    def test_table_lists_the_linked_libraries(self):
         self.assertEqual({layer: links for layer, (_, links, _) in self.layers.items()}, links_in_cmake())
 
     def test_table_names_each_folder_once(self):
         listed = [folder for folders, _, _ in self.layers.values() for folder in folders]
         self.assertEqual(sorted(listed), sorted(path.name for path in CODE.iterdir() if path.is_dir()))
 
-    def test_arrows_run_one_way(self):
+    def test_layers_include_only_layers_above(self):
         above = set()
         for layer, (_, _, includes) in self.layers.items():
             self.assertFalse(set(includes) - above, f"{layer} may include a layer that is not above it in the table")
@@ -77,8 +77,8 @@ class Includes(unittest.TestCase):
                     mistakes.append(f"{name} includes {included}")
         self.assertEqual(mistakes, [])
 
-    def test_each_header_compiles_by_itself(self):
-        """It does if it is the first include of a source that compiles."""
+    def test_each_header_compiles_on_its_own(self):
+        """A header does if it is the first include of a source that compiles."""
         sources = [path for folder in (CODE, SOURCE / "tests") for path in folder.rglob("*.cpp")]
         first = {(own_includes(path) or [""])[0] for path in sources}
         headers = {path.relative_to(CODE).as_posix() for path in code_files() if path.suffix == ".h"}

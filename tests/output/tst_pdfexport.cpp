@@ -42,7 +42,7 @@ QString pathOf(const QString &name)
 void exportTo(MainWindow &window, const QString &path)
 {
     QFile::remove(path); // or the dialog would ask a question
-    onNextDialog<QFileDialog>([path](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([path](QFileDialog *dialog) {
         dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
         static_cast<QDialog *>(dialog)->accept();
     });
@@ -153,7 +153,7 @@ void TestPdfExport::asksInChinese()
     MainWindow window;
     window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
     int dialogs = 0;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
         ++dialogs;
         QCOMPARE(dialog->windowTitle(), u"导出到PDF"_s);
         QCOMPARE(dialog->nameFilters(), QStringList(u"PDF文件(*.pdf)"_s));
@@ -172,7 +172,7 @@ void TestPdfExport::asksInEnglish()
     MainWindow window;
     window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
     int dialogs = 0;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
         ++dialogs;
         QCOMPARE(dialog->windowTitle(), u"Save as PDF"_s);
         QCOMPARE(dialog->nameFilters(), QStringList(u"pdf file(*.pdf)"_s));
@@ -186,7 +186,8 @@ void TestPdfExport::startsInTheFolderOfTheExecutable()
     MainWindow window;
     window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
     QString folder;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
+    const NextDialog next =
+        onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
     trigger(window, "exportPdfAction");
     QCOMPARE(folder, QCoreApplication::applicationDirPath());
 }
@@ -200,7 +201,8 @@ void TestPdfExport::startsInTheFolderOfTheLastFile()
     QCOMPARE(configValue(u"savepath"_s), pathOf(u"last one 名"_s));
     QCOMPARE(configValue(u"imagedir"_s), QString());
     QString folder;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
+    const NextDialog next =
+        onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
     trigger(window, "exportPdfAction");
     QCOMPARE(folder, pathOf(u"last one 名"_s));
 }
@@ -211,7 +213,7 @@ void TestPdfExport::cancelChangesNothing()
     MainWindow window;
     window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
     const QStringList besideTheProgram = filesIn(QCoreApplication::applicationDirPath());
-    onNextDialog<QFileDialog>([](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([](QFileDialog *dialog) {
         dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(pathOf(u"untouched/out.pdf"_s));
         static_cast<QDialog *>(dialog)->reject();
     });
@@ -248,8 +250,8 @@ void TestPdfExport::writesA4Pages()
     exportTo(window, pathOf(u"out.pdf"_s));
     const PdfFacts facts = pdfFacts(u"out.pdf"_s);
     QCOMPARE(facts.pages, pages);
-    QVERIFY(std::abs(facts.pageSize.width() - 595.276) < 1); // 210 mm in points
-    QVERIFY(std::abs(facts.pageSize.height() - 841.89) < 1); // 297 mm
+    QVERIFY(std::abs(facts.pageSizes.first().width() - 595.276) < 1); // 210 mm in points
+    QVERIFY(std::abs(facts.pageSizes.first().height() - 841.89) < 1); // 297 mm
 }
 
 void TestPdfExport::writesWhatThePagesShow_data()
@@ -398,9 +400,9 @@ void TestPdfExport::replacesAFileThatIsThere()
     MainWindow window;
     window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
     int questions = 0;
-    onNextDialog<QFileDialog>([&questions](QFileDialog *dialog) {
+    const NextDialog next = onNextDialog<QFileDialog>([&questions](QFileDialog *dialog) {
         dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(pathOf(u"out.pdf"_s));
-        onNextDialog<QMessageBox>([&questions](QMessageBox *box) {
+        const NextDialog question = onNextDialog<QMessageBox>([&questions](QMessageBox *box) {
             ++questions;
             box->button(QMessageBox::Yes)->click();
         });

@@ -77,7 +77,7 @@ void TestPrint::asksInChinese()
     MainWindow window;
     window.loadImageFile(documentPath(5));
     int dialogs = 0;
-    onNextDialog<QPrintDialog>([&](QPrintDialog *dialog) {
+    const NextDialog next = onNextDialog<QPrintDialog>([&](QPrintDialog *dialog) {
         ++dialogs;
         QCOMPARE(dialog->windowTitle(), u"打印"_s);
         QCOMPARE(dialog->parentWidget(), &window);
@@ -94,7 +94,8 @@ void TestPrint::asksInEnglish()
     MainWindow window;
     window.loadImageFile(documentPath(5));
     QString title;
-    onNextDialog<QPrintDialog>([&title](QPrintDialog *dialog) { title = dialog->windowTitle(); });
+    const NextDialog next =
+        onNextDialog<QPrintDialog>([&title](QPrintDialog *dialog) { title = dialog->windowTitle(); });
     trigger(window, "printAction");
     QCOMPARE(title, u"Print"_s);
 }
@@ -104,7 +105,7 @@ void TestPrint::asksAtScreenResolutionWithoutLimits()
     MainWindow window;
     window.loadImageFile(documentPath(5));
     int dialogs = 0;
-    onNextDialog<QPrintDialog>([&](QPrintDialog *dialog) {
+    const NextDialog next = onNextDialog<QPrintDialog>([&](QPrintDialog *dialog) {
         ++dialogs;
         QCOMPARE(dialog->printer()->resolution(), QPrinter(QPrinter::ScreenResolution).resolution());
         QVERIFY(dialog->printer()->resolution() != QPrinter(QPrinter::HighResolution).resolution());
@@ -123,7 +124,7 @@ void TestPrint::rejectPrintsNothing()
 {
     MainWindow window;
     window.loadImageFile(documentPath(5));
-    onNextDialog<QPrintDialog>([this](QPrintDialog *dialog) {
+    const NextDialog next = onNextDialog<QPrintDialog>([this](QPrintDialog *dialog) {
         printToFile(dialog, path);
         static_cast<QDialog *>(dialog)->reject();
     });
@@ -152,7 +153,7 @@ void TestPrint::printsAllPages()
     if (twoColumns) {
         trigger(window, "twoColsAction");
     }
-    onNextDialog<QPrintDialog>([this](QPrintDialog *dialog) {
+    const NextDialog next = onNextDialog<QPrintDialog>([this](QPrintDialog *dialog) {
         printToFile(dialog, path);
         static_cast<QDialog *>(dialog)->accept();
     });
@@ -169,7 +170,7 @@ void TestPrint::rangeThatEndsEarlyHasABlankSheet()
 {
     MainWindow window;
     window.loadImageFile(documentPath(5));
-    onNextDialog<QPrintDialog>([this](QPrintDialog *dialog) {
+    const NextDialog next = onNextDialog<QPrintDialog>([this](QPrintDialog *dialog) {
         printToFile(dialog, path);
         dialog->findChild<QRadioButton *>(u"printRange"_s)->setChecked(true);
         dialog->findChild<QSpinBox *>(u"from"_s)->setValue(2);
@@ -188,7 +189,7 @@ void TestPrint::saysNothingAfterwards()
 {
     MainWindow window;
     window.loadImageFile(documentPath(5));
-    onNextDialog<QPrintDialog>([this](QPrintDialog *dialog) {
+    const NextDialog next = onNextDialog<QPrintDialog>([this](QPrintDialog *dialog) {
         printToFile(dialog, path);
         static_cast<QDialog *>(dialog)->accept();
     });

@@ -3,18 +3,18 @@
 #
 #     sudo tests/packages/in_fresh_root.sh [FOLDER]
 #
-# In one, apt installs the Debian package; in the other, which has a desktop's
-# libraries but no Qt, the portable archive is unpacked. In both an unprivileged
-# user steps a margin, starts the program again and finds it. Then the Debian
-# package is purged, and no file of it may be left. Needs debootstrap, a network
-# and the packages (cpack); FOLDER keeps the systems for another run.
+# In one, apt installs the Debian package. In the other, which has the libraries of
+# a desktop but no Qt, the portable archive is unpacked. In both, an unprivileged
+# user changes the margin, and finds it stored when the program starts again. Then
+# the Debian package is purged and must not leave any files. Needs debootstrap, a
+# network and the packages (cpack). With FOLDER the systems are kept for later runs.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
-# What the portable archive takes for granted on a desktop.
+# The libraries of a desktop that the portable archive requires.
 desktop=(libx11-xcb1 libgl1 libegl1 libopengl0 libfontconfig1 libfreetype6 libharfbuzz0b libglib2.0-0
     libdbus-1-3 libwayland-client0 libwayland-egl1 libgbm1 libdrm2 fonts-dejavu-core)
-# What the tests work with.
+# The tools of the tests.
 tools=(python3 xvfb openbox xdotool x11-utils)
 suite=bookworm
 
@@ -48,7 +48,7 @@ unmount_all() {
     [[ -n $keep ]] || rm -rf --one-file-system "$folder"
 }
 
-# A user, and the tests and the packages where that user can read them.
+# Creates a user, and copies tests and packages to where that user can read them.
 prepare() {
     inside "$1" id tester >/dev/null 2>&1 || inside "$1" useradd --create-home tester
     rm -rf "$1/srv/quillmarch"
@@ -66,7 +66,7 @@ run_as_user() {
         PYTHONPATH=/srv/quillmarch/tests/e2e python3 -B /srv/quillmarch/tests/packages/test_settings.py $*"
 }
 
-# Every file that is there for all users; the rest is kept by apt and dpkg.
+# Lists all files except those that apt, dpkg and users keep.
 list_files() {
     (cd "$1" && find . -xdev \( -path ./var/cache -o -path ./var/lib/apt -o -path ./var/lib/dpkg -o -path ./var/log \
         -o -path ./home -o -path ./tmp -o -path ./srv \) -prune -o -print | sort)
@@ -79,7 +79,7 @@ try_debian_package() {
     prepare "$system"
     inside "$system" apt-get update -q
     inside "$system" apt-get install -q -y --no-install-recommends "${tools[@]}" desktop-file-utils hicolor-icon-theme
-    # What the package depends on comes first, so that the lists differ by the package alone.
+    # Installs the dependencies first, so that the lists differ only by the package.
     inside "$system" apt-get install -q -y --no-install-recommends "/srv/quillmarch/packages/$(basename "$package")"
     inside "$system" apt-get purge -q -y quillmarch
     list_files "$system" >"$folder/before"
@@ -92,7 +92,7 @@ try_debian_package() {
     if cmp -s "$folder/before" "$folder/installed"; then
         die "nothing was installed"
     fi
-    diff "$folder/before" "$folder/after" || die "the package has left the files above"
+    diff "$folder/before" "$folder/after" || die "the package left the files above"
 }
 
 try_portable_archive() {
@@ -103,13 +103,13 @@ try_portable_archive() {
     inside "$system" apt-get update -q
     inside "$system" apt-get install -q -y --no-install-recommends "${tools[@]}" "${desktop[@]}"
     if inside "$system" dpkg-query -W 'libqt6*' 2>/dev/null | grep -q .; then
-        die "there is a Qt in $system"
+        die "$system contains Qt"
     fi
     say "Using the portable program"
     run_as_user "$system" PortableSettings
 }
 
-[[ $(id -u) -eq 0 ]] || die "start it as root"
+[[ $(id -u) -eq 0 ]] || die "must be run as root"
 command -v debootstrap >/dev/null || die "install debootstrap"
 keep=${1:-}
 folder=${keep:-$(mktemp -d)}
@@ -121,4 +121,4 @@ trap unmount_all EXIT
 
 try_debian_package
 try_portable_archive
-say "Both packages work, and nothing is left of the Debian package"
+say "Both packages work, and the Debian package was removed completely"

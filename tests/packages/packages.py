@@ -1,20 +1,22 @@
-"""The packages under test, and how they are unpacked."""
+"""The packages under test, and functions to unpack them."""
 
 import os
 import pathlib
 import re
 import subprocess
 import tarfile
+import tempfile
+import unittest
 
 VERSION = os.environ["QUILLMARCH_VERSION"]
 
 
 def package(pattern):
-    """The one package of this version whose name fits."""
+    """The only package of this version whose name matches."""
     folder = pathlib.Path(os.environ["QUILLMARCH_PACKAGES"])
     found = sorted(folder.glob(pattern.format(version=VERSION)))
     if len(found) != 1:
-        raise AssertionError(f"not one package in {folder}: {[file.name for file in found]}")
+        raise AssertionError(f"not exactly one package in {folder}: {[file.name for file in found]}")
     return found[0]
 
 
@@ -35,7 +37,7 @@ def unpack_debian_package(folder):
 
 
 def unpack(archive, folder):
-    """Unpacks an archive, and returns the one folder that it holds."""
+    """Unpacks an archive and returns the single folder in it."""
     with tarfile.open(archive) as tar:
         tar.extractall(folder)
     (top,) = pathlib.Path(folder).iterdir()
@@ -43,7 +45,7 @@ def unpack(archive, folder):
 
 
 def files_below(folder):
-    """The content of every file below a folder, by its path in it."""
+    """The contents of every file below a folder, by relative path."""
     folder = pathlib.Path(folder)
     return {str(file.relative_to(folder)): file.read_bytes() for file in folder.rglob("*") if file.is_file()}
 
@@ -61,8 +63,19 @@ def broken_links(folder):
 
 
 def output_of(*command, **options):
-    """What a command prints; fails with its messages if it fails."""
+    """The output of a command; fails with its messages if the command fails."""
     done = subprocess.run(command, capture_output=True, text=True, timeout=240, **options)
     if done.returncode != 0:
-        raise AssertionError(f"{command[0]} ends with {done.returncode}:\n{done.stdout}{done.stderr}")
+        raise AssertionError(f"{command[0]} exits with {done.returncode}:\n{done.stdout}{done.stderr}")
     return done.stdout
+
+
+class FolderTest(unittest.TestCase):
+    """A test with a temporary folder."""
+
+    folder_prefix = "quillmarch-packages-"
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix=self.folder_prefix)
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)

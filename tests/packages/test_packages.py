@@ -1,33 +1,25 @@
-"""What the packages hold, and that they are sound."""
+"""The contents of the packages, and their validity."""
 
 import os
 import pathlib
-import subprocess
 import tempfile
 import unittest
 
 import packages
-from packages import output_of
+from packages import FolderTest, output_of
 
 GUIDES = {"guide.md", "guide.zh.md", "batch.md", "user.ini.sample", "images/window-en.png"}
 
 
-class PackageTest(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="quillmarch-packages-")
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-
-
-class DebianPackage(PackageTest):
+class DebianPackage(FolderTest):
     def field(self, name):
         return output_of("dpkg-deb", "--field", packages.debian_package(), name).strip()
 
     def test_satisfiesLintian(self):
-        told = output_of("lintian", "--allow-root", "--fail-on", "error,warning", packages.debian_package())
-        self.assertEqual(told, "")
+        messages = output_of("lintian", "--allow-root", "--fail-on", "error,warning", packages.debian_package())
+        self.assertEqual(messages, "")
 
-    def test_dependsOnItsLibrariesAndOnWhatItLoadsByName(self):
+    def test_dependsOnItsLibrariesAndPlugins(self):
         names = {entry.split()[0] for entry in self.field("Depends").split(", ")}
         self.assertLessEqual({"libqt6core6", "libqt6gui6", "libqt6widgets6", "libqt6printsupport6"}, names)
         lines = (pathlib.Path(os.environ["QUILLMARCH_SOURCE"]) / "scripts/packages.txt").read_text().splitlines()
@@ -44,19 +36,19 @@ class DebianPackage(PackageTest):
         output_of("appstreamcli", "validate-tree", "--no-net", "--pedantic", self.folder)
         self.assertTrue((share / "metainfo" / (entry.stem + ".metainfo.xml")).is_file())
         text = entry.read_text(encoding="utf-8").splitlines()
-        self.assertIn("Exec=quillmarch", text)  # without %f: the program takes no file
+        self.assertIn("Exec=quillmarch", text)  # without %f: the program accepts no file
         self.assertIn("Icon=quillmarch", text)
         icons = {str(file.relative_to(share / "icons/hicolor")) for file in share.glob("icons/hicolor/*/*/*")}
         sizes = {f"{size}x{size}/apps/quillmarch.png" for size in (16, 24, 32, 48, 64, 128, 256)}
         self.assertEqual(icons, sizes | {"scalable/apps/quillmarch.svg"})
 
-    def test_bringsTheGuides(self):
+    def test_containsTheGuides(self):
         packages.unpack_debian_package(self.folder)
         docs = self.folder / "usr/share/doc/quillmarch"
         self.assertLessEqual(GUIDES, set(packages.files_below(docs)))
         self.assertEqual(packages.broken_links(docs), [])
 
-    def test_searchesNoFolderOfItsOwnForLibraries(self):
+    def test_hasNoRunPath(self):
         packages.unpack_debian_package(self.folder)
         program = self.folder / "usr/libexec/quillmarch/quillmarch"
         dynamic = output_of("readelf", "--dynamic", program)
@@ -88,7 +80,7 @@ class PortableArchive(unittest.TestCase):
         cls.addClassCleanup(folder.cleanup)
         cls.program = packages.unpack(packages.portable_archive(), folder.name) / "quillmarch"
 
-    def test_takesQtFromItsOwnFolder(self):
+    def test_loadsQtFromItsOwnFolder(self):
         own = self.program.parent
         modules = [self.program, *own.glob("plugins/*/*.so")]
         self.assertGreater(len(modules), 15)
@@ -100,12 +92,12 @@ class PortableArchive(unittest.TestCase):
         for line in lines:
             self.assertIn(f"=> {own}/lib/", line)
 
-    def test_bringsTheLicencesOfItsLibraries(self):
-        licences = {file.name for file in (self.program.parent / "licenses").iterdir()}
-        self.assertLessEqual({"libqt6core6.txt", "libicu72.txt", "qt6-image-formats-plugins.txt"}, licences)
+    def test_containsTheLicensesOfItsLibraries(self):
+        licenses = {file.name for file in (self.program.parent / "licenses").iterdir()}
+        self.assertLessEqual({"libqt6core6.txt", "libicu72.txt", "qt6-image-formats-plugins.txt"}, licenses)
         self.assertIn("LGPL", (self.program.parent / "licenses/libqt6core6.txt").read_text(encoding="utf-8"))
 
-    def test_bringsTheGuidesAndTheSamples(self):
+    def test_containsTheGuidesAndTheSamples(self):
         folder = self.program.parent
         self.assertLessEqual(GUIDES, set(packages.files_below(folder / "docs")))
         self.assertIn("long-chat.png", packages.files_below(folder / "samples"))
@@ -117,7 +109,7 @@ class PortableArchive(unittest.TestCase):
         self.assertFalse([name for name in names if name.startswith("ld-")])
 
 
-class SourceArchive(PackageTest):
+class SourceArchive(FolderTest):
     def setUp(self):
         super().setUp()
         self.source = packages.unpack(packages.source_archive(), self.folder)

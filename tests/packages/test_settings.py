@@ -1,4 +1,4 @@
-"""The packaged program keeps the margin from one start to the next."""
+"""The packaged program stores the margin for the next start."""
 
 import pathlib
 import re
@@ -6,11 +6,11 @@ import unittest
 
 import packages
 from desktop import Desktop, wait_until
-from program import Program, ProgramTest
+from program import Program, ProgramTest, expected_content_width
 
 
 class Unpacked(Program):
-    """A program that lies where its package put it."""
+    """The program in the folder that its package installed it to."""
 
     def __init__(self, desktop, executable, config_file):
         self.desktop = desktop
@@ -27,20 +27,10 @@ class SettingsTest(ProgramTest):
         self.addCleanup(lambda: self.shoot("end"))
         self.place = self.desktop.path / "place"
 
-    def content_width(self):
-        picture = self.program.picture()
-        return self.program.content_share(picture, self.program.pages(picture)[0])
-
     def assertContentBecomes(self, percent):
-        """A page has 840 columns and 1204 rows; the tallest strip, of 700 columns, has 1140 rows.
+        self.assertBecomes(self.content_width, expected_content_width(percent), 0.015, f"at {percent} percent")
 
-        The strip of the first page is 1000 rows high when the margin is set,
-        and has a handle of 20 rows.
-        """
-        expected = 700 / 1140 * (1204 - 2 * percent * 1020 / 100) / 840
-        self.assertBecomes(self.content_width, expected, 0.015, f"at {percent} percent")
-
-    def keepsTheMargin(self):
+    def assertKeepsTheMargin(self):
         self.program.start()
         self.open_ruler()
         self.assertContentBecomes(10)
@@ -59,14 +49,14 @@ class SettingsTest(ProgramTest):
 
 
 class PortableSettings(SettingsTest):
-    def test_liesBesideTheProgram(self):
+    def test_areNextToTheProgram(self):
         folder = packages.unpack(packages.portable_archive(), self.place)
         self.program = Unpacked(self.desktop, folder / "quillmarch", folder / "user.ini")
-        self.keepsTheMargin()
+        self.assertKeepsTheMargin()
         qt = [file for file in self.mapped_files() if "/libQt6" in file or "/plugins/" in file]
         self.assertGreater(len(qt), 5)
         for file in qt:
-            self.assertTrue(file.startswith(str(folder)), f"{file} is not the archive's own")
+            self.assertTrue(file.startswith(str(folder)), f"{file} is not in the archive")
 
 
 class InstalledSettings(SettingsTest):
@@ -76,27 +66,28 @@ class InstalledSettings(SettingsTest):
         packages.unpack_debian_package(self.place)
         return self.place / "usr"
 
-    def test_liesInTheUsersDataFolder(self):
+    def test_areInTheUsersDataFolder(self):
         prefix = self.installation()
         before = packages.files_below(prefix / "bin"), packages.files_below(prefix / "libexec/quillmarch")
         data = self.desktop.path / "home/.local/share/quillmarch"
         self.program = Unpacked(self.desktop, prefix / "bin/quillmarch", data / "user.ini")
-        self.keepsTheMargin()
+        self.assertKeepsTheMargin()
         after = packages.files_below(prefix / "bin"), packages.files_below(prefix / "libexec/quillmarch")
         self.assertEqual(after, before)
         self.assertIn(str(data / "quillmarch"), self.mapped_files())
-        self.assertBelongsToItsEntry(prefix / "share/applications")
+        self.assertMatchesItsDesktopEntry(prefix / "share/applications")
 
-    def assertBelongsToItsEntry(self, entries):
-        """By this name a desktop finds the entry, and so the icon, of a window."""
+    def assertMatchesItsDesktopEntry(self, entries):
+        """A desktop uses this name to find the entry, and with it the icon, of a window."""
         (entry,) = entries.glob("*.quillmarch.desktop")
         (name,) = re.findall(r"^StartupWMClass=(.+)$", entry.read_text(encoding="utf-8"), re.MULTILINE)
-        told = packages.output_of("xprop", "-id", str(self.program.main), "WM_CLASS", env=self.desktop.environment)
-        self.assertIn(f'"{name}"', told)
+        window = str(self.program.main)
+        properties = packages.output_of("xprop", "-id", window, "WM_CLASS", env=self.desktop.environment)
+        self.assertIn(f'"{name}"', properties)
 
 
 class SystemSettings(InstalledSettings):
-    """The Debian package, installed in this system: for in_fresh_root.sh."""
+    """The Debian package, installed in this system; for in_fresh_root.sh."""
 
     def installation(self):
         return pathlib.Path("/usr")

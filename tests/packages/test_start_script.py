@@ -1,25 +1,23 @@
-"""The installed command: it starts a copy of the program in the user's data folder."""
+"""The installed command, which starts a copy of the program in the user's data folder."""
 
 import os
-import pathlib
 import shutil
 import subprocess
-import tempfile
 import unittest
 
 import packages
 
 NOBODY = 65534
 
-# Stands in for the program: tells where it was started from, with which arguments.
+# A replacement for the program that prints its path and its arguments.
 PROGRAM = '#!/bin/sh\nprintf "%s {name}" "$0"\nprintf " [%s]" "$@"\n'
 
 
-class StartScript(unittest.TestCase):
+class StartScript(packages.FolderTest):
+    folder_prefix = "quillmarch start "  # the spaces are part of the test
+
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="quillmarch start ")  # the blanks are part of the test
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
+        super().setUp()
         self.folder.chmod(0o755)
         self.prefix = self.folder / "root"
         packages.unpack_debian_package(self.prefix)
@@ -31,7 +29,7 @@ class StartScript(unittest.TestCase):
         self.copy = self.data / "quillmarch"
 
     def install(self, name):
-        """Puts another version of the program into the package's place."""
+        """Replaces the packaged program by another version."""
         self.packaged.unlink(missing_ok=True)
         self.packaged.write_text(PROGRAM.format(name=name))
         self.packaged.chmod(0o755)
@@ -64,7 +62,7 @@ class StartScript(unittest.TestCase):
         self.assertEqual(self.copy.read_bytes(), self.packaged.read_bytes())
         self.assertOnlyInFolder("quillmarch")
 
-    def test_handsArgumentsOn(self):
+    def test_passesArguments(self):
         self.assertTrue(self.start("a b", "*", "-style").stdout.endswith(" one [a b] [*] [-style]"))
 
     def test_worksThroughALink(self):
@@ -73,28 +71,28 @@ class StartScript(unittest.TestCase):
         done = subprocess.run([link], env={"PATH": os.environ["PATH"], "HOME": str(self.home)}, capture_output=True)
         self.assertEqual(done.stdout.decode(), f"{self.copy} one []")
 
-    def test_leavesAnEqualCopyAlone(self):
+    def test_keepsAnEqualCopy(self):
         self.start()
         before = self.copy.stat()
         self.start()
         self.assertEqual((self.copy.stat().st_ino, self.copy.stat().st_mtime_ns), (before.st_ino, before.st_mtime_ns))
 
-    def test_renewsTheCopyAndKeepsTheSettings(self):
+    def test_updatesTheCopyAndKeepsTheSettings(self):
         self.start()
         (self.data / "user.ini").write_text("[config]\nmarginsc=5\n")
         before = self.copy.stat().st_ino
         self.install("two")
         self.assertStarts(self.start(), self.copy, "two")
-        self.assertNotEqual(self.copy.stat().st_ino, before)  # one that still runs is not written over
+        self.assertNotEqual(self.copy.stat().st_ino, before)  # a running program is not overwritten
         self.assertEqual((self.data / "user.ini").read_text(), "[config]\nmarginsc=5\n")
         self.assertOnlyInFolder("quillmarch", "user.ini")
 
-    def test_mendsADamagedCopy(self):
+    def test_repairsADamagedCopy(self):
         self.start()
         self.copy.write_text("half of a prog")
         self.assertStarts(self.start(), self.copy, "one")
 
-    def test_obeysTheDataFolderIfItIsAbsolute(self):
+    def test_usesTheDataFolderIfItIsAbsolute(self):
         data = self.folder / "my data"
         done = self.start(environment={"XDG_DATA_HOME": str(data)})
         self.assertStarts(done, data / "quillmarch/quillmarch", "one")
@@ -108,8 +106,8 @@ class StartScript(unittest.TestCase):
                 done = self.start(environment={"HOME": home})
                 self.assertStarts(done, self.packaged, "one", "settings cannot be kept")
 
-    def test_startsThePackagedProgramIfTheFolderCannotBeMade(self):
-        (self.home / ".local").write_text("a file in its way")
+    def test_startsThePackagedProgramIfTheFolderCannotBeCreated(self):
+        (self.home / ".local").write_text("a file in the way")
         self.assertStarts(self.start(), self.packaged, "one", f"cannot keep a copy of the program in {self.data}")
 
     def test_startsThePackagedProgramIfAFolderHasTheNameOfTheCopy(self):
@@ -118,7 +116,7 @@ class StartScript(unittest.TestCase):
         self.assertOnlyInFolder("quillmarch")
         self.assertEqual(list(self.copy.iterdir()), [])
 
-    def test_tellsOfAFolderThatCannotBeWrittenTo(self):
+    def test_reportsAReadOnlyFolder(self):
         user = {"user": NOBODY} if os.geteuid() == 0 else {}  # root may write everywhere
         self.home.chmod(0o555)
         self.addCleanup(self.home.chmod, 0o755)
@@ -148,14 +146,14 @@ class StartScript(unittest.TestCase):
         self.packaged.unlink()
         self.assertStarts(self.start(), self.copy, "one")
 
-    def test_tellsOfAMissingProgram(self):
+    def test_reportsAMissingProgram(self):
         self.packaged.unlink()
         done = self.start()
         self.assertEqual(done.returncode, 127)
         self.assertIn(f"the program is missing: {self.prefix}", done.stderr)
         self.assertFalse(self.data.exists())
 
-    def test_leavesNoRemainsOfACopyThatFailed(self):
+    def test_removesAnIncompleteCopy(self):
         tools = self.folder / "tools"
         tools.mkdir()
         for name in ("dirname", "readlink", "cmp", "mkdir", "mktemp", "chmod", "mv", "rm", "sh"):

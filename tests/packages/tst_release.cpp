@@ -1,4 +1,6 @@
 #include "base/buildconfig.h"
+#include "support/files.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 #include "update/simpleupdater.h"
 #include "update/updatedocuments.h"
@@ -16,19 +18,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 void write(const QString &path, const QByteArray &content)
 {
     QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-        qFatal("Cannot write %s", qPrintable(path));
-    }
+    savedBytes(content, path);
 }
 
 void writeProgram(const QString &path, const QByteArray &content)
@@ -37,7 +30,7 @@ void writeProgram(const QString &path, const QByteArray &content)
     QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
-/// An entry of the list of releases.
+/// An entry in the list of releases.
 QJsonObject releaseEntry(const QString &version)
 {
     QByteArray text = "{'version': '%1', 'date': '2026-12-24', 'forced': false,"
@@ -49,8 +42,8 @@ QJsonObject releaseEntry(const QString &version)
 
 } // namespace
 
-/// Runs tools/release in a copy of the files that it reads. Packages are small
-/// files with the right names: what they hold does not matter here.
+/// Runs tools/release in a copy of the files that it reads. The packages are small
+/// files with the right names; their contents do not matter here.
 class TestRelease : public QObject
 {
     Q_OBJECT
@@ -62,15 +55,15 @@ private slots:
     void olderProgramAcceptsTheRelease_data();
     void olderProgramAcceptsTheRelease();
     void olderProgramAcceptsTheReport();
-    void speaksTheLanguageOfTheDocument();
+    void usesTheLanguageOfTheDocument();
     void listsTheNewestReleaseFirst();
     void publishesPackagesWithChecksums();
-    void takesTheHostOfPackages();
-    void buildsTestsAndPacksWhatIsCommitted_data();
-    void buildsTestsAndPacksWhatIsCommitted();
+    void usesThePackageHost();
+    void buildsTestsAndPackagesTheCommit_data();
+    void buildsTestsAndPackagesTheCommit();
     void namesThePackageThatTheProgramFallsBackTo();
-    void refuses_data();
-    void refuses();
+    void rejects_data();
+    void rejects();
 
 private:
     QString path(const QString &name) const { return dir->filePath(name); }
@@ -83,7 +76,7 @@ private:
     QMap<QString, QByteArray> siteContent() const;
 
     std::unique_ptr<QTemporaryDir> dir;
-    QString complaint; // what the last run wrote to standard error
+    QString errorOutput; // of the last run
 };
 
 void TestRelease::init()
@@ -123,8 +116,8 @@ void TestRelease::makePackages(const QString &version)
     write(path(u"made.dmg"_s), "macOS " + version.toLatin1());
 }
 
-/// Releases what the project says; returns the exit status. The option "build"
-/// stands for no --skip-build, and "no windows" for no package of Windows.
+/// Runs tools/release and returns the exit code. The option "build" means without
+/// --skip-build, and "no windows" without a package for Windows.
 int TestRelease::release(const QStringList &options)
 {
     QStringList arguments{u"-B"_s,         path(u"tools/release"_s), u"--site"_s,
@@ -144,7 +137,7 @@ int TestRelease::release(const QStringList &options)
     if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit) {
         return -1;
     }
-    complaint = QString::fromUtf8(process.readAllStandardError());
+    errorOutput = QString::fromUtf8(process.readAllStandardError());
     return process.exitCode();
 }
 
@@ -185,7 +178,7 @@ void TestRelease::olderProgramAcceptsTheRelease_data()
 void TestRelease::olderProgramAcceptsTheRelease()
 {
     QFETCH(QString, address);
-    QVERIFY2(releaseTwice(), qPrintable(complaint));
+    QVERIFY2(releaseTwice(), qPrintable(errorOutput));
     SimpleUpdater updater;
     QVERIFY(updater.parseReleaseDocument(contentOf(site(QUrl(address).path().mid(1)))));
     const ReleaseInfo &found = updater.foundRelease();
@@ -202,7 +195,7 @@ void TestRelease::olderProgramAcceptsTheRelease()
 
 void TestRelease::olderProgramAcceptsTheReport()
 {
-    QVERIFY2(releaseTwice(), qPrintable(complaint));
+    QVERIFY2(releaseTwice(), qPrintable(errorOutput));
     const QJsonObject body = QJsonDocument::fromJson(contentOf(site(QUrl(checkEndpoint()).path().mid(1)))).object();
     const UpdateReport report = parseUpdateReport(body, programVersion.toString(), buildPlatform.toString());
     QVERIFY(report.hasUpdate);
@@ -217,9 +210,9 @@ void TestRelease::olderProgramAcceptsTheReport()
     QVERIFY(!parseUpdateReport(body, u"2.8.0"_s, buildPlatform.toString()).hasUpdate);
 }
 
-void TestRelease::speaksTheLanguageOfTheDocument()
+void TestRelease::usesTheLanguageOfTheDocument()
 {
-    QVERIFY2(releaseTwice(), qPrintable(complaint));
+    QVERIFY2(releaseTwice(), qPrintable(errorOutput));
     const auto infoIn = [this](const QString &language) {
         const QString document = site(QUrl(releaseDocumentUrl(language)).path().mid(1));
         return readReleaseDocument(contentOf(document), buildPlatform.toString()).value_or(ReleaseInfo());
@@ -227,7 +220,7 @@ void TestRelease::speaksTheLanguageOfTheDocument()
     QCOMPARE(infoIn(u"zh"_s).title, u"新版 2.8.0"_s);
     QCOMPARE(infoIn(u"zh"_s).description, u"<ul><li>更快</li></ul>"_s);
     QCOMPARE(infoIn(u"en"_s).title, u"New: 2.8.0"_s);
-    // The dialog takes the text for HTML.
+    // The dialog interprets the text as HTML.
     QCOMPARE(infoIn(u"en"_s).description, u"<ul><li>Faster for a &lt; b &amp; c</li><li>Smaller</li></ul>"_s);
 }
 
@@ -247,18 +240,18 @@ void TestRelease::listsTheNewestReleaseFirst()
 
 void TestRelease::publishesPackagesWithChecksums()
 {
-    QVERIFY2(releaseTwice(), qPrintable(complaint));
+    QVERIFY2(releaseTwice(), qPrintable(errorOutput));
     for (const QString &kind : {u"md5"_s, u"sha256"_s}) {
         QProcess check;
         check.setWorkingDirectory(site(u"updates/quillmarch"_s));
         check.start(kind + "sum"_L1, {u"--check"_s, u"--strict"_s, kind.toUpper() + "SUMS"_L1});
         QVERIFY(check.waitForFinished(60000));
         QCOMPARE(check.exitCode(), 0);
-        QCOMPARE(check.readAllStandardOutput().count(": OK"), 8); // four packages a release
+        QCOMPARE(check.readAllStandardOutput().count(": OK"), 8); // four packages per release
     }
 }
 
-void TestRelease::takesTheHostOfPackages()
+void TestRelease::usesThePackageHost()
 {
     QCOMPARE(release({u"--first"_s, u"--package-host"_s, u"https://files.test"_s}), 0);
     const QByteArray document = contentOf(site(u"updates/update-config-zh.json"_s));
@@ -266,34 +259,34 @@ void TestRelease::takesTheHostOfPackages()
              u"https://files.test/updates/quillmarch/quillmarch-%1-linux-x86_64.tar.gz"_s.arg(programVersion));
 }
 
-void TestRelease::buildsTestsAndPacksWhatIsCommitted_data()
+void TestRelease::buildsTestsAndPackagesTheCommit_data()
 {
     QTest::addColumn<bool>("committed");
     QTest::addColumn<bool>("passes");
     QTest::addColumn<QByteArray>("steps");
     QTest::addColumn<QString>("reason");
     const QByteArray configured = "cmake --preset release -DQUILLMARCH_PACKAGE_HOST=https://files.test\ntest.sh\n";
-    QTest::newRow("all is well") << true << true
-                                 << configured
+    QTest::newRow("success") << true << true
+                             << configured
             + "cpack --config build/release/CPackConfig.cmake\n"
               "cpack --config build/release/CPackSourceConfig.cmake\n"
-                                 << QString();
+                             << QString();
     QTest::newRow("a test fails") << true << false << configured << u"./test.sh failed"_s;
     QTest::newRow("a change is not committed") << false << true << QByteArray() << u"not committed"_s;
 }
 
-/// The commands are stand-ins that write down how they are called.
-void TestRelease::buildsTestsAndPacksWhatIsCommitted()
+/// The commands are replaced by scripts that log their arguments.
+void TestRelease::buildsTestsAndPackagesTheCommit()
 {
     QFETCH(bool, committed);
     QFETCH(bool, passes);
     QFETCH(QByteArray, steps);
     QFETCH(QString, reason);
     const QString log = path(u".git/steps"_s);
-    const QByteArray standIn = "#!/bin/sh\necho $(basename $0) \"$@\" >>" + log.toUtf8() + "\n";
-    writeProgram(path(u"bin/cmake"_s), standIn);
-    writeProgram(path(u"bin/cpack"_s), standIn);
-    writeProgram(path(u"test.sh"_s), standIn + (passes ? "exit 0\n" : "exit 1\n"));
+    const QByteArray logger = "#!/bin/sh\necho $(basename $0) \"$@\" >>" + log.toUtf8() + "\n";
+    writeProgram(path(u"bin/cmake"_s), logger);
+    writeProgram(path(u"bin/cpack"_s), logger);
+    writeProgram(path(u"test.sh"_s), logger + (passes ? "exit 0\n" : "exit 1\n"));
     for (const QStringList &command : {QStringList{u"init"_s, u"-q"_s}, QStringList{u"add"_s, u"."_s},
                                        QStringList{u"-c"_s, u"user.name=x"_s, u"-c"_s, u"user.email=x@y.test"_s,
                                                    u"commit"_s, u"-q"_s, u"-m"_s, u"all"_s}}) {
@@ -304,7 +297,7 @@ void TestRelease::buildsTestsAndPacksWhatIsCommitted()
     }
     QCOMPARE(release({u"build"_s, u"--first"_s, u"--package-host"_s, u"https://files.test"_s}),
              reason.isEmpty() ? 0 : 1);
-    QVERIFY2(complaint.contains(reason), qPrintable(complaint));
+    QVERIFY2(errorOutput.contains(reason), qPrintable(errorOutput));
     QCOMPARE(contentOf(log), steps);
     QCOMPARE(siteContent().isEmpty(), !reason.isEmpty());
 }
@@ -319,10 +312,10 @@ void TestRelease::namesThePackageThatTheProgramFallsBackTo()
     QCOMPARE(readReleaseDocument(document, u"macos"_s).value().downloadUrl, fallbackPackageUrl(version));
 }
 
-void TestRelease::refuses_data()
+void TestRelease::rejects_data()
 {
     QTest::addColumn<QString>("version");
-    QTest::addColumn<QString>("changed"); // a file, and what it holds instead
+    QTest::addColumn<QString>("changed"); // a file, and its new content
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QStringList>("options");
     QTest::addColumn<QString>("reason");
@@ -330,7 +323,7 @@ void TestRelease::refuses_data()
     const QStringList none;
     const QString nothing;
     const QString higher = u"2.8.0"_s;
-    QTest::newRow("the version that is out") << nothing << nothing << QByteArray() << none << u"is not higher than"_s;
+    QTest::newRow("the released version") << nothing << nothing << QByteArray() << none << u"is not higher than"_s;
     QTest::newRow("a lower version") << u"2.6.9"_s << nothing << QByteArray() << none << u"lists 2.6.9 above 2.7.1"_s;
     QTest::newRow("two numbers") << u"2.8"_s << nothing << QByteArray() << none << u"not a version of three numbers"_s;
     QTest::newRow("another version in the changes")
@@ -353,22 +346,22 @@ void TestRelease::refuses_data()
         << higher << nothing << QByteArray() << QStringList{u"no windows"_s} << u"no package for windows"_s;
     QTest::newRow("an unknown platform") << higher << nothing << QByteArray()
                                          << QStringList{u"--package"_s, u"linux=x"_s} << u"not windows=FILE"_s;
-    QTest::newRow("a package that is not there")
-        << higher << nothing << QByteArray() << QStringList{u"--package"_s, u"macos=/nowhere/x.dmg"_s}
-        << u"cannot read /nowhere/x.dmg"_s;
+    QTest::newRow("a missing package") << higher << nothing << QByteArray()
+                                       << QStringList{u"--package"_s, u"macos=/nowhere/x.dmg"_s}
+                                       << u"cannot read /nowhere/x.dmg"_s;
     QTest::newRow("an empty package") << higher << u"made.zip"_s << QByteArray() << none << u"made.zip is empty"_s;
     QTest::newRow("a second package of Linux")
         << higher << u"packages/quillmarch_2.8.0_i386.deb"_s << QByteArray("x") << none << u"2 files, not one"_s;
     QTest::newRow("packages of another version")
         << higher << nothing << QByteArray() << QStringList{u"--packages"_s, u"/nowhere"_s} << u"0 files, not one"_s;
-    QTest::newRow("a package that lies in the site") << higher << u"site/updates/quillmarch/quillmarch-2.8.0.tar.gz"_s
-                                                     << QByteArray("x") << none << u"exists already"_s;
+    QTest::newRow("a package that is in the site") << higher << u"site/updates/quillmarch/quillmarch-2.8.0.tar.gz"_s
+                                                   << QByteArray("x") << none << u"exists already"_s;
     QTest::newRow("a host without a safe scheme")
         << higher << nothing << QByteArray() << QStringList{u"--package-host"_s, u"http://files.test"_s}
         << u"not https:// and a host"_s;
 }
 
-void TestRelease::refuses()
+void TestRelease::rejects()
 {
     QFETCH(QString, version);
     QFETCH(QString, changed);
@@ -384,8 +377,8 @@ void TestRelease::refuses()
     }
     const QMap<QString, QByteArray> before = siteContent();
     QCOMPARE(release(options), 1);
-    QVERIFY2(complaint.contains(reason), qPrintable(complaint));
-    QVERIFY(!complaint.contains("Traceback"_L1));
+    QVERIFY2(errorOutput.contains(reason), qPrintable(errorOutput));
+    QVERIFY(!errorOutput.contains("Traceback"_L1));
     QCOMPARE(siteContent(), before);
 }
 

@@ -1,7 +1,8 @@
 #include "app/mainwindow.h"
 #include "page/pageitem.h"
-#include "page/plainchain.h"
-#include "page/samples.h"
+#include "support/documents.h"
+#include "support/plainbrightestrow.h"
+#include "support/plainchain.h"
 #include "support/testmain.h"
 
 #include <QGraphicsRectItem>
@@ -157,12 +158,12 @@ void TestAutoPlaceCut::placesLikeThePlainSteps_data()
     for (const int width : {21, 70, 133, 257}) {
         const QSize size(width, 10 * width);
         for (const double height : {width / 0.7, std::floor(width / 0.7), width * 2.345}) {
-            QTest::addRow("text %d by %g", width, height) << textImage(size, quint32(width)) << height;
-            QTest::addRow("noise %d by %g", width, height) << noiseImage(size, QImage::Format_RGB32, 5) << height;
+            QTest::addRow("text %d by %g", width, height) << randomTextPicture(size, quint32(width)) << height;
+            QTest::addRow("noise %d by %g", width, height) << noisePicture(size, QImage::Format_RGB32, 5) << height;
             QTest::addRow("noise with alpha %d by %g", width, height)
-                << noiseImage(size, QImage::Format_ARGB32, 6) << height;
+                << noisePicture(size, QImage::Format_ARGB32, 6) << height;
             QTest::addRow("grey text %d by %g", width, height)
-                << textImage(size, quint32(width)).convertToFormat(QImage::Format_Grayscale8) << height;
+                << randomTextPicture(size, quint32(width)).convertToFormat(QImage::Format_Grayscale8) << height;
             QTest::addRow("dark %d by %g", width, height) << darkImage(size, {}) << height;
             QTest::addRow("white %d by %g", width, height) << whiteImage(size) << height;
         }
@@ -327,7 +328,7 @@ void TestAutoPlaceCut::findsRowsOfTheImageGiven()
     QCOMPARE(document.upper().findBrightestRow(darkImage({20, 100}, {42, 43})), 42);
     QCOMPARE(document.upper().findBrightestRow(darkImage({20, 100}, {})), 0);
     QCOMPARE(document.upper().findBrightestRow(QImage()), 0);
-    const QImage text = textImage({333, 500}, 9);
+    const QImage text = randomTextPicture({333, 500}, 9);
     QCOMPARE(document.upper().findBrightestRow(text), plainBrightestRow(text));
     QCOMPARE(document.upperHeight(), 1000.0);
 }
@@ -335,12 +336,12 @@ void TestAutoPlaceCut::findsRowsOfTheImageGiven()
 void TestAutoPlaceCut::windowPlacesCutsOnLoading_data()
 {
     QTest::addColumn<QImage>("image");
-    QTest::newRow("text") << textImage({210, 6000}, 1);
-    QTest::newRow("exact multiple") << textImage({70, 1000}, 2);
+    QTest::newRow("text") << randomTextPicture({210, 6000}, 1);
+    QTest::newRow("exact multiple") << randomTextPicture({70, 1000}, 2);
     QTest::newRow("white") << whiteImage({133, 2500});
-    QTest::newRow("grey") << textImage({140, 3000}, 3).convertToFormat(QImage::Format_Grayscale8);
-    QTest::newRow("with alpha") << noiseImage({90, 2000}, QImage::Format_ARGB32, 4);
-    QTest::newRow("strips beyond the image") << textImage({20, 28 * 300}, 5);
+    QTest::newRow("grey") << randomTextPicture({140, 3000}, 3).convertToFormat(QImage::Format_Grayscale8);
+    QTest::newRow("with alpha") << noisePicture({90, 2000}, QImage::Format_ARGB32, 4);
+    QTest::newRow("strips beyond the image") << randomTextPicture({20, 28 * 300}, 5);
 }
 
 void TestAutoPlaceCut::windowPlacesCutsOnLoading()
@@ -356,7 +357,7 @@ void TestAutoPlaceCut::windowPlacesCutsOnLoading()
 
 void TestAutoPlaceCut::windowTogglesAndStartsAnewOnLoading()
 {
-    const QImage image = textImage({210, 3000}, 6);
+    const QImage image = randomTextPicture({210, 3000}, 6);
     PlainChain plain(keptPixmap(image), documentBands(image));
     Window window;
     window.load(image);
@@ -374,7 +375,7 @@ void TestAutoPlaceCut::windowTogglesAndStartsAnewOnLoading()
 
 void TestAutoPlaceCut::windowLeavesRegularCutsIfAskedTo()
 {
-    const QImage image = textImage({210, 3000}, 7);
+    const QImage image = randomTextPicture({210, 3000}, 7);
     PlainChain plain(keptPixmap(image), documentBands(image));
     for (PlainStrip &strip : plain.strips) {
         strip.drag = QRectF();
@@ -429,7 +430,7 @@ void TestAutoPlaceCut::sceneFindsHandlesWhereTheyStand_data()
         }
         QTest::addRow("%d strips, cuts move down", count) << darkImage(size, rows);
         QTest::addRow("%d strips, cuts move up", count) << whiteImage(size);
-        QTest::addRow("%d strips of text", count) << textImage(size, 8);
+        QTest::addRow("%d strips of text", count) << randomTextPicture(size, 8);
     }
 }
 

@@ -1,6 +1,6 @@
 #include "page/handledriver.h"
 #include "page/pageitem.h"
-#include "page/plainchain.h"
+#include "support/plainchain.h"
 #include "support/testmain.h"
 
 #include <QCursor>

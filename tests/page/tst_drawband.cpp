@@ -1,13 +1,14 @@
 #include "page/banddrawing.h"
 #include "pixels/rowconverter.h"
+#include "support/imagecomparison.h"
+#include "support/pdffacts.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 
 #include <QBuffer>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QWidget>
-
-#include <random>
 
 using namespace Qt::StringLiterals;
 
@@ -16,18 +17,12 @@ namespace {
 constexpr int bandTop = 37;
 constexpr QSize sourceSize(90, 700);
 
+/// Noise; as Indexed8 with one partly transparent palette color.
 QImage noise(QImage::Format format)
 {
-    std::mt19937 random(7);
-    QImage image(sourceSize, QImage::Format_ARGB32);
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            image.setPixel(x, y, QRgb(random()));
-        }
-    }
-    image = image.convertToFormat(format);
+    QImage image = noisePicture(sourceSize, QImage::Format_ARGB32, 7).convertToFormat(format);
     if (format == QImage::Format_Indexed8) {
-        image.setColor(3, qRgba(40, 200, 90, 120)); // for a palette with a colour that lets the ground through
+        image.setColor(3, qRgba(40, 200, 90, 120));
     }
     return image;
 }
@@ -84,34 +79,6 @@ QImage rendered(BandWidget &widget, const QRegion &region, bool plain)
     return image;
 }
 
-/// Place and values of the first pixel that differs, empty if none does.
-QString firstDifference(const QImage &actual, const QImage &expected)
-{
-    for (int y = 0; y < expected.height(); ++y) {
-        for (int x = 0; x < expected.width(); ++x) {
-            if (actual.pixel(x, y) != expected.pixel(x, y)) {
-                return u"(%1, %2): %3 instead of %4"_s.arg(x)
-                    .arg(y)
-                    .arg(actual.pixel(x, y), 8, 16)
-                    .arg(expected.pixel(x, y), 8, 16);
-            }
-        }
-    }
-    return {};
-}
-
-/// The pages, pictures and masks of the PDF file \a pdf as they are stored.
-QList<QByteArray> storedStreams(const QByteArray &pdf)
-{
-    QList<QByteArray> streams;
-    for (qsizetype at = pdf.indexOf("stream\n"); at >= 0; at = pdf.indexOf("stream\n", at)) {
-        const qsizetype end = pdf.indexOf("endstream", at);
-        streams.append(pdf.mid(at, end - at));
-        at = end + qsizetype(qstrlen("endstream"));
-    }
-    return streams;
-}
-
 /// The streams of a PDF file with the part \a band of \a pixmap, drawn by the
 /// shipped code or by the plain rule.
 QList<QByteArray> bandStreams(const QPixmap &pixmap, const QRect &band, const QSizeF &size, bool lossless, bool plain)
@@ -130,7 +97,7 @@ QList<QByteArray> bandStreams(const QPixmap &pixmap, const QRect &band, const QS
         drawBand(&painter, target, pixmap, band, size, converter);
     }
     painter.end();
-    return storedStreams(buffer.data());
+    return pdfStreams(buffer.data());
 }
 
 } // namespace

@@ -1,7 +1,8 @@
 #include "page/handledriver.h"
 #include "page/pageitem.h"
-#include "page/plainchain.h"
-#include "page/samples.h"
+#include "support/documents.h"
+#include "support/plainchain.h"
+#include "support/plaindrawing.h"
 #include "support/testmain.h"
 
 #include <QLinearGradient>
@@ -23,7 +24,7 @@ struct Document
     QList<PageItem *> strips;
 
     explicit Document(int width)
-        : source(keptPixmap(noiseImage({width, 120}, QImage::Format_RGB32, 51)))
+        : source(keptPixmap(noisePicture({width, 120}, QImage::Format_RGB32, 51)))
     {
         strips = addChain(scene, source, equalBands(2, width, 60));
     }

@@ -1,7 +1,8 @@
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "page/plainchain.h"
-#include "page/samples.h"
+#include "support/documents.h"
+#include "support/plainchain.h"
+#include "support/plaindrawing.h"
 #include "support/testmain.h"
 
 #include <QGraphicsScene>
@@ -30,7 +31,7 @@ QImage canvas(QSize size)
     static QHash<int, QImage> patterns; // painted once, by width
     QImage &pattern = patterns[size.width()];
     if (pattern.size() != size) {
-        pattern = noiseImage(size, QImage::Format_RGB32, 3);
+        pattern = noisePicture(size, QImage::Format_RGB32, 3);
     }
     auto *pixels = static_cast<uchar *>(::operator new(size_t(pattern.sizeInBytes()), alignment));
     QImage image(
@@ -58,9 +59,9 @@ QPixmap drawingSource(QImage::Format format)
 {
     constexpr QSize size(60, 200);
     if (format == QImage::Format_Indexed8 || format == QImage::Format_Invalid) {
-        return keptPixmap(paletteImage(size, format == QImage::Format_Indexed8, 31));
+        return keptPixmap(palettePicture(size, format == QImage::Format_Indexed8, 31));
     }
-    return keptPixmap(noiseImage(size, format, 32));
+    return keptPixmap(noisePicture(size, format, 32));
 }
 
 /// The same pixels as a copy of a part of \a source would show them, if it did
@@ -332,7 +333,7 @@ void TestPageDrawing::survivesDegenerateBands()
 
 void TestPageDrawing::keepsThePixelsOfItsSource()
 {
-    const QImage image = noiseImage({60, 200}, QImage::Format_RGB32, 41);
+    const QImage image = noisePicture({60, 200}, QImage::Format_RGB32, 41);
     auto pixmap = std::make_unique<QPixmap>(keptPixmap(image));
     PageItem strip(*pixmap, QRectF(0, 20, 60, 50));
     pixmap->fill(Qt::red); // the window may take up another image
@@ -346,7 +347,7 @@ void TestPageDrawing::keepsThePixelsOfItsSource()
 
 void TestPageDrawing::paintsTheBandAndLeavesAntialiasingOn()
 {
-    const QImage image = noiseImage({60, 200}, QImage::Format_RGB32, 42);
+    const QImage image = noisePicture({60, 200}, QImage::Format_RGB32, 42);
     PageItem strip(keptPixmap(image), QRectF(0, 20, 60, 50));
     QImage page(80, 90, QImage::Format_RGB32);
     page.fill(Qt::white);

@@ -1,6 +1,6 @@
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "page/plainchain.h"
+#include "support/plainchain.h"
 #include "support/testmain.h"
 
 #include <QGraphicsScene>

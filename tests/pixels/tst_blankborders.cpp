@@ -1,6 +1,6 @@
 #include "pixels/blankborders.h"
-#include "pixels/plaintrim.h"
 #include "support/documents.h"
+#include "support/plaintrim.h"
 #include "support/testmain.h"
 
 #include <QPainter>

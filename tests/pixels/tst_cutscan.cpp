@@ -1,5 +1,6 @@
-#include "page/samples.h"
 #include "pixels/cutscan.h"
+#include "support/documents.h"
+#include "support/plainbrightestrow.h"
 #include "support/testmain.h"
 
 #include <QHash>
@@ -81,10 +82,10 @@ QImage paintSample(const QString &kind, QSize size, quint32 seed)
 {
     QRandomGenerator random(seed);
     if (kind == "text"_L1) {
-        return textImage(size.expandedTo(QSize(2, 1)), seed);
+        return randomTextPicture(size.expandedTo(QSize(2, 1)), seed);
     }
     if (kind == "noise"_L1) {
-        return noiseImage(size, QImage::Format_RGBX64, seed);
+        return noisePicture(size, QImage::Format_RGBX64, seed);
     }
     if (kind == "dark"_L1) {
         return evenNoise(size, 0, 192, random);
@@ -96,7 +97,7 @@ QImage paintSample(const QString &kind, QSize size, quint32 seed)
         return gradient(size);
     }
     if (kind == "alpha"_L1) {
-        return noiseImage(size, QImage::Format_RGBA64, seed);
+        return noisePicture(size, QImage::Format_RGBA64, seed);
     }
     if (kind == "near ties"_L1) {
         return tiedRows(size, size.height() * 2 / 3, random);
@@ -246,7 +247,7 @@ void TestCutScan::findsRowsInPalettes()
 {
     QFETCH(bool, opaque);
     for (const int width : widths) {
-        const QImage image = paletteImage(QSize(width, 150), opaque, quint32(width));
+        const QImage image = palettePicture(QSize(width, 150), opaque, quint32(width));
         QCOMPARE(brightestRow(image), plainBrightestRow(image));
         const QRect window(0, 20, width, 100);
         QCOMPARE(brightestRow(keptPixmap(image), window),

@@ -1,5 +1,5 @@
-#include "page/samples.h"
 #include "pixels/opacity.h"
+#include "support/documents.h"
 #include "support/testmain.h"
 
 namespace {

@@ -1,5 +1,5 @@
-#include "page/samples.h"
 #include "pixels/rowconverter.h"
+#include "support/documents.h"
 #include "support/testmain.h"
 
 namespace {
@@ -17,7 +17,7 @@ QImage plainlyConverted(const QImage &image, const QList<QImage::Format> &format
 
 QImage sample(QImage::Format format, quint32 seed)
 {
-    return format == QImage::Format_Indexed8 ? paletteImage(size, false, seed) : noiseImage(size, format, seed);
+    return format == QImage::Format_Indexed8 ? palettePicture(size, false, seed) : noisePicture(size, format, seed);
 }
 
 } // namespace
@@ -90,7 +90,7 @@ void TestRowConverter::takesImagesOfChangingSizes()
 {
     RowConverter converter;
     for (const QSize &part : {QSize(61, 130), QSize(61, 20), QSize(20, 130), QSize(61, 90), QSize(1, 1)}) {
-        const QImage image = noiseImage(part, QImage::Format_RGB888, 5);
+        const QImage image = noisePicture(part, QImage::Format_RGB888, 5);
         const QImage converted = converter.convert(image, {QImage::Format_RGB32}, {0, part.height() - 1});
         QCOMPARE(firstDifference(converted, image.convertToFormat(QImage::Format_RGB32)), QString());
         converter.clear();

@@ -1,5 +1,5 @@
-#include "page/samples.h"
 #include "pixels/rowviews.h"
+#include "support/documents.h"
 #include "support/testmain.h"
 
 #include <memory>
@@ -66,7 +66,7 @@ void TestRowViews::equalsTheCopy()
 {
     QFETCH(QImage::Format, format);
     QFETCH(QRect, rect);
-    const QImage image = noiseImage(sourceSize, format, 11);
+    const QImage image = noisePicture(sourceSize, format, 11);
     const QImage view = rowsView(image, rect);
     QCOMPARE(view.format(), format);
     QCOMPARE(firstDifference(view, image.copy(rect & image.rect())), QString());
@@ -88,7 +88,7 @@ void TestRowViews::isNullWhereNothingIsCovered()
 {
     QFETCH(QImage::Format, format);
     QFETCH(QRect, rect);
-    const QImage image = noiseImage(sourceSize, format, 13);
+    const QImage image = noisePicture(sourceSize, format, 13);
     QVERIFY(rowsView(image, rect).isNull());
     QVERIFY(rowsView(QImage(), rect).isNull());
 }
@@ -107,7 +107,7 @@ void TestRowViews::keepsColorsOfAPalette()
 {
     QFETCH(bool, opaque);
     QFETCH(QRect, rect);
-    const QImage image = paletteImage(sourceSize, opaque, 14);
+    const QImage image = palettePicture(sourceSize, opaque, 14);
     const QImage rows = rowsView(image, rect);
     QCOMPARE(rows.format(), QImage::Format_Indexed8);
     QCOMPARE(rows.colorTable(), image.colorTable());
@@ -126,7 +126,7 @@ void TestRowViews::rowsViewReadsInPlace_data()
 void TestRowViews::rowsViewReadsInPlace()
 {
     QFETCH(QImage::Format, format);
-    const QImage image = noiseImage(sourceSize, format, 17);
+    const QImage image = noisePicture(sourceSize, format, 17);
     for (const auto &[name, rect] : touchingRects) {
         const QRect part = rect & image.rect();
         const QImage view = rowsView(image, rect);
@@ -153,7 +153,7 @@ void TestRowViews::outlivesTheSource()
     QImage viewOfView;
     QImage expected;
     {
-        auto image = std::make_unique<QImage>(noiseImage(sourceSize, format, 18));
+        auto image = std::make_unique<QImage>(noisePicture(sourceSize, format, 18));
         view = rowsView(*image, rect);
         viewOfView = rowsView(view, QRect(2, 2, 10, 10));
         expected = image->copy(rect);
@@ -161,7 +161,7 @@ void TestRowViews::outlivesTheSource()
     // Whoever gets the memory of a source that went away overwrites it.
     QList<QImage> others;
     for (int i = 0; i < 20; ++i) {
-        others.append(noiseImage(sourceSize, format, quint32(100 + i)));
+        others.append(noisePicture(sourceSize, format, quint32(100 + i)));
     }
     QCOMPARE(firstDifference(view, expected), QString());
     view = QImage();
@@ -170,7 +170,7 @@ void TestRowViews::outlivesTheSource()
 
 void TestRowViews::writingIntoAViewLeavesTheSource()
 {
-    const QImage image = noiseImage(sourceSize, QImage::Format_RGB32, 19);
+    const QImage image = noisePicture(sourceSize, QImage::Format_RGB32, 19);
     const QImage before = image.copy();
     for (const auto &[name, rect] : touchingRects) {
         QImage view = rowsView(image, rect);

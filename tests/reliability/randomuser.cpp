@@ -118,7 +118,7 @@ QStringList RandomUser::step()
     draggedStrip = -1;
     toastDue = false;
     exportedInVain = false;
-    dropToast(*window);
+    hideToast(*window);
     const QList<QRectF> before = bands();
     (this->*habit->act)();
     QCoreApplication::processEvents();

@@ -128,7 +128,7 @@ void TestEndurance::opensFilesForEver()
         QCoreApplication::processEvents();
         refused += toastText(window).isEmpty() ? 0 : 1;
         good += file.size.isValid() ? 1 : 0;
-        dropToast(window);
+        hideToast(window);
     };
     for (int i = 0; i < 2 * files.size(); ++i) { // fills the caches
         open(i);
@@ -177,7 +177,7 @@ void TestEndurance::showsForEver()
             toast->show();
             shown += toast->isVisible() ? 1 : 0;
             QCoreApplication::processEvents();
-            dropToast(window);
+            hideToast(window);
         } else if (what == "about dialog"_L1) {
             actionOf(window, "aboutAction")->trigger();
         } else if (what == "download dialog"_L1) {

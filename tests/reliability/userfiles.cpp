@@ -1,37 +1,16 @@
 #include "userfiles.h"
 
-#include "support/documents.h"
+#include "support/pictures.h"
 
-#include <QBuffer>
 #include <QDir>
 #include <QImage>
 #include <QPainter>
-#include <QRandomGenerator>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-QImage plainPicture(int width, int height, QColor color)
-{
-    QImage image(width, height, QImage::Format_RGB32);
-    image.fill(color);
-    return image;
-}
-
-QImage noisePicture(int width, int height)
-{
-    QRandomGenerator random(3);
-    QImage image(width, height, QImage::Format_Grayscale8);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            image.scanLine(y)[x] = uchar(random.bounded(256));
-        }
-    }
-    return image;
-}
-
-/// Text within a blank border, which the trim takes off.
+/// Text within a blank border for the trim to remove.
 QImage borderedPicture(int width, int height)
 {
     QImage image = plainPicture(width, height, Qt::white);
@@ -42,7 +21,7 @@ QImage borderedPicture(int width, int height)
 
 QImage transparentPicture(int width, int height)
 {
-    QImage image = blockPicture(width, height).convertToFormat(QImage::Format_ARGB32);
+    QImage image(width, height, QImage::Format_ARGB32);
     image.fill(QColor(200, 100, 0, 128));
     return image;
 }
@@ -50,15 +29,6 @@ QImage transparentPicture(int width, int height)
 UserFile goodFile(const QImage &image, const QString &name)
 {
     return {savedPicture(image, name), image.size()};
-}
-
-QByteArray encoded(const QImage &image, const char *format)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
-    return bytes;
 }
 
 } // namespace
@@ -70,8 +40,9 @@ QList<UserFile> writeGoodFiles()
         goodFile(textPicture(84, 1201, 17), u"long text.jpg"_s),
         goodFile(borderedPicture(150, 700), u"border.png"_s),
         goodFile(blockPicture(96, 640), u"blocks.jpeg"_s),
-        goodFile(noisePicture(70, 500), u"gray.png"_s), // five strips, the last one below the image
-        goodFile(noisePicture(70, 499), u"one row less.png"_s),
+        goodFile(noisePicture({70, 500}, QImage::Format_Grayscale8),
+                 u"gray.png"_s), // five strips, the last one below the image
+        goodFile(noisePicture({70, 499}, QImage::Format_Grayscale8), u"one row less.png"_s),
         goodFile(transparentPicture(60, 333), u"half transparent.png"_s),
         goodFile(plainPicture(49, 350, Qt::white), u"白.png"_s),
         goodFile(plainPicture(50, 400, Qt::black), u"black.bmp"_s),
@@ -86,7 +57,7 @@ QList<UserFile> writeGoodFiles()
 
 QList<UserFile> writeBadFiles()
 {
-    const QByteArray png = encoded(blockPicture(90, 600), "PNG");
+    const QByteArray png = encodedPicture(blockPicture(90, 600), "PNG");
     QDir::current().mkpath(u"folder.png"_s);
     return {
         {savedBytes({}, u"empty.png"_s), {}},

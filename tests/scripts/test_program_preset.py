@@ -1,4 +1,4 @@
-"""What ./run.sh configures needs no program that only the tests need."""
+"""The preset of ./run.sh needs no programs that only the tests use."""
 
 import os
 import pathlib
@@ -28,10 +28,10 @@ def programs_of(package):
 
 
 def hidden_programs():
-    """The names of all programs that packages for the tests alone brought along."""
+    """The names of all programs from packages that only the tests need."""
     packages = packages_of("test") - packages_of("build", "run") - NEEDED_BY_GCC
     names = set().union(*map(programs_of, packages))
-    # The shell's names lead to the interpreter of whatever version.
+    # Python is also installed as python3.11 and so on.
     return names | {name for name in os.listdir("/usr/bin") if name.startswith("python3")}
 
 
@@ -50,7 +50,7 @@ class ProgramPreset(unittest.TestCase):
                     (self.programs / name).symlink_to(os.path.join(system_folder, name))
 
     def configure(self, preset):
-        # find_program() looks into the folders of the system beside PATH.
+        # find_program() also searches system folders outside PATH.
         return subprocess.run(
             [CMAKE, "--preset", preset, "-B", str(self.folder / preset)]
             + [f"-DCMAKE_IGNORE_PATH={';'.join(SYSTEM_FOLDERS)}"],
@@ -64,7 +64,7 @@ class ProgramPreset(unittest.TestCase):
         done = self.configure("program")
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
 
-    def test_hides_what_it_claims_to_hide(self):
+    def test_hides_the_programs_for_tests(self):
         done = self.configure("release")
         self.assertNotEqual(done.returncode, 0)
         self.assertRegex(done.stderr, "Could NOT find Python3|Could not find QUILLMARCH_")

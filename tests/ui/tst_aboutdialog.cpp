@@ -1,7 +1,7 @@
 #include "base/buildconfig.h"
+#include "support/imagecomparison.h"
 #include "support/testmain.h"
 #include "ui/aboutdialog.h"
-#include "ui/pixels.h"
 #include "ui/windowaccess.h"
 
 #include <QDesktopServices>
@@ -14,8 +14,8 @@
 
 using namespace Qt::StringLiterals;
 
-// Outside of any namespace, since the macros declare functions of the global one.
-static void dropImages()
+// Outside any namespace, because the macros declare functions of the global namespace.
+static void unloadImages()
 {
     Q_CLEANUP_RESOURCE(quillmarch_images);
     QPixmapCache::clear();
@@ -26,7 +26,7 @@ static void restoreImages()
     Q_INIT_RESOURCE(quillmarch_images);
 }
 
-/// The sizes that follow the density, in points and pixels.
+/// The sizes that depend on the density, in points and pixels.
 struct Sizes
 {
     double title;
@@ -45,18 +45,18 @@ public slots:
 private slots:
     void initTestCase();
     void isModalAndOfFixedSize();
-    void textsAreChinese_data();
-    void textsAreChinese();
+    void textsAreChineseInEveryLanguage_data();
+    void textsAreChineseInEveryLanguage();
     void descriptionIsRichText();
-    void sizesFollowTheDensity();
+    void sizesDependOnTheDensity();
     void fontsAndColorsAreSet();
-    void stylesAreTheseTexts();
+    void hasItsStyleSheets();
     void createsTheLabelsInOrder();
     void laysOutFromTopToBottom();
-    void showsTheLogoInEnglishOnly_data();
-    void showsTheLogoInEnglishOnly();
-    void languageMayChange();
-    void keepsThePlaceOfAMissingLogo();
+    void showsTheLogoOnlyInEnglish_data();
+    void showsTheLogoOnlyInEnglish();
+    void followsAChangeOfTheLanguage();
+    void reservesSpaceForAMissingLogo();
     void closesOnOk_data();
     void closesOnOk();
     void linkOpensTheBrowserAndKeepsTheDialog();
@@ -69,10 +69,10 @@ private:
 
 void TestAboutDialog::initTestCase()
 {
-    QVERIFY(hasDensityAskedFor());
+    QVERIFY(hasRequestedDensity());
 }
 
-/// Literal values for the densities that this program is run at.
+/// Literal values for the densities that this test program runs with.
 Sizes TestAboutDialog::sizesOfRun()
 {
     switch (qRound(QGuiApplication::primaryScreen()->logicalDotsPerInchX())) {
@@ -104,14 +104,14 @@ void TestAboutDialog::isModalAndOfFixedSize()
     QCOMPARE(dialog.size(), QSize(480, 480));
 }
 
-void TestAboutDialog::textsAreChinese_data()
+void TestAboutDialog::textsAreChineseInEveryLanguage_data()
 {
     QTest::addColumn<bool>("english");
     QTest::newRow("Chinese") << false;
     QTest::newRow("English") << true;
 }
 
-void TestAboutDialog::textsAreChinese()
+void TestAboutDialog::textsAreChineseInEveryLanguage()
 {
     QFETCH(bool, english);
     std::unique_ptr<EnglishCatalogue> catalogue;
@@ -150,10 +150,10 @@ void TestAboutDialog::descriptionIsRichText()
     QCOMPARE(label->alignment() & Qt::AlignHorizontal_Mask, Qt::AlignLeft);
 }
 
-void TestAboutDialog::sizesFollowTheDensity()
+void TestAboutDialog::sizesDependOnTheDensity()
 {
     const Sizes sizes = sizesOfRun();
-    QVERIFY2(sizes.button != 0, "no sizes are known for this density");
+    QVERIFY2(sizes.button != 0, "no sizes are listed for this density");
     const AboutDialog dialog(nullptr);
     QCOMPARE(childOf<QLabel>(dialog, "titleLabel")->font().pointSizeF(), sizes.title);
     QCOMPARE(childOf<QLabel>(dialog, "aboutVersionLabel")->font().pointSizeF(), sizes.text);
@@ -189,7 +189,7 @@ void TestAboutDialog::fontsAndColorsAreSet()
     QCOMPARE(button->font().pointSizeF(), 12.0);
 }
 
-void TestAboutDialog::stylesAreTheseTexts()
+void TestAboutDialog::hasItsStyleSheets()
 {
     const AboutDialog dialog(nullptr);
     QCOMPARE(
@@ -243,7 +243,7 @@ void TestAboutDialog::laysOutFromTopToBottom()
     QCOMPARE(rowLayout->itemAt(1)->widget(), childOf<QPushButton>(dialog, "okButton"));
 }
 
-void TestAboutDialog::showsTheLogoInEnglishOnly_data()
+void TestAboutDialog::showsTheLogoOnlyInEnglish_data()
 {
     QTest::addColumn<QString>("language");
     QTest::addColumn<bool>("shown");
@@ -254,7 +254,7 @@ void TestAboutDialog::showsTheLogoInEnglishOnly_data()
     QTest::newRow("en_US") << u"en_US"_s << false;
 }
 
-void TestAboutDialog::showsTheLogoInEnglishOnly()
+void TestAboutDialog::showsTheLogoOnlyInEnglish()
 {
     QFETCH(QString, language);
     QFETCH(bool, shown);
@@ -279,11 +279,11 @@ void TestAboutDialog::showsTheLogoInEnglishOnly()
             QString());
 
         dialog.show();
-        QVERIFY2(label->height() >= 60, "the logo is cut"); // also where the text leaves no room
+        QVERIFY2(label->height() >= 60, "the logo is clipped"); // even if the text leaves no space
     }
 }
 
-void TestAboutDialog::languageMayChange()
+void TestAboutDialog::followsAChangeOfTheLanguage()
 {
     AboutDialog dialog(nullptr);
     const QLabel *label = childOf<QLabel>(dialog, "logoLabel");
@@ -294,15 +294,15 @@ void TestAboutDialog::languageMayChange()
     QCOMPARE(label->minimumHeight(), 20);
 }
 
-void TestAboutDialog::keepsThePlaceOfAMissingLogo()
+void TestAboutDialog::reservesSpaceForAMissingLogo()
 {
     AboutDialog dialog(nullptr);
     const QLabel *label = childOf<QLabel>(dialog, "logoLabel");
-    dropImages();
-    const bool isGone = QPixmap(u":/images/sitelogo.png"_s).isNull();
+    unloadImages();
+    const bool isUnloaded = QPixmap(u":/images/sitelogo.png"_s).isNull();
     dialog.setLanguage(u"en"_s);
     restoreImages();
-    QVERIFY(isGone);
+    QVERIFY(isUnloaded);
     QVERIFY(label->pixmap(Qt::ReturnByValue).isNull());
     QVERIFY(label->text().isEmpty());
     QCOMPARE(label->minimumHeight(), 60);
@@ -336,7 +336,7 @@ void TestAboutDialog::linkOpensTheBrowserAndKeepsTheDialog()
     AboutDialog dialog(nullptr);
     dialog.show();
     QLabel *const label = childOf<QLabel>(dialog, "infoLabel");
-    label->resize(400, label->heightForWidth(400)); // a dense screen leaves no room for the last lines
+    label->resize(400, label->heightForWidth(400)); // on a dense screen the last lines do not fit
     QSignalSpy hovered(label, &QLabel::linkHovered);
     const auto mouse = [label](QEvent::Type type, QPoint at, Qt::MouseButton button, Qt::MouseButtons held) {
         QMouseEvent event(type, at, label->mapToGlobal(at), button, held, Qt::NoModifier);

@@ -1,9 +1,8 @@
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 #include "ui/aboutdialog.h"
-#include "ui/customsplitter.h"
 #include "ui/mainview.h"
 #include "ui/windowaccess.h"
 #include "update/downloadupdatedialog.h"
@@ -18,6 +17,7 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QSizeGrip>
+#include <QSplitter>
 #include <QStatusBar>
 #include <QTextBrowser>
 #include <QToolBar>
@@ -31,7 +31,7 @@ namespace {
 
 enum class Scene { Start, Document, Offer, About, AboutInEnglish, NewVersion, Download, Progress, Finished, Failed };
 
-/// A window of the program, or one of its dialogs, as \a scene says.
+/// The window or dialog that \a scene names.
 std::unique_ptr<QWidget> makeScene(Scene scene)
 {
     switch (scene) {
@@ -92,7 +92,7 @@ void addScenes()
     QTest::newRow("download, failed") << Scene::Failed;
 }
 
-/// What a reader of the screen must be able to tell by its name.
+/// Whether a screen reader needs a name for \a part.
 bool needsName(const QAccessibleInterface &part)
 {
     switch (part.role()) {
@@ -109,15 +109,16 @@ bool needsName(const QAccessibleInterface &part)
     }
 }
 
-/// Whether \a object is the inside of a view that has a name of its own.
+/// Whether \a object is the viewport of a view, which has the name instead.
 bool isViewport(const QObject *object)
 {
     const auto *area = qobject_cast<const QAbstractScrollArea *>(object->parent());
     return area && area->viewport() == object;
 }
 
-/// Appends what needs a name and has none, of \a part and all within it. What
-/// cannot be seen is left out, but for the entries of closed menus.
+/// Appends to \a nameless what needs a name but has none, in \a part and below
+/// it, and counts the others. Skips what is invisible, except the entries of
+/// closed menus.
 void findNameless(QAccessibleInterface *part, QStringList &nameless, int &named)
 {
     if (!part || !part->isValid()) {
@@ -138,22 +139,22 @@ void findNameless(QAccessibleInterface *part, QStringList &nameless, int &named)
     }
 }
 
-/// The widgets that the Tab key goes through, from the one that has the
-/// keyboard to the first one that comes again.
-QWidgetList tabRound(QWidget &window)
+/// The widgets in the order of the Tab key, from the one after the current focus
+/// widget until one repeats.
+QWidgetList tabOrder(QWidget &window)
 {
-    QWidgetList round;
+    QWidgetList order;
     while (true) {
         QTest::keyClick(window.windowHandle(), Qt::Key_Tab);
         QWidget *focus = QApplication::focusWidget();
-        if (!focus || round.contains(focus)) {
-            return round;
+        if (!focus || order.contains(focus)) {
+            return order;
         }
-        round.append(focus);
+        order.append(focus);
     }
 }
 
-/// The entries of the menus that can be chosen, with their menus.
+/// The menu entries without separators, with their menus.
 QList<std::pair<QMenu *, QAction *>> menuEntries(const MainWindow &window)
 {
     QList<std::pair<QMenu *, QAction *>> entries;
@@ -172,19 +173,19 @@ void press(QWidget &widget, Qt::Key key)
     QTest::keyClick(widget.windowHandle(), key);
 }
 
-/// Chooses \a action of \a menu as a hand on the keyboard does. Returns what
-/// went wrong, or nothing.
+/// Chooses \a action of \a menu by keys. Returns an error message, or an empty
+/// string.
 QString chooseByKeyboard(MainWindow &window, const QMenu *menu, const QAction *action)
 {
     press(window, Qt::Key_Alt);
     const QList<QAction *> titles = window.menuBar()->actions();
     if (window.menuBar()->activeAction() != titles.constFirst()) {
-        return u"Alt does not lead to the first menu"_s;
+        return u"Alt does not activate the first menu"_s;
     }
     while (window.menuBar()->activeAction()->menu() != menu) {
         press(window, Qt::Key_Right);
         if (window.menuBar()->activeAction() == titles.constFirst()) {
-            return u"the Right key passes the menu by"_s;
+            return u"the Right key skips the menu"_s;
         }
     }
     press(window, Qt::Key_Down);
@@ -194,7 +195,7 @@ QString chooseByKeyboard(MainWindow &window, const QMenu *menu, const QAction *a
     }
     for (qsizetype steps = 0; menu->activeAction() != action; ++steps) {
         if (steps > menu->actions().size()) {
-            return u"the Down key passes the entry by"_s;
+            return u"the Down key skips the entry"_s;
         }
         press(*popup, Qt::Key_Down);
     }
@@ -211,8 +212,8 @@ class TestAccessibility : public QObject
 private slots:
     void init() { forgetEverything(); }
 
-    void everyPartHasAName_data() { addScenes(); }
-    void everyPartHasAName();
+    void everyElementHasAName_data() { addScenes(); }
+    void everyElementHasAName();
     void speaksTheLanguageOfTheWindow_data();
     void speaksTheLanguageOfTheWindow();
     void speaksEnglishThroughout_data() { addScenes(); }
@@ -223,14 +224,14 @@ private slots:
     void reachesEveryMenuEntryByKeyboard();
     void tabReachesEveryButton_data() { addScenes(); }
     void tabReachesEveryButton();
-    void escapeEndsEveryDialog_data();
-    void escapeEndsEveryDialog();
+    void escapeClosesEveryDialog_data();
+    void escapeClosesEveryDialog();
     void spacePressesTheButtonOfTheOffer();
     void keysScrollTheViews();
-    void knowsWhatIsForTheMouseAlone();
+    void someThingsNeedTheMouse();
 };
 
-void TestAccessibility::everyPartHasAName()
+void TestAccessibility::everyElementHasAName()
 {
     QFETCH(Scene, scene);
     const auto window = makeScene(scene);
@@ -240,7 +241,7 @@ void TestAccessibility::everyPartHasAName()
     int named = 0;
     findNameless(QAccessible::queryAccessibleInterface(window.get()), nameless, named);
     QCOMPARE(nameless, QStringList());
-    QCOMPARE_GE(named, 2); // the tree was there
+    QCOMPARE_GE(named, 2); // the tree is not empty
 }
 
 void TestAccessibility::speaksTheLanguageOfTheWindow_data()
@@ -329,7 +330,7 @@ void TestAccessibility::imageCommandsAreInTheMenus()
             elsewhere.append(action->objectName());
         }
     }
-    QCOMPARE(elsewhere, QStringList{u"guideAction"_s}); // which does nothing, by Ctrl+H
+    QCOMPARE(elsewhere, QStringList{u"guideAction"_s}); // Ctrl+H, which does nothing
 }
 
 void TestAccessibility::reachesEveryMenuEntryByKeyboard_data()
@@ -350,7 +351,7 @@ void TestAccessibility::reachesEveryMenuEntryByKeyboard()
     QVERIFY(QTest::qWaitForWindowActive(&window));
     for (const auto &[menu, action] : menuEntries(window)) {
         if (action->objectName() == name) {
-            disconnect(action, &QAction::triggered, &window, nullptr); // or dialogs would come
+            disconnect(action, &QAction::triggered, &window, nullptr); // otherwise dialogs would open
             const QSignalSpy triggered(action, &QAction::triggered);
             QCOMPARE(chooseByKeyboard(window, menu, action), QString());
             QCOMPARE(triggered.count(), 1);
@@ -366,10 +367,10 @@ void TestAccessibility::tabReachesEveryButton()
     const auto window = makeScene(scene);
     window->show();
     QVERIFY(QTest::qWaitForWindowActive(window.get()));
-    const QWidgetList reached = tabRound(*window);
+    const QWidgetList reached = tabOrder(*window);
     QVERIFY(!reached.isEmpty());
     for (QAbstractButton *button : window->findChildren<QAbstractButton *>()) {
-        // The commands of the tool bar are in the menus, too.
+        // The commands of the tool bar are also in the menus.
         if (button->isVisible() && button->isEnabled() && !qobject_cast<QToolButton *>(button)) {
             QVERIFY2(reached.contains(button), qPrintable(button->text() + button->objectName()));
         }
@@ -379,7 +380,7 @@ void TestAccessibility::tabReachesEveryButton()
     }
 }
 
-void TestAccessibility::escapeEndsEveryDialog_data()
+void TestAccessibility::escapeClosesEveryDialog_data()
 {
     QTest::addColumn<Scene>("scene");
     QTest::newRow("about") << Scene::About;
@@ -389,7 +390,7 @@ void TestAccessibility::escapeEndsEveryDialog_data()
     QTest::newRow("download, failed") << Scene::Failed;
 }
 
-void TestAccessibility::escapeEndsEveryDialog()
+void TestAccessibility::escapeClosesEveryDialog()
 {
     QFETCH(Scene, scene);
     const auto dialog = makeScene(scene);
@@ -405,7 +406,7 @@ void TestAccessibility::spacePressesTheButtonOfTheOffer()
     window->show();
     QVERIFY(QTest::qWaitForWindowActive(window.get()));
     auto *button = childOf<QPushButton>(*window, "updateButton");
-    QVERIFY(tabRound(*window).contains(button));
+    QVERIFY(tabOrder(*window).contains(button));
     button->setFocus();
     NextDialog offer([](QWidget *dialog) { dialog->close(); });
     press(*window, Qt::Key_Space);
@@ -427,9 +428,9 @@ void TestAccessibility::keysScrollTheViews()
     }
 }
 
-/// What the keyboard does not reach; the guides say so. Whoever adds a way for
-/// one of these changes the list here and there.
-void TestAccessibility::knowsWhatIsForTheMouseAlone()
+/// What the keyboard does not reach, as the guides say. Update them and this test
+/// when you make one of these reachable.
+void TestAccessibility::someThingsNeedTheMouse()
 {
     const auto widget = makeScene(Scene::Document);
     const auto &window = *qobject_cast<MainWindow *>(widget.get());
@@ -439,7 +440,7 @@ void TestAccessibility::knowsWhatIsForTheMouseAlone()
     for (const PreviewItem *page : pagesOf(window)) {
         QVERIFY(!page->flags().testFlag(QGraphicsItem::ItemIsFocusable)); // choosing a page
     }
-    QCOMPARE(childOf<CustomSplitter>(window, "")->handle(1)->focusPolicy(), Qt::NoFocus);
+    QCOMPARE(splitterOf(window)->handle(1)->focusPolicy(), Qt::NoFocus);
     QCOMPARE(childOf<QToolBar>(window, "mainToolbar")->focusPolicy(), Qt::NoFocus); // moving the bar
     const auto about = makeScene(Scene::About);
     QVERIFY(!childOf<QLabel>(*about, "infoLabel")->textInteractionFlags().testFlag(Qt::LinksAccessibleByKeyboard));

@@ -6,6 +6,7 @@
 #include "ui/mainview.h"
 #include "ui/screendensity.h"
 #include "ui/windowaccess.h"
+#include "ui/windowstore.h"
 
 #include <QActionGroup>
 #include <QDialog>
@@ -28,10 +29,10 @@ struct Row
 {
     const char *name;
     const char *text;
-    const char *english; // empty if it stays Chinese
+    const char *english; // empty if there is no translation
     const char *shortcut;
     const char *statusTip;
-    const char *englishStatusTip; // likewise
+    const char *englishStatusTip; // empty if there is no translation
     bool hasIcon;
     bool enabled; // at the start
 };
@@ -89,8 +90,8 @@ QStringList enabledActions(const MainWindow &window)
     return names;
 }
 
-/// Where a window keeps its action for the trim. It is private; an explicit
-/// instantiation may name it all the same.
+/// The member of a window that holds its action for the trim. It is private, but
+/// an explicit instantiation may name it.
 QAction *MainWindow::*trimMember();
 
 template <QAction *MainWindow::*member>
@@ -115,38 +116,38 @@ class TestActions : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QVERIFY(hasDensityAskedFor()); }
+    void initTestCase() { QVERIFY(hasRequestedDensity()); }
     void init() { forgetEverything(); }
 
     void createsActionsInOrder();
     void actionHasItsTexts_data();
     void actionHasItsTexts();
-    void shortcutsAreNotShared();
+    void shortcutsAreUnique();
     void buildsTheMenus_data() { addLanguages(); }
     void buildsTheMenus();
-    void placesTheGuideNowhere();
+    void guideIsInNoMenuOrToolBar();
     void buildsOneToolBar_data() { addLanguages(); }
     void buildsOneToolBar();
-    void toolBarFollowsTheDensity();
+    void iconSizeDependsOnTheDensity();
     void toolButtonsAreLargeEnough();
     void leadsToTheCommandsWithoutRoom();
     void iconSizeHasThreeSteps_data();
     void iconSizeHasThreeSteps();
 
     void firstDocumentEnablesActionsInOrder();
-    void doesWithoutTheTrim();
-    void refusedFilesEnableNothing();
-    void nothingIsDisabledAgain();
-    void shortcutsReachEnabledActionsOnly();
+    void worksWithoutTheTrimAction();
+    void rejectedFilesEnableNothing();
+    void actionsStayEnabled();
+    void shortcutsTriggerOnlyEnabledActions();
 
     void marginActionsStepTheMargin();
     void zoomActionsStepTheRatio();
-    void fileActionsAskFirst_data();
-    void fileActionsAskFirst();
+    void fileActionsOpenADialog_data();
+    void fileActionsOpenADialog();
     void exitClosesTheWindow();
     void twoColsSwitchesTheScene();
     void pageNumSwitchesPageNumbers();
-    void autoTrimCutsTheRim();
+    void autoTrimRemovesTheBorder();
     void guideDoesNothing();
     void aboutOpensTheDialogOverTheWindow_data() { addLanguages(); }
     void aboutOpensTheDialogOverTheWindow();
@@ -198,7 +199,7 @@ void TestActions::actionHasItsTexts()
     QCOMPARE(window.windowTitle(), u"墨舟卷轴翻页器"_s);
 }
 
-void TestActions::shortcutsAreNotShared()
+void TestActions::shortcutsAreUnique()
 {
     const MainWindow window;
     std::set<QString> seen;
@@ -236,7 +237,7 @@ void TestActions::buildsTheMenus()
     QCOMPARE(entries, expected);
 }
 
-void TestActions::placesTheGuideNowhere()
+void TestActions::guideIsInNoMenuOrToolBar()
 {
     const MainWindow window;
     QVERIFY(actionOf(window, "guideAction")->associatedObjects().isEmpty());
@@ -266,12 +267,12 @@ void TestActions::buildsOneToolBar()
                           u"increaseMarginAction"_s, u"-"_s, u"zoomInAction"_s, u"zoomOutAction"_s}));
 }
 
-void TestActions::toolBarFollowsTheDensity()
+void TestActions::iconSizeDependsOnTheDensity()
 {
     const MainWindow window;
-    const double ratio = densityOfRun();
+    const double ratio = screenDensityOfRun();
     const int expected = ratio >= 1.4 ? 40 : ratio >= 1.15 ? 36 : 32;
-    QCOMPARE(window.findChild<QToolBar *>()->iconSize(), QSize(expected, expected));
+    QCOMPARE(childOf<QToolBar>(window, "mainToolbar")->iconSize(), QSize(expected, expected));
 }
 
 void TestActions::toolButtonsAreLargeEnough()
@@ -279,7 +280,7 @@ void TestActions::toolButtonsAreLargeEnough()
     MainWindow window;
     window.resize(1200, 500);
     window.show();
-    auto *bar = window.findChild<QToolBar *>();
+    auto *bar = childOf<QToolBar>(window, "mainToolbar");
     for (QAction *action : bar->actions()) {
         if (!action->isSeparator()) {
             const QWidget *button = bar->widgetForAction(action);
@@ -327,7 +328,7 @@ void TestActions::iconSizeHasThreeSteps()
     QFETCH(double, density);
     QTEST(toolBarIconSize(density), "size");
     QCOMPARE(toolBarIconSize(std::nullopt), 32);
-    QCOMPARE(screenDensity(), std::optional(densityOfRun()));
+    QCOMPARE(screenDensity(), std::optional(screenDensityOfRun()));
 }
 
 void TestActions::firstDocumentEnablesActionsInOrder()
@@ -347,7 +348,7 @@ void TestActions::firstDocumentEnablesActionsInOrder()
     QCOMPARE(order, documentActions);
 }
 
-void TestActions::doesWithoutTheTrim()
+void TestActions::worksWithoutTheTrimAction()
 {
     MainWindow window;
     window.*trimMember() = nullptr;
@@ -363,7 +364,7 @@ void TestActions::doesWithoutTheTrim()
     QCOMPARE(enabled, expected);
 }
 
-void TestActions::refusedFilesEnableNothing()
+void TestActions::rejectedFilesEnableNothing()
 {
     MainWindow window;
     const QStringList atStart{u"guideAction"_s, u"openAction"_s, u"exitAction"_s, u"aboutAction"_s};
@@ -374,7 +375,7 @@ void TestActions::refusedFilesEnableNothing()
     QCOMPARE(enabledActions(window), atStart);
 }
 
-void TestActions::nothingIsDisabledAgain()
+void TestActions::actionsStayEnabled()
 {
     MainWindow window;
     window.loadImageFile(writePicture(QSize(100, 500)));
@@ -386,7 +387,7 @@ void TestActions::nothingIsDisabledAgain()
     QCOMPARE(enabledActions(window).size(), 13);
 }
 
-void TestActions::shortcutsReachEnabledActionsOnly()
+void TestActions::shortcutsTriggerOnlyEnabledActions()
 {
     MainWindow window;
     window.show();
@@ -454,7 +455,7 @@ void TestActions::zoomActionsStepTheRatio()
     QCOMPARE(view->fitRatio(), 0.7);
 }
 
-void TestActions::fileActionsAskFirst_data()
+void TestActions::fileActionsOpenADialog_data()
 {
     QTest::addColumn<QByteArray>("action");
     QTest::addColumn<QString>("title");
@@ -463,7 +464,7 @@ void TestActions::fileActionsAskFirst_data()
     QTest::newRow("print") << QByteArray("printAction") << u"打印"_s;
 }
 
-void TestActions::fileActionsAskFirst()
+void TestActions::fileActionsOpenADialog()
 {
     QFETCH(QByteArray, action);
     QFETCH(QString, title);
@@ -483,10 +484,10 @@ void TestActions::exitClosesTheWindow()
 {
     MainWindow window;
     window.show();
-    QSettings(u"Quillmarch"_s, u"Settings"_s).clear();
+    openStore().clear();
     actionOf(window, "exitAction")->trigger();
     QVERIFY(!window.isVisible());
-    QVERIFY(QSettings(u"Quillmarch"_s, u"Settings"_s).contains(u"splitterState"_s)); // only a close event stores it
+    QVERIFY(openStore().contains(u"splitterState"_s)); // only the close event stores it
 }
 
 void TestActions::twoColsSwitchesTheScene()
@@ -512,7 +513,7 @@ void TestActions::pageNumSwitchesPageNumbers()
     QCOMPARE(showPageNumbers(), before);
 }
 
-void TestActions::autoTrimCutsTheRim()
+void TestActions::autoTrimRemovesTheBorder()
 {
     MainWindow window;
     window.loadImageFile(writePicture(QSize(200, 500)));
@@ -549,7 +550,7 @@ void TestActions::aboutOpensTheDialogOverTheWindow()
     QWidget *parent = nullptr;
     const NextDialog next([&](QWidget *dialog) {
         isAbout = qobject_cast<AboutDialog *>(dialog) != nullptr;
-        hasLogo = !dialog->findChild<QLabel *>(u"logoLabel"_s)->pixmap(Qt::ReturnByValue).isNull();
+        hasLogo = !childOf<QLabel>(*dialog, "logoLabel")->pixmap(Qt::ReturnByValue).isNull();
         place = dialog->pos();
         parent = dialog->parentWidget();
         qobject_cast<QDialog *>(dialog)->reject();

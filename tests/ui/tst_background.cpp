@@ -1,6 +1,8 @@
 #include "app/mainwindow.h"
-#include "support/documents.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 
@@ -26,27 +28,28 @@ QImage withAlpha(QImage image, const std::function<int(int x, int y)> &alpha)
     return image;
 }
 
-QImage palettePicture(bool seeThrough)
+QImage paletteBlocks(bool isTransparent)
 {
     QImage image = blockPicture(pictureSize.width(), pictureSize.height()).convertToFormat(QImage::Format_Indexed8);
-    if (seeThrough) {
+    if (isTransparent) {
         image.setColor(image.pixelIndex(100, 800), qRgba(0, 0, 0, 0));
     }
     return image;
 }
 
-/// What \a view paints of \a region, on \a ground, at \a ratio pixels a point.
-QImage painted(const QGraphicsView &view, const QRect &region, double ratio, const QColor &ground)
+/// The part \a region of \a view, painted over \a background with \a ratio pixels
+/// per point.
+QImage painted(const QGraphicsView &view, const QRect &region, double ratio, const QColor &background)
 {
     const QSize wholePixels(int(region.width() * ratio), int(region.height() * ratio));
     QImage image(wholePixels, QImage::Format_RGB32);
     image.setDevicePixelRatio(ratio);
-    image.fill(ground);
+    image.fill(background);
     view.viewport()->render(&image, QPoint(), region, QWidget::DrawChildren);
     return image;
 }
 
-/// A view of the toolkit that shows what \a view does.
+/// A plain QGraphicsView with the same contents and settings as \a view.
 std::unique_ptr<QGraphicsView> plainViewLike(const QGraphicsView &view)
 {
     auto plain = std::make_unique<QGraphicsView>(view.scene());
@@ -72,11 +75,12 @@ void comparePaintings(const QGraphicsView &view)
     const QRect someRows(0, all.height() / 3, all.width(), 40);
     for (const QRect &region : {all, someRows, QRect(7, 5, 60, 92)}) {
         for (const double ratio : {1.0, 1.25, 1.5, 2.0}) {
-            // The toolkit's smooth edges must meet the same colour.
+            // Qt blends smooth edges with the background, so it must have the same color.
             const QImage expected = painted(*plain, region, ratio, view.scene()->backgroundBrush().color());
             const QString difference = firstDifference(painted(view, region, ratio, Qt::magenta), expected);
-            QVERIFY2(difference.isEmpty(),
-                     qPrintable(u"%1, at %2 pixels a point, from row %3"_s.arg(difference).arg(ratio).arg(region.y())));
+            QVERIFY2(
+                difference.isEmpty(),
+                qPrintable(u"%1, at %2 pixels per point, from row %3"_s.arg(difference).arg(ratio).arg(region.y())));
         }
     }
 }
@@ -88,25 +92,25 @@ class TestBackground : public QObject
     Q_OBJECT
 
 private slots:
-    void leavesNoPixelUnpainted_data();
-    void leavesNoPixelUnpainted();
-    void paintsOtherBackgroundsAsThePlainView_data();
-    void paintsOtherBackgroundsAsThePlainView();
+    void paintsEveryPixel_data();
+    void paintsEveryPixel();
+    void paintsOtherBackgroundsLikeThePlainView_data();
+    void paintsOtherBackgroundsLikeThePlainView();
 };
 
-void TestBackground::leavesNoPixelUnpainted_data()
+void TestBackground::paintsEveryPixel_data()
 {
     QTest::addColumn<QImage>("picture");
     const QImage blocks = blockPicture(pictureSize.width(), pictureSize.height());
     QTest::newRow("RGB32") << blocks;
     QTest::newRow("gray") << blocks.convertToFormat(QImage::Format_Grayscale8);
-    QTest::newRow("palette") << palettePicture(false);
-    QTest::newRow("palette with a hole") << palettePicture(true);
+    QTest::newRow("palette") << paletteBlocks(false);
+    QTest::newRow("palette with a hole") << paletteBlocks(true);
     QTest::newRow("opaque alpha") << withAlpha(blocks, [](int, int) { return 255; });
     QTest::newRow("transparent") << withAlpha(blocks, [](int x, int y) { return (x + y) % 256; });
 }
 
-void TestBackground::leavesNoPixelUnpainted()
+void TestBackground::paintsEveryPixel()
 {
     QFETCH(QImage, picture);
     MainWindow window;
@@ -127,7 +131,7 @@ void TestBackground::leavesNoPixelUnpainted()
     }
 }
 
-void TestBackground::paintsOtherBackgroundsAsThePlainView_data()
+void TestBackground::paintsOtherBackgroundsLikeThePlainView_data()
 {
     QTest::addColumn<QBrush>("ofScene");
     QTest::addColumn<QBrush>("ofView");
@@ -148,7 +152,7 @@ void TestBackground::paintsOtherBackgroundsAsThePlainView_data()
     QTest::newRow("view: color, scene: none") << none << QBrush(Qt::darkRed);
 }
 
-void TestBackground::paintsOtherBackgroundsAsThePlainView()
+void TestBackground::paintsOtherBackgroundsLikeThePlainView()
 {
     QFETCH(QBrush, ofScene);
     QFETCH(QBrush, ofView);

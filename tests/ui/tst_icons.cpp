@@ -1,6 +1,6 @@
+#include "support/imagecomparison.h"
 #include "support/testmain.h"
 #include "ui/iconframe.h"
-#include "ui/pixels.h"
 #include "ui/windowaccess.h"
 
 #include <QPainter>
@@ -15,12 +15,12 @@ namespace {
 const QColor mainColor(0x6c, 0x6c, 0x6c);
 const QColor secondColor(0x9c, 0x9c, 0x9c);
 
-int t(double value)
+int truncated(double value)
 {
     return int(std::trunc(value));
 }
 
-int r(double value)
+int rounded(double value)
 {
     return int(std::round(value));
 }
@@ -30,12 +30,12 @@ QPen roundPen(const QColor &color, double width)
     return QPen(QBrush(color), width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
 }
 
-/// The sheet that an icon is drawn on: a transparent square with its painter,
-/// the inner rectangle and the measures that the drawings are given in.
-class Sheet
+/// A transparent square to draw an icon on, with its painter, the inner rectangle
+/// and the measures that the drawings use.
+class Canvas
 {
 public:
-    Sheet(int side, int margin)
+    Canvas(int side, int margin)
         : image(side, side, QImage::Format_ARGB32_Premultiplied)
         , L(margin)
         , T(margin)
@@ -76,25 +76,25 @@ public:
 
 QImage drawOpen(int side)
 {
-    Sheet s(side, 4);
+    Canvas s(side, 4);
     s.frame();
-    const QPoint foot(t(s.L + 0.2 * s.w), t(s.Y - 0.1 * s.h));
-    const QPoint peak(t(s.cx - 0.1 * s.w), t(s.Y - 0.3 * s.h));
-    const QPoint end(t(s.L + 0.6 * s.w), t(s.Y - 0.1 * s.h));
+    const QPoint foot(truncated(s.L + 0.2 * s.w), truncated(s.Y - 0.1 * s.h));
+    const QPoint peak(truncated(s.cx - 0.1 * s.w), truncated(s.Y - 0.3 * s.h));
+    const QPoint end(truncated(s.L + 0.6 * s.w), truncated(s.Y - 0.1 * s.h));
     s.p.drawLine(foot, peak);
     s.p.drawLine(peak, end);
-    const int q = t(0.15 * s.w);
-    const int x = t(s.X - 0.25 * s.w);
-    const int y = t(s.T + 0.25 * s.h);
+    const int q = truncated(0.15 * s.w);
+    const int x = truncated(s.X - 0.25 * s.w);
+    const int y = truncated(s.T + 0.25 * s.h);
     s.circle(x, y, q);
     s.p.setBrush(mainColor);
-    s.circle(x, y, t(0.4 * q));
+    s.circle(x, y, truncated(0.4 * q));
     return s.take();
 }
 
 QImage drawExportPdf(int side)
 {
-    Sheet s(side, 4);
+    Canvas s(side, 4);
     s.p.drawLine(s.L, s.T, s.L + s.w / 2, s.T);
     s.p.drawLine(s.X, s.T + s.h / 2, s.X, s.Y);
     s.p.drawLine(s.X, s.Y, s.L, s.Y);
@@ -108,11 +108,11 @@ QImage drawExportPdf(int side)
 
 QImage drawPrint(int side)
 {
-    Sheet s(side, 4);
-    const int y1 = t(0.3 * s.h + s.T);
-    const int y2 = t(0.65 * s.h + s.T);
+    Canvas s(side, 4);
+    const int y1 = truncated(0.3 * s.h + s.T);
+    const int y2 = truncated(0.65 * s.h + s.T);
     s.p.drawRect(s.L, y1, s.w, y2 - y1);
-    const int paper = t(0.6 * s.w);
+    const int paper = truncated(0.6 * s.w);
     const int a = (s.w - paper) / 2 + s.L;
     const int b = a + paper;
     s.p.drawLine(a, s.T, a, y1);
@@ -127,15 +127,15 @@ QImage drawPrint(int side)
 
 QImage drawHelp(int side)
 {
-    Sheet s(side, 2);
-    const int q = r(0.4 * std::min(s.w, s.h));
+    Canvas s(side, 2);
+    const int q = rounded(0.4 * std::min(s.w, s.h));
     s.circle(s.cx, s.cy, q);
-    const int a = r(0.6 * q);
-    s.p.drawRect(s.cx - a, s.cy + q, r(1.2 * q), r(0.3 * q));
+    const int a = rounded(0.6 * q);
+    s.p.drawRect(s.cx - a, s.cy + q, rounded(1.2 * q), rounded(0.3 * q));
     s.p.setPen(roundPen(mainColor, 1));
     s.p.drawLine(s.cx, s.cy - a, s.cx, s.cy + a);
     s.p.drawLine(s.cx - a, s.cy, s.cx + a, s.cy);
-    const int b = r(0.7 * a);
+    const int b = rounded(0.7 * a);
     s.p.drawLine(s.cx - b, s.cy - b, s.cx + b, s.cy + b);
     s.p.drawLine(s.cx + b, s.cy - b, s.cx - b, s.cy + b);
     return s.take();
@@ -143,10 +143,10 @@ QImage drawHelp(int side)
 
 QImage drawMargin(int side, double share)
 {
-    Sheet s(side, 4);
+    Canvas s(side, 4);
     s.frame();
-    const int inner = r(share * s.w);
-    const int q = r(0.5 * inner);
+    const int inner = rounded(share * s.w);
+    const int q = rounded(0.5 * inner);
     s.p.setPen(roundPen(secondColor, 2));
     s.p.drawRect(s.cx - q, s.cy - q, inner, inner);
     return s.take();
@@ -164,10 +164,10 @@ QImage drawIncreaseMargin(int side)
 
 QImage drawZoomIn(int side)
 {
-    Sheet s(side, 4);
+    Canvas s(side, 4);
     s.frame();
     s.p.setPen(roundPen(mainColor, 2));
-    const int a = r(0.28 * std::min(s.w, s.h));
+    const int a = rounded(0.28 * std::min(s.w, s.h));
     s.p.drawLine(s.cx - a, s.cy, s.cx + a, s.cy);
     s.p.drawLine(s.cx, s.cy - a, s.cx, s.cy + a);
     return s.take();
@@ -175,17 +175,17 @@ QImage drawZoomIn(int side)
 
 QImage drawZoomOut(int side)
 {
-    Sheet s(side, 4);
+    Canvas s(side, 4);
     s.frame();
     s.p.setPen(roundPen(mainColor, 2));
-    const int a = r(0.28 * std::min(s.w, s.h));
+    const int a = rounded(0.28 * std::min(s.w, s.h));
     s.p.drawLine(s.cx - a, s.cy, s.cx + a, s.cy);
     return s.take();
 }
 
 QImage drawTwoCols(int side)
 {
-    Sheet s(side, 4);
+    Canvas s(side, 4);
     s.p.setPen(QPen(QBrush(mainColor), 2, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
     s.p.drawRoundedRect(QRectF(s.L, s.T, s.w, s.h), 2, 2, Qt::AbsoluteSize);
     s.p.setPen(Qt::NoPen);
@@ -201,7 +201,7 @@ QImage drawTwoCols(int side)
 
 QImage drawAutoTrim(int side)
 {
-    Sheet s(side, 4);
+    Canvas s(side, 4);
     s.frame();
     s.p.fillRect(QRect(QPoint(s.L + 4, s.T + 4), QPoint(s.X - 4, s.Y - 4)), QColor(0x6c, 0x6c, 0x6c, 80));
     s.p.drawLine(s.L, s.T + 6, s.L + 6, s.T + 6);
@@ -217,10 +217,10 @@ QImage drawAutoTrim(int side)
 
 QImage drawPageNum(int side)
 {
-    Sheet s(side, 4);
+    Canvas s(side, 4);
     s.frame();
     QFont font;
-    font.setPixelSize(t(0.6 * s.h));
+    font.setPixelSize(truncated(0.6 * s.h));
     font.setWeight(QFont::Weight(700));
     s.p.setFont(font);
     s.p.drawText(QRect(s.L, s.T, s.w, s.h), 132, u"1"_s);
@@ -242,10 +242,10 @@ QImage drawUpdate()
     return image;
 }
 
-/// The side of the icons at the density of this run.
+/// The side of the icons, in pixels, at the density of this run.
 int sideOfRun()
 {
-    const double ratio = densityOfRun();
+    const double ratio = screenDensityOfRun();
     if (ratio >= 1.4) {
         return 41;
     }
@@ -264,13 +264,13 @@ class TestIcons : public QObject
 
 private slots:
     void initTestCase();
-    void sideFollowsTheDensity();
+    void sizeDependsOnTheDensity();
     void drawsEachCommand_data();
     void drawsEachCommand();
-    void leavesExitWithoutAnIcon();
+    void exitHasNoIcon();
     void drawsTheUpdateButton();
-    void frameIsOddOnBothSides_data();
-    void frameIsOddOnBothSides();
+    void frameHasOddSides_data();
+    void frameHasOddSides();
 
 private:
     std::unique_ptr<MainWindow> window;
@@ -278,12 +278,12 @@ private:
 
 void TestIcons::initTestCase()
 {
-    QVERIFY(hasDensityAskedFor());
+    QVERIFY(hasRequestedDensity());
     forgetEverything();
     window = std::make_unique<MainWindow>();
 }
 
-void TestIcons::sideFollowsTheDensity()
+void TestIcons::sizeDependsOnTheDensity()
 {
     const QList<QSize> sizes = actionOf(*window, "openAction")->icon().availableSizes();
     QCOMPARE(sizes, QList<QSize>{QSize(sideOfRun(), sideOfRun())});
@@ -328,7 +328,7 @@ void TestIcons::drawsEachCommand()
     QCOMPARE(firstDifference(pixmap.toImage(), expected), QString());
 }
 
-void TestIcons::leavesExitWithoutAnIcon()
+void TestIcons::exitHasNoIcon()
 {
     QVERIFY(actionOf(*window, "exitAction")->icon().isNull());
 }
@@ -340,7 +340,7 @@ void TestIcons::drawsTheUpdateButton()
     QCOMPARE(firstDifference(button->icon().pixmap(QSize(20, 20)).toImage(), drawUpdate()), QString());
 }
 
-void TestIcons::frameIsOddOnBothSides_data()
+void TestIcons::frameHasOddSides_data()
 {
     QTest::addColumn<QRect>("outer");
     QTest::addColumn<int>("margin");
@@ -360,7 +360,7 @@ void TestIcons::frameIsOddOnBothSides_data()
     add(QRect(0, 0, 9, 9), 4, 4, 4, 4, 4);
 }
 
-void TestIcons::frameIsOddOnBothSides()
+void TestIcons::frameHasOddSides()
 {
     QFETCH(QRect, outer);
     QFETCH(int, margin);

@@ -1,5 +1,6 @@
+#include "support/imagecomparison.h"
 #include "support/testmain.h"
-#include "ui/pixels.h"
+#include "support/windowprobe.h"
 #include "ui/popup.h"
 
 #include <QElapsedTimer>
@@ -15,12 +16,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int patience = 15000; // milliseconds, for machines under load
-constexpr int standingTime = 2850; // a coarse timer of 3000 ms may be 5 % early
+constexpr int waitTime = 15000; // milliseconds, for a busy machine
+constexpr int minVisibleTime = 2850; // a coarse timer of 3000 ms may fire 5 % early
 
 QLabel *labelOf(const PopUp &toast)
 {
-    return toast.findChild<QLabel *>();
+    return childOf<QLabel>(toast, "popupLabel");
 }
 
 QImage paintedPanel(PopUp &toast)
@@ -55,17 +56,17 @@ private slots:
     void opacityIsAFloatProperty();
     void slotsAreDeclaredInOrder();
     void takesTheSizeOfItsText();
-    void comesUpOverTheCentre_data();
-    void comesUpOverTheCentre();
-    void staysWhereItCameUp();
-    void paintsThePanelWithinARim_data();
-    void paintsThePanelWithinARim();
-    void leavesTheFocusAlone();
-    void hidesAtOpacityZeroOnly();
-    void fadesStandsAndGoes();
-    void showingAgainWhileStandingStartsOver();
-    void showingAgainWhileFadingOutStartsOver();
-    void mayGoWithItsParentWhileItStands();
+    void appearsOverTheCenter_data();
+    void appearsOverTheCenter();
+    void staysWhereItAppeared();
+    void paintsThePanelInsideAMargin_data();
+    void paintsThePanelInsideAMargin();
+    void takesNoFocus();
+    void hidesOnlyAtOpacityZero();
+    void fadesInStaysAndFadesOut();
+    void showingAgainWhileVisibleRestarts();
+    void showingAgainWhileFadingOutRestarts();
+    void isDeletedWithItsParentWhileVisible();
 };
 
 void TestPopUp::isAFramelessToolWindow()
@@ -105,7 +106,7 @@ void TestPopUp::opacityIsAFloatProperty()
         QVERIFY(toast.setProperty("popupOpacity", opacity));
         QCOMPARE(toast.property("popupOpacity").toFloat(), opacity);
         QCOMPARE(toast.popupOpacity(), opacity);
-        QVERIFY(std::abs(toast.windowOpacity() - double(opacity)) <= 1.0 / 255); // held in a byte
+        QVERIFY(std::abs(toast.windowOpacity() - double(opacity)) <= 1.0 / 255); // stored in a byte
     }
 }
 
@@ -128,7 +129,7 @@ void TestPopUp::takesTheSizeOfItsText()
     const QSize oneLine = toast.size();
     QCOMPARE(labelOf(toast)->text(), u"short"_s);
     QCOMPARE(oneLine, toast.sizeHint());
-    // The label's own margins of 10 and 6 pixels on each side stand around the text.
+    // The label adds margins of 10 and 6 pixels on each side of the text.
     const QSize text = labelOf(toast)->fontMetrics().size(0, u"short"_s);
     const QSize hint = labelOf(toast)->sizeHint();
     QVERIFY(hint.width() >= text.width() + 20);
@@ -144,7 +145,7 @@ void TestPopUp::takesTheSizeOfItsText()
     QCOMPARE(toast.size(), oneLine);
 }
 
-void TestPopUp::comesUpOverTheCentre_data()
+void TestPopUp::appearsOverTheCenter_data()
 {
     QTest::addColumn<QRect>("over");
     QTest::newRow("even") << QRect(100, 80, 600, 400);
@@ -153,7 +154,7 @@ void TestPopUp::comesUpOverTheCentre_data()
     QTest::newRow("left of the origin") << QRect(-301, -203, 301, 201);
 }
 
-void TestPopUp::comesUpOverTheCentre()
+void TestPopUp::appearsOverTheCenter()
 {
     QFETCH(QRect, over);
     QWidget parent;
@@ -170,7 +171,7 @@ void TestPopUp::comesUpOverTheCentre()
     }
 }
 
-void TestPopUp::staysWhereItCameUp()
+void TestPopUp::staysWhereItAppeared()
 {
     QWidget parent;
     parent.setGeometry(100, 80, 600, 400);
@@ -186,7 +187,7 @@ void TestPopUp::staysWhereItCameUp()
     QVERIFY(toast.geometry() != place);
 }
 
-void TestPopUp::paintsThePanelWithinARim_data()
+void TestPopUp::paintsThePanelInsideAMargin_data()
 {
     QTest::addColumn<QSize>("size");
     for (const QSize size : {QSize(120, 40), QSize(61, 33), QSize(300, 90), QSize(24, 24)}) {
@@ -194,12 +195,12 @@ void TestPopUp::paintsThePanelWithinARim_data()
     }
 }
 
-void TestPopUp::paintsThePanelWithinARim()
+void TestPopUp::paintsThePanelInsideAMargin()
 {
     QFETCH(QSize, size);
     QWidget parent;
     PopUp toast(&parent);
-    toast.layout()->setSizeConstraint(QLayout::SetNoConstraint); // sizes that no text asks for
+    toast.layout()->setSizeConstraint(QLayout::SetNoConstraint); // sizes that no text requires
     toast.resize(size);
     const QImage panel = paintedPanel(toast);
     QCOMPARE(firstDifference(panel, expectedPanel(size)), QString());
@@ -211,7 +212,7 @@ void TestPopUp::paintsThePanelWithinARim()
     QCOMPARE(panel.pixelColor(size.width() / 2, size.height() / 2).alpha(), 180);
 }
 
-void TestPopUp::leavesTheFocusAlone()
+void TestPopUp::takesNoFocus()
 {
     QWidget parent;
     parent.setFocusPolicy(Qt::StrongFocus);
@@ -225,14 +226,14 @@ void TestPopUp::leavesTheFocusAlone()
     toast.setPopupText(u"message"_s);
     toast.show();
     QVERIFY(QTest::qWaitForWindowExposed(&toast));
-    // Window systems read the wish from this property; the offscreen one hands activation to any window.
+    // Window systems read this property; the offscreen platform activates any window.
     QCOMPARE(toast.windowHandle()->property("_q_showWithoutActivating").toBool(), true);
     QCOMPARE(toast.focusPolicy(), Qt::NoFocus);
     QVERIFY(!toast.hasFocus());
     QVERIFY(!labelOf(toast)->hasFocus());
 }
 
-void TestPopUp::hidesAtOpacityZeroOnly()
+void TestPopUp::hidesOnlyAtOpacityZero()
 {
     QWidget parent;
     PopUp toast(&parent);
@@ -247,7 +248,7 @@ void TestPopUp::hidesAtOpacityZeroOnly()
     QVERIFY(!toast.isVisible());
 }
 
-void TestPopUp::fadesStandsAndGoes()
+void TestPopUp::fadesInStaysAndFadesOut()
 {
     QWidget parent;
     parent.resize(400, 300);
@@ -260,28 +261,28 @@ void TestPopUp::fadesStandsAndGoes()
     QCOMPARE(toast.popupOpacity(), 0.0F);
     QCOMPARE(toast.windowOpacity(), 0.0);
 
-    QTRY_VERIFY_WITH_TIMEOUT(toast.popupOpacity() > 0.0F, patience);
-    QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, patience);
+    QTRY_VERIFY_WITH_TIMEOUT(toast.popupOpacity() > 0.0F, waitTime);
+    QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, waitTime);
     const qint64 fadedIn = clock.elapsed();
     QVERIFY2(fadedIn >= 130 && fadedIn < 1500, qPrintable(QString::number(fadedIn)));
     QVERIFY(toast.isVisible());
 
-    QTRY_VERIFY_WITH_TIMEOUT(toast.popupOpacity() < 1.0F, patience);
-    const qint64 stood = clock.elapsed();
-    QVERIFY2(stood >= standingTime && stood < 4500, qPrintable(QString::number(stood)));
+    QTRY_VERIFY_WITH_TIMEOUT(toast.popupOpacity() < 1.0F, waitTime);
+    const qint64 fadingOut = clock.elapsed();
+    QVERIFY2(fadingOut >= minVisibleTime && fadingOut < 4500, qPrintable(QString::number(fadingOut)));
     QVERIFY(toast.isVisible());
 
-    QTRY_VERIFY_WITH_TIMEOUT(!toast.isVisible(), patience);
+    QTRY_VERIFY_WITH_TIMEOUT(!toast.isVisible(), waitTime);
     const qint64 gone = clock.elapsed();
-    QVERIFY2(gone >= standingTime + 950 && gone < 6500, qPrintable(QString::number(gone)));
+    QVERIFY2(gone >= minVisibleTime + 950 && gone < 6500, qPrintable(QString::number(gone)));
     QCOMPARE(toast.popupOpacity(), 0.0F);
 
-    toast.show(); // one instance serves every message
+    toast.show(); // one instance shows every message
     QVERIFY(toast.isVisible());
-    QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, waitTime);
 }
 
-void TestPopUp::showingAgainWhileStandingStartsOver()
+void TestPopUp::showingAgainWhileVisibleRestarts()
 {
     QWidget parent;
     parent.resize(400, 300);
@@ -290,7 +291,7 @@ void TestPopUp::showingAgainWhileStandingStartsOver()
     QElapsedTimer clock;
     clock.start();
     toast.show();
-    QTRY_VERIFY_WITH_TIMEOUT(clock.elapsed() > 1500, patience);
+    QTRY_VERIFY_WITH_TIMEOUT(clock.elapsed() > 1500, waitTime);
     QCOMPARE(toast.popupOpacity(), 1.0F);
 
     toast.setPopupText(u"second"_s);
@@ -298,41 +299,41 @@ void TestPopUp::showingAgainWhileStandingStartsOver()
     toast.show();
     QCOMPARE(toast.popupOpacity(), 0.0F);
     QVERIFY(toast.isVisible());
-    QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, patience);
-    QTRY_VERIFY_WITH_TIMEOUT(toast.popupOpacity() < 1.0F, patience);
-    QVERIFY2(clock.elapsed() >= standingTime, qPrintable(QString::number(clock.elapsed())));
+    QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, waitTime);
+    QTRY_VERIFY_WITH_TIMEOUT(toast.popupOpacity() < 1.0F, waitTime);
+    QVERIFY2(clock.elapsed() >= minVisibleTime, qPrintable(QString::number(clock.elapsed())));
 }
 
-void TestPopUp::showingAgainWhileFadingOutStartsOver()
+void TestPopUp::showingAgainWhileFadingOutRestarts()
 {
     QWidget parent;
     parent.resize(400, 300);
     PopUp toast(&parent);
     toast.setPopupText(u"message"_s);
     toast.show();
-    QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, waitTime);
     toast.hideAnimation();
-    QTRY_VERIFY_WITH_TIMEOUT(toast.popupOpacity() < 0.9F, patience);
+    QTRY_VERIFY_WITH_TIMEOUT(toast.popupOpacity() < 0.9F, waitTime);
     QVERIFY(toast.isVisible());
 
     QElapsedTimer clock;
     clock.start();
     toast.show();
     QCOMPARE(toast.popupOpacity(), 0.0F);
-    QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, patience);
-    QTRY_VERIFY_WITH_TIMEOUT(toast.popupOpacity() < 1.0F, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, waitTime);
+    QTRY_VERIFY_WITH_TIMEOUT(toast.popupOpacity() < 1.0F, waitTime);
     QVERIFY(toast.isVisible());
-    QVERIFY2(clock.elapsed() >= standingTime, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY2(clock.elapsed() >= minVisibleTime, qPrintable(QString::number(clock.elapsed())));
 }
 
-void TestPopUp::mayGoWithItsParentWhileItStands()
+void TestPopUp::isDeletedWithItsParentWhileVisible()
 {
     auto parent = std::make_unique<QWidget>();
     parent->resize(400, 300);
     QPointer<PopUp> toast = new PopUp(parent.get());
     toast->setPopupText(u"message"_s);
     toast->show();
-    QTRY_COMPARE_WITH_TIMEOUT(toast->popupOpacity(), 1.0F, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(toast->popupOpacity(), 1.0F, waitTime);
     parent.reset();
     QVERIFY(toast.isNull());
     QCoreApplication::processEvents();

@@ -1,6 +1,7 @@
 #include "app/mainwindow.h"
-#include "support/documents.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 
@@ -17,15 +18,15 @@ public:
     explicit ResizeCounter(QWidget *widget) { widget->installEventFilter(this); }
 
     int count = 0;
-    QSize least{10000, 10000}; // of either side
+    QSize smallest{10000, 10000}; // of each dimension
 
     bool eventFilter(QObject *object, QEvent *event) override
     {
         if (event->type() == QEvent::Resize) {
             if (++count > 200) {
-                static_cast<QWidget *>(object)->window()->hide(); // ends a loop that would not come back
+                static_cast<QWidget *>(object)->window()->hide(); // breaks an endless loop
             }
-            least = least.boundedTo(static_cast<QResizeEvent *>(event)->size());
+            smallest = smallest.boundedTo(static_cast<QResizeEvent *>(event)->size());
         }
         return false;
     }
@@ -38,12 +39,12 @@ class TestScrollBarLoop : public QObject
     Q_OBJECT
 
 private slots:
-    void comesToRestAtEverySize_data();
-    void comesToRestAtEverySize();
-    void comesToRestInANarrowView();
+    void settlesAtEverySize_data();
+    void settlesAtEverySize();
+    void settlesInANarrowView();
 };
 
-void TestScrollBarLoop::comesToRestAtEverySize_data()
+void TestScrollBarLoop::settlesAtEverySize_data()
 {
     QTest::addColumn<QSize>("picture");
     QTest::addColumn<int>("firstHeight");
@@ -52,7 +53,7 @@ void TestScrollBarLoop::comesToRestAtEverySize_data()
     QTest::newRow("eight strips") << QSize(800, 9000) << 500 << 620;
 }
 
-void TestScrollBarLoop::comesToRestAtEverySize()
+void TestScrollBarLoop::settlesAtEverySize()
 {
     QFETCH(QSize, picture);
     QFETCH(int, firstHeight);
@@ -70,7 +71,7 @@ void TestScrollBarLoop::comesToRestAtEverySize()
         ResizeCounter leftResizes(leftView->viewport());
         window.resize(1066, height);
         for (int i = 0; i < 60; ++i) {
-            QCoreApplication::processEvents(); // a loop goes on by posted events
+            QCoreApplication::processEvents(); // a loop continues through posted events
         }
         QVERIFY2(mainResizes.count + leftResizes.count < 20,
                  qPrintable(QStringLiteral("%1 and %2 resizes at height %3")
@@ -78,7 +79,7 @@ void TestScrollBarLoop::comesToRestAtEverySize()
                                 .arg(leftResizes.count)
                                 .arg(height)));
         wasHidden = wasHidden || !mainView->verticalScrollBar()->isVisible();
-        // The scene takes its share of the width, or a little less where more would not last.
+        // The scene takes its share of the width, or a little less if a larger scale is not stable.
         const double scene = mainView->sceneRect().width() * mainView->transform().m11();
         const double share = mainView->viewport()->width() * mainView->fitRatio();
         QVERIFY(scene <= share + 0.01 && scene > share - 0.75 * 20);
@@ -86,7 +87,7 @@ void TestScrollBarLoop::comesToRestAtEverySize()
     QVERIFY(wasHidden || picture.height() > 1000);
 }
 
-void TestScrollBarLoop::comesToRestInANarrowView()
+void TestScrollBarLoop::settlesInANarrowView()
 {
     QGraphicsScene scene(0, 0, 13.2, 54); // one page of an image of 11 x 11
     LeftView view(nullptr);
@@ -101,7 +102,7 @@ void TestScrollBarLoop::comesToRestInANarrowView()
         for (int i = 0; i < 60; ++i) {
             QCoreApplication::processEvents();
         }
-        hadBothBars = hadBothBars || resizes.least.boundedTo(view.size() - QSize(1, 1)) == resizes.least;
+        hadBothBars = hadBothBars || resizes.smallest.boundedTo(view.size() - QSize(1, 1)) == resizes.smallest;
         QVERIFY2(resizes.count < 20,
                  qPrintable(QStringLiteral("%1 resizes at width %2").arg(resizes.count).arg(width)));
     }

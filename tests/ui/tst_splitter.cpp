@@ -1,6 +1,6 @@
+#include "support/imagecomparison.h"
 #include "support/testmain.h"
 #include "ui/customsplitter.h"
-#include "ui/pixels.h"
 
 #include <QLinearGradient>
 #include <QMouseEvent>
@@ -14,9 +14,9 @@ namespace {
 
 enum class Look { Normal, Hover, Pressed };
 
-void dot(QPainter &painter, double centreX, double centreY, double size)
+void dot(QPainter &painter, double centerX, double centerY, double size)
 {
-    painter.drawEllipse(QRectF(centreX - size / 2, centreY - size / 2, size, size));
+    painter.drawEllipse(QRectF(centerX - size / 2, centerY - size / 2, size, size));
 }
 
 void line(QPainter &painter, double x1, double y1, double x2, double y2)
@@ -79,11 +79,11 @@ void paintPressed(QPainter &painter, QSize size, double cx, double cy)
     }
 }
 
-/// What the handle looks like on a ground of one colour.
-QImage expectedLook(Look look, QSize size, QRgb ground)
+/// The expected look of the handle over a background of one color.
+QImage expectedLook(Look look, QSize size, QRgb background)
 {
     QImage image(size, QImage::Format_ARGB32_Premultiplied);
-    image.fill(QColor::fromRgba(ground));
+    image.fill(QColor::fromRgba(background));
     const double cx = (size.width() - 1) / 2;
     const double cy = (size.height() - 1) / 2;
     QPainter painter(&image);
@@ -102,11 +102,11 @@ QImage expectedLook(Look look, QSize size, QRgb ground)
     return image;
 }
 
-/// What the handle paints by itself on a ground of one colour.
-QImage paintedLook(QWidget *handle, QRgb ground)
+/// What the handle paints over a background of one color.
+QImage paintedLook(QWidget *handle, QRgb background)
 {
     QImage image(handle->size(), QImage::Format_ARGB32_Premultiplied);
-    image.fill(QColor::fromRgba(ground));
+    image.fill(QColor::fromRgba(background));
     handle->render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
     return image;
 }
@@ -172,7 +172,7 @@ class TestSplitter : public QObject
 private slots:
     void isNarrowAndNotCollapsible();
     void takesAnOrientation();
-    void makesItsOwnHandles();
+    void createsItsOwnHandles();
     void paintsTheThreeLooks_data();
     void paintsTheThreeLooks();
     void looksFollowTheEvents();
@@ -205,7 +205,7 @@ void TestSplitter::takesAnOrientation()
     }
 }
 
-void TestSplitter::makesItsOwnHandles()
+void TestSplitter::createsItsOwnHandles()
 {
     for (const Qt::Orientation orientation : {Qt::Horizontal, Qt::Vertical}) {
         CustomSplitter splitter(orientation, nullptr);
@@ -223,13 +223,14 @@ void TestSplitter::paintsTheThreeLooks_data()
 {
     QTest::addColumn<Look>("look");
     QTest::addColumn<QSize>("size");
-    QTest::addColumn<QRgb>("ground");
+    QTest::addColumn<QRgb>("background");
     const std::pair<const char *, Look> looks[]{
         {"normal", Look::Normal}, {"hover", Look::Hover}, {"pressed", Look::Pressed}};
     for (const auto &[name, look] : looks) {
         for (const QSize size : {QSize(6, 200), QSize(6, 201), QSize(6, 47), QSize(6, 10), QSize(7, 90)}) {
-            for (const QRgb ground : {0xffffffffU, 0xff102030U, 0U}) {
-                QTest::addRow("%s %dx%d on %08x", name, size.width(), size.height(), ground) << look << size << ground;
+            for (const QRgb background : {0xffffffffU, 0xff102030U, 0U}) {
+                QTest::addRow("%s %dx%d on %08x", name, size.width(), size.height(), background)
+                    << look << size << background;
             }
         }
     }
@@ -239,7 +240,7 @@ void TestSplitter::paintsTheThreeLooks()
 {
     QFETCH(Look, look);
     QFETCH(QSize, size);
-    QFETCH(QRgb, ground);
+    QFETCH(QRgb, background);
     Pair pair(QSize(400 + size.width(), size.height()));
     pair.splitter.setHandleWidth(size.width());
     QWidget *const handle = pair.handle();
@@ -250,7 +251,7 @@ void TestSplitter::paintsTheThreeLooks()
         enter(handle);
         mouse(handle, QEvent::MouseButtonPress, Qt::LeftButton);
     }
-    QCOMPARE(firstDifference(paintedLook(handle, ground), expectedLook(look, size, ground)), QString());
+    QCOMPARE(firstDifference(paintedLook(handle, background), expectedLook(look, size, background)), QString());
 }
 
 void TestSplitter::looksFollowTheEvents()
@@ -290,16 +291,16 @@ void TestSplitter::repaintsAfterEachEvent()
     QWidget *const handle = pair.handle();
     PaintCounter counter;
     handle->installEventFilter(&counter);
-    const std::function<void()> happenings[]{
+    const std::function<void()> events[]{
         [&] { enter(handle); },
         [&] { mouse(handle, QEvent::MouseButtonPress, Qt::RightButton); },
         [&] { mouse(handle, QEvent::MouseButtonRelease, Qt::RightButton); },
         [&] { leave(handle); },
     };
-    for (const auto &happen : happenings) {
+    for (const auto &sendEvent : events) {
         QCoreApplication::processEvents();
         counter.count = 0;
-        happen();
+        sendEvent();
         QTRY_VERIFY(counter.count > 0);
     }
 }

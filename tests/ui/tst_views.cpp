@@ -29,10 +29,10 @@ const QByteArray styleSheet =
 
 enum class Kind { Main, Left };
 
-/// A view whose handler of drops can be called. Qt itself calls it only while a
-/// drag that was accepted is under way.
+/// A view whose drop handler tests can call. Qt itself calls it only during a
+/// drag that was accepted.
 template <typename View>
-class OpenView : public View
+class DroppableView : public View
 {
 public:
     using View::dropEvent;
@@ -42,9 +42,9 @@ public:
 std::unique_ptr<QGraphicsView> makeView(Kind kind)
 {
     if (kind == Kind::Main) {
-        return std::make_unique<OpenView<MainView>>(nullptr);
+        return std::make_unique<DroppableView<MainView>>(nullptr);
     }
-    return std::make_unique<OpenView<LeftView>>(nullptr);
+    return std::make_unique<DroppableView<LeftView>>(nullptr);
 }
 
 void addKinds()
@@ -106,38 +106,38 @@ private slots:
 
     void startsWithDropsAndWithoutScrollBars_data() { addKinds(); }
     void startsWithDropsAndWithoutScrollBars();
-    void carriesTheStyleSheetToTheByte_data() { addKinds(); }
-    void carriesTheStyleSheetToTheByte();
-    void leavesTheDefaultsOfTheBase_data() { addKinds(); }
-    void leavesTheDefaultsOfTheBase();
+    void hasExactlyThisStyleSheet_data() { addKinds(); }
+    void hasExactlyThisStyleSheet();
+    void keepsTheDefaultsOfTheBaseClass_data() { addKinds(); }
+    void keepsTheDefaultsOfTheBaseClass();
     void storesAnyRatio_data();
     void storesAnyRatio();
     void fitsAShareOfTheWidth_data();
     void fitsAShareOfTheWidth();
     void fitsTheRectangleOfTheScene_data() { addKinds(); }
     void fitsTheRectangleOfTheScene();
-    void anEqualFitKeepsTheScrollPosition_data() { addKinds(); }
-    void anEqualFitKeepsTheScrollPosition();
+    void fittingToTheSameWidthKeepsTheScrollPosition_data() { addKinds(); }
+    void fittingToTheSameWidthKeepsTheScrollPosition();
     void fitsWhenTheViewportGrows_data() { addKinds(); }
     void fitsWhenTheViewportGrows();
-    void aResizeToTheSameSizeRefitsTheLeftViewOnly_data() { addKinds(); }
-    void aResizeToTheSameSizeRefitsTheLeftViewOnly();
-    void fitsBehindTheBaseOrAheadOfIt_data();
-    void fitsBehindTheBaseOrAheadOfIt();
+    void resizeToTheSameSizeRefitsOnlyTheLeftView_data() { addKinds(); }
+    void resizeToTheSameSizeRefitsOnlyTheLeftView();
+    void fitsAfterOrBeforeTheBaseHandler_data();
+    void fitsAfterOrBeforeTheBaseHandler();
     void resizesWithoutAScene_data() { addKinds(); }
     void resizesWithoutAScene();
     void showsScrollBarsAsNeeded_data() { addKinds(); }
     void showsScrollBarsAsNeeded();
-    void letsDragsRiseToTheParent_data() { addKinds(); }
-    void letsDragsRiseToTheParent();
-    void paintsWhatThePlainViewPaints_data();
-    void paintsWhatThePlainViewPaints();
+    void propagatesDragsToTheParent_data() { addKinds(); }
+    void propagatesDragsToTheParent();
+    void paintsLikeThePlainView_data();
+    void paintsLikeThePlainView();
 
     void windowSetsUpViewsAndScenes();
     void windowTakesSceneRectanglesFromTheViewports();
     void windowResizeFitsBothViews();
-    void zoomLadderHasTheseDoubles();
-    void zoomTurnsBackAtTheLimit();
+    void zoomStepsAreExact();
+    void zoomStopsAtTheLimits();
     void zoomKeepsItsShareWhenTheWindowGrows();
     void switchingTheLayoutKeepsTheTransform();
     void rebuildShowsScrollBars_data();
@@ -163,14 +163,14 @@ void TestViews::startsWithDropsAndWithoutScrollBars()
     QCOMPARE(LeftView(&parent).parentWidget(), &parent);
 }
 
-void TestViews::carriesTheStyleSheetToTheByte()
+void TestViews::hasExactlyThisStyleSheet()
 {
     QFETCH(Kind, kind);
     QCOMPARE(styleSheet.size(), 1146);
     QCOMPARE(makeView(kind)->styleSheet().toUtf8(), styleSheet);
 }
 
-void TestViews::leavesTheDefaultsOfTheBase()
+void TestViews::keepsTheDefaultsOfTheBaseClass()
 {
     QFETCH(Kind, kind);
     const auto view = makeView(kind);
@@ -257,7 +257,7 @@ void TestViews::fitsTheRectangleOfTheScene()
     QCOMPARE(view->transform(), QTransform::fromScale(expected, expected));
 }
 
-void TestViews::anEqualFitKeepsTheScrollPosition()
+void TestViews::fittingToTheSameWidthKeepsTheScrollPosition()
 {
     QFETCH(Kind, kind);
     const auto view = makeView(kind);
@@ -287,7 +287,7 @@ void TestViews::fitsWhenTheViewportGrows()
     }
 }
 
-void TestViews::aResizeToTheSameSizeRefitsTheLeftViewOnly()
+void TestViews::resizeToTheSameSizeRefitsOnlyTheLeftView()
 {
     QFETCH(Kind, kind);
     const auto view = makeView(kind);
@@ -304,7 +304,7 @@ void TestViews::aResizeToTheSameSizeRefitsTheLeftViewOnly()
     QCOMPARE(view->transform(), QTransform::fromScale(expected, expected));
 }
 
-void TestViews::fitsBehindTheBaseOrAheadOfIt_data()
+void TestViews::fitsAfterOrBeforeTheBaseHandler_data()
 {
     QTest::addColumn<Kind>("kind");
     QTest::addColumn<double>("scaleAtFirst");
@@ -312,7 +312,7 @@ void TestViews::fitsBehindTheBaseOrAheadOfIt_data()
     QTest::newRow("LeftView before the base") << Kind::Left << 500 * 0.8 / 300;
 }
 
-void TestViews::fitsBehindTheBaseOrAheadOfIt()
+void TestViews::fitsAfterOrBeforeTheBaseHandler()
 {
     QFETCH(Kind, kind);
     QFETCH(double, scaleAtFirst);
@@ -325,8 +325,8 @@ void TestViews::fitsBehindTheBaseOrAheadOfIt()
     view->show();
     QCOMPARE(view->viewport()->size(), QSize(200, 100));
 
-    // The base handler adapts the scroll range to the height; the scale at that
-    // time tells whether the fit came first.
+    // The handler of the base class adapts the scroll range to the height; the
+    // scale at that time shows whether the fit came first.
     connect(view->verticalScrollBar(), &QScrollBar::rangeChanged, this,
             [&] { scales.append(view->transform().m11()); });
     view->resize(500, 180);
@@ -364,7 +364,7 @@ void TestViews::showsScrollBarsAsNeeded()
     }
 }
 
-void TestViews::letsDragsRiseToTheParent()
+void TestViews::propagatesDragsToTheParent()
 {
     QFETCH(Kind, kind);
     const auto view = makeView(kind);
@@ -383,14 +383,14 @@ void TestViews::letsDragsRiseToTheParent()
     QVERIFY(!enter.isAccepted());
     QDropEvent drop(QPointF(100, 50), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
     if (kind == Kind::Main) {
-        static_cast<OpenView<MainView> *>(view.get())->dropEvent(&drop);
+        static_cast<DroppableView<MainView> *>(view.get())->dropEvent(&drop);
     } else {
-        static_cast<OpenView<LeftView> *>(view.get())->dropEvent(&drop);
+        static_cast<DroppableView<LeftView> *>(view.get())->dropEvent(&drop);
     }
     QVERIFY(!drop.isAccepted());
     QCOMPARE(counter.count, 0);
 
-    // The same event reaches the scene of a view that keeps the handlers of the base.
+    // The same event reaches the scene of a view with the handlers of the base class.
     QGraphicsView plain(&scene);
     plain.resize(300, 200);
     QDragEnterEvent again(QPoint(100, 50), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
@@ -398,7 +398,7 @@ void TestViews::letsDragsRiseToTheParent()
     QCOMPARE(counter.count, 1);
 }
 
-void TestViews::paintsWhatThePlainViewPaints_data()
+void TestViews::paintsLikeThePlainView_data()
 {
     QTest::addColumn<Kind>("kind");
     QTest::addColumn<double>("scale");
@@ -409,7 +409,7 @@ void TestViews::paintsWhatThePlainViewPaints_data()
     }
 }
 
-void TestViews::paintsWhatThePlainViewPaints()
+void TestViews::paintsLikeThePlainView()
 {
     QFETCH(Kind, kind);
     QFETCH(double, scale);
@@ -501,7 +501,7 @@ void TestViews::windowResizeFitsBothViews()
     }
 }
 
-void TestViews::zoomLadderHasTheseDoubles()
+void TestViews::zoomStepsAreExact()
 {
     MainWindow window;
     window.loadImageFile(writePicture(QSize(700, 3000)));
@@ -525,7 +525,7 @@ void TestViews::zoomLadderHasTheseDoubles()
     QCOMPARE(leftView->transform(), leftTransform);
 }
 
-void TestViews::zoomTurnsBackAtTheLimit()
+void TestViews::zoomStopsAtTheLimits()
 {
     MainWindow window;
     auto *mainView = childOf<MainView>(window, "mainView");

@@ -3,6 +3,7 @@
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 #include "ui/windowaccess.h"
+#include "ui/windowstore.h"
 
 #include <QSplitter>
 #include <QToolBar>
@@ -12,41 +13,21 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QSettings openStore()
-{
-    return QSettings(u"Quillmarch"_s, u"Settings"_s);
-}
-
-QByteArray stored(const QString &key)
-{
-    return QSettings(u"Quillmarch"_s, u"Settings"_s).value(key).toByteArray();
-}
-
 void store(const QString &key, const QByteArray &bytes)
 {
-    QSettings(u"Quillmarch"_s, u"Settings"_s).setValue(key, bytes);
+    openStore().setValue(key, bytes);
 }
 
 QStringList storedKeys()
 {
-    QStringList keys = QSettings(u"Quillmarch"_s, u"Settings"_s).allKeys();
+    QStringList keys = openStore().allKeys();
     keys.sort();
     return keys;
 }
 
-const QStringList allKeys{u"splitterState"_s, u"windowGeometry"_s, u"windowState"_s};
 const QStringList windowKeys{u"windowGeometry"_s, u"windowState"_s};
 
-/// Two thirds of the primary screen in each direction, centred.
-QRect firstGeometry()
-{
-    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
-    const int w = 2 * screen.width() / 3;
-    const int h = 2 * screen.height() / 3;
-    return QRect((screen.width() - w) / 2 + screen.x(), (screen.height() - h) / 2 + screen.y(), w, h);
-}
-
-/// What a window of the geometry \a rect stores.
+/// The stored bytes of a window with the geometry \a rect.
 QByteArray geometryBytes(const QRect &rect)
 {
     QMainWindow window;
@@ -54,11 +35,11 @@ QByteArray geometryBytes(const QRect &rect)
     return window.saveGeometry();
 }
 
-/// What a window stores that has its toolbar on the left.
+/// The stored bytes of a window with its toolbar on the left.
 QByteArray stateWithToolBarOnTheLeft()
 {
     MainWindow window;
-    window.addToolBar(Qt::LeftToolBarArea, window.findChild<QToolBar *>());
+    window.addToolBar(Qt::LeftToolBarArea, childOf<QToolBar>(window, "mainToolbar"));
     const QByteArray bytes = window.saveState(0);
     openStore().clear();
     return bytes;
@@ -78,7 +59,7 @@ QByteArray stateWithFloatingToolBar(const QPoint &place, bool shown)
     return bytes;
 }
 
-/// What a splitter stores that gives its left widget a fifth of the room.
+/// The stored bytes of a splitter whose left widget has a fifth of the width.
 QByteArray stateOfAnUnevenSplitter()
 {
     CustomSplitter splitter(nullptr);
@@ -91,7 +72,7 @@ QByteArray stateOfAnUnevenSplitter()
 
 Qt::ToolBarArea toolBarArea(const MainWindow &window)
 {
-    return window.toolBarArea(window.findChild<QToolBar *>());
+    return window.toolBarArea(childOf<QToolBar>(window, "mainToolbar"));
 }
 
 /// The share of the left view in the width of both.
@@ -113,18 +94,18 @@ private slots:
 
     void firstRunTakesTwoThirdsOfTheScreen();
     void constructionStoresNothing();
-    void survivesToTheNextWindow();
+    void isRestoredInTheNextWindow();
     void smallGeometryIsReplaced_data();
     void smallGeometryIsReplaced();
-    void offScreenGeometryComesBack_data();
-    void offScreenGeometryComesBack();
+    void offScreenGeometryIsMovedBack_data();
+    void offScreenGeometryIsMovedBack();
     void keepsTheToolBarOfAReplacedGeometry();
     void floatingToolBarComesAfterTheWindow_data();
     void floatingToolBarComesAfterTheWindow();
     void ignoresTheStateWithoutAGeometry();
     void appliesTheSplitterStateAlone();
-    void dropsGarbage_data();
-    void dropsGarbage();
+    void ignoresInvalidBytes_data();
+    void ignoresInvalidBytes();
     void movingStoresAllButTheSplitter();
     void resizingStoresAllButTheSplitter();
     void closingStoresEverything();
@@ -147,7 +128,7 @@ void TestWindowState::constructionStoresNothing()
     QCOMPARE(storedKeys(), QStringList());
 }
 
-void TestWindowState::survivesToTheNextWindow()
+void TestWindowState::isRestoredInTheNextWindow()
 {
     const QRect place(60, 70, 611, 433);
     QByteArray splitterState;
@@ -155,7 +136,7 @@ void TestWindowState::survivesToTheNextWindow()
         MainWindow window;
         window.setGeometry(place);
         window.show();
-        window.addToolBar(Qt::BottomToolBarArea, window.findChild<QToolBar *>());
+        window.addToolBar(Qt::BottomToolBarArea, childOf<QToolBar>(window, "mainToolbar"));
         auto *splitter = qobject_cast<QSplitter *>(window.centralWidget());
         splitter->setSizes({150, 450});
         splitterState = splitter->saveState();
@@ -192,23 +173,23 @@ void TestWindowState::smallGeometryIsReplaced()
     QCOMPARE(window.geometry(), kept ? rect : firstGeometry());
 }
 
-void TestWindowState::offScreenGeometryComesBack_data()
+void TestWindowState::offScreenGeometryIsMovedBack_data()
 {
     QTest::addColumn<QRect>("rect");
     QTest::newRow("right") << QRect(5000, 100, 500, 400);
     QTest::newRow("left") << QRect(-5000, 100, 500, 400);
     QTest::newRow("below") << QRect(100, 9000, 500, 400);
-    QTest::newRow("centre only") << QRect(-300, 100, 500, 400);
+    QTest::newRow("center only") << QRect(-300, 100, 500, 400);
 }
 
-void TestWindowState::offScreenGeometryComesBack()
+void TestWindowState::offScreenGeometryIsMovedBack()
 {
     QFETCH(QRect, rect);
     const QByteArray bytes = geometryBytes(rect);
     store(u"windowGeometry"_s, bytes);
     const MainWindow window;
 
-    // Qt itself may bring such a window back; where it does not, the first geometry is due.
+    // Qt itself may move such a window onto the screen; if it does not, the first geometry is used.
     QMainWindow plain;
     plain.restoreGeometry(bytes);
     const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
@@ -271,10 +252,10 @@ void TestWindowState::appliesTheSplitterStateAlone()
     QVERIFY2(std::abs(leftShare(window) - 0.2) < 0.02, qPrintable(QString::number(leftShare(window))));
 }
 
-void TestWindowState::dropsGarbage_data()
+void TestWindowState::ignoresInvalidBytes_data()
 {
-    // What the toolkit refuses leaves its own geometry, for a value was there and the
-    // first geometry is not set; a value cut short it takes for one of no size.
+    // Bytes that Qt rejects leave its default geometry: a value exists, so the first
+    // geometry is not set. Qt reads a truncated value as an empty geometry.
     const QRect untouched = QMainWindow().geometry();
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QRect>("rect");
@@ -284,7 +265,7 @@ void TestWindowState::dropsGarbage_data()
     QTest::newRow("cut short") << geometryBytes(QRect(50, 60, 555, 444)).left(10) << firstGeometry();
 }
 
-void TestWindowState::dropsGarbage()
+void TestWindowState::ignoresInvalidBytes()
 {
     QFETCH(QByteArray, bytes);
     for (const QString &key : allKeys) {

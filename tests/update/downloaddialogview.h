@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/windowprobe.h"
 #include "update/downloadupdatedialog.h"
 
 #include <QHBoxLayout>
@@ -11,8 +12,8 @@
 
 #include <utility>
 
-/// A request with something in every text.
-inline DownloadRequestInfo someRequest()
+/// A request with all texts filled in.
+[[nodiscard]] inline DownloadRequestInfo someRequest()
 {
     DownloadRequestInfo request;
     request.latestVersion = QStringLiteral("3.0.0");
@@ -25,33 +26,43 @@ inline DownloadRequestInfo someRequest()
     return request;
 }
 
-/// The widgets of a download dialog, found by their places in its layouts.
+[[nodiscard]] inline DownloadRequestInfo forcedRequest()
+{
+    DownloadRequestInfo request = someRequest();
+    request.isForced = true;
+    return request;
+}
+
+/// The widgets and layouts of a download dialog, found by their object names.
+/// Construct it before a download finishes: until then the close button is the
+/// only one without a name.
 struct DialogView
 {
     explicit DialogView(const DownloadUpdateDialog &dialog)
         : layout(qobject_cast<QVBoxLayout *>(dialog.layout()))
-        , scrollArea(dialog.findChild<QScrollArea *>())
-        , container(layout->itemAt(7)->widget())
+        , scrollArea(childOf<QScrollArea>(dialog, "notesArea"))
+        , container(childOf<QWidget>(dialog, "progressContainer"))
         , progressLayout(qobject_cast<QHBoxLayout *>(container->layout()))
-        , statusLayout(qobject_cast<QHBoxLayout *>(layout->itemAt(8)->layout()))
-        , buttonLayout(qobject_cast<QHBoxLayout *>(layout->itemAt(10)->layout()))
-        , title(label(layout, 0))
-        , subtitle(label(layout, 1))
-        , currentVersion(label(layout, 2))
-        , fileSize(label(layout, 3))
-        , checksum(label(layout, 4))
-        , notesHeading(label(layout, 5))
-        , notes(qobject_cast<QLabel *>(scrollArea->widget()))
-        , bar(qobject_cast<QProgressBar *>(progressLayout->itemAt(0)->widget()))
-        , percent(label(progressLayout, 1))
-        , status(label(statusLayout, 0))
-        , speed(label(statusLayout, 2))
-        , location(label(layout, 9))
-        , skip(button(1))
-        , later(button(2))
-        , update(button(3))
-        , openFolder(button(4))
-        , close(button(5))
+        , statusLayout(childOf<QHBoxLayout>(dialog, "statusLayout"))
+        , buttonLayout(childOf<QHBoxLayout>(dialog, "buttonLayout"))
+        , title(childOf<QLabel>(dialog, "titleLabel"))
+        , subtitle(childOf<QLabel>(dialog, "subtitleLabel"))
+        , currentVersion(childOf<QLabel>(dialog, "currentVersionLabel"))
+        , fileSize(childOf<QLabel>(dialog, "fileSizeLabel"))
+        , checksum(childOf<QLabel>(dialog, "checksumLabel"))
+        , notesHeading(childOf<QLabel>(dialog, "notesHeading"))
+        , notes(childOf<QLabel>(dialog, "updateLogLabel"))
+        , bar(childOf<QProgressBar>(dialog, "progressBar"))
+        , percent(childOf<QLabel>(dialog, "percentLabel"))
+        , status(childOf<QLabel>(dialog, "statusLabel"))
+        , speed(childOf<QLabel>(dialog, "speedLabel"))
+        , location(childOf<QLabel>(dialog, "fileLocationLabel"))
+        , skip(childOf<QPushButton>(dialog, "skipButton"))
+        , later(childOf<QPushButton>(dialog, "laterButton"))
+        , update(childOf<QPushButton>(dialog, "primaryButton"))
+        , openFolder(childOf<QPushButton>(dialog, "openFolderButton"))
+        , close(unnamedButtonOf(dialog))
+        , retry(childOf<QPushButton>(dialog, "retryButton"))
     {
     }
 
@@ -78,14 +89,15 @@ struct DialogView
     QPushButton *update;
     QPushButton *openFolder;
     QPushButton *close;
+    QPushButton *retry;
 
     /// The visible buttons, each by its letter: s, l, u, o, c.
-    QString visibleButtons() const
+    [[nodiscard]] QString visibleButtons() const
     {
         QString letters;
-        for (const auto &[shown, letter] : {std::pair(skip, 's'), std::pair(later, 'l'), std::pair(update, 'u'),
-                                            std::pair(openFolder, 'o'), std::pair(close, 'c')}) {
-            if (shown->isVisible()) {
+        for (const auto &[button, letter] : {std::pair(skip, 's'), std::pair(later, 'l'), std::pair(update, 'u'),
+                                             std::pair(openFolder, 'o'), std::pair(close, 'c')}) {
+            if (button->isVisible()) {
                 letters += QLatin1Char(letter);
             }
         }
@@ -93,15 +105,21 @@ struct DialogView
     }
 
 private:
-    static QLabel *label(const QLayout *layout, int index)
+    static QPushButton *unnamedButtonOf(const DownloadUpdateDialog &dialog)
     {
-        return qobject_cast<QLabel *>(layout->itemAt(index)->widget());
+        const auto buttons = dialog.findChildren<QPushButton *>();
+        for (QPushButton *button : buttons) {
+            if (button->objectName().isEmpty()) {
+                return button;
+            }
+        }
+        return nullptr;
     }
-    QPushButton *button(int index) const { return qobject_cast<QPushButton *>(buttonLayout->itemAt(index)->widget()); }
 };
 
-/// Everything that a user can read or see in the window.
-inline QStringList look(const DownloadUpdateDialog &dialog)
+/// Visibility, text and value of every widget of the dialog: all that a user can
+/// see.
+[[nodiscard]] inline QStringList look(const DownloadUpdateDialog &dialog)
 {
     QStringList lines;
     const auto widgets = dialog.findChildren<QWidget *>();

@@ -3,16 +3,16 @@
 #include <QImage>
 #include <QWidget>
 
-/// A picture whose colour no dialog has of itself.
-inline QImage redPicture()
+/// A picture in a color that no dialog uses itself.
+[[nodiscard]] inline QImage redPicture()
 {
     QImage image(40, 20, QImage::Format_RGB32);
     image.fill(Qt::red);
     return image;
 }
 
-/// Whether \a widget draws any of redPicture().
-inline bool showsRed(QWidget &widget)
+/// Whether \a widget draws any pixel of redPicture().
+[[nodiscard]] inline bool showsRed(QWidget &widget)
 {
     const QImage shown = widget.grab().toImage();
     for (int y = 0; y < shown.height(); ++y) {

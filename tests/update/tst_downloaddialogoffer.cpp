@@ -1,8 +1,10 @@
 #include "downloaddialogview.h"
 #include "redpicture.h"
-#include "support/documents.h"
+#include "support/files.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 #include "update/downloaddialogsizes.h"
+#include "updatechecks.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,6 +20,21 @@ using namespace Qt::StringLiterals;
 using TextOfRequest = QString DownloadRequestInfo::*;
 Q_DECLARE_METATYPE(TextOfRequest)
 
+namespace {
+
+/// The widgets and layouts in \a layout, null for a spacer.
+QObjectList itemsOf(const QLayout &layout)
+{
+    QObjectList items;
+    for (int i = 0; i < layout.count(); ++i) {
+        QLayoutItem *item = layout.itemAt(i);
+        items.append(item->widget() ? static_cast<QObject *>(item->widget()) : item->layout());
+    }
+    return items;
+}
+
+} // namespace
+
 class TestDownloadDialogOffer : public QObject
 {
     Q_OBJECT
@@ -25,15 +42,18 @@ class TestDownloadDialogOffer : public QObject
 private slots:
     void init();
 
-    void followsTheScale_data();
-    void followsTheScale();
-    void hasUsualSizesWithoutAScreen();
-    void followsTheScreen_data();
-    void followsTheScreen();
-    void followsOwnScreen();
+    void sizesDependOnTheScale_data();
+    void sizesDependOnTheScale();
+    void hasStandardSizesWithoutAScreen();
+    void sizesDependOnTheScreen_data();
+    void sizesDependOnTheScreen();
+    void hasTheSizesOfItsScreen();
 
     void offersTheVersion();
     void hasItsLayout();
+    void notesScroll();
+    void hasTheLayoutOfItsProgressAndStatus();
+    void hasTheLayoutOfItsButtons();
     void hasItsStyles();
     void hasTheStyleOfTheDialog();
     void hidesButtonsOfAForcedUpdate();
@@ -44,11 +64,11 @@ private slots:
     void showsAnUnknownSize();
     void showsHtmlOfAReportAsText_data();
     void showsHtmlOfAReportAsText();
-    void placesNoRetryButton();
+    void retryButtonIsInNoLayout();
 
     void closesLater();
     void storesTheSkippedVersionInTheWorkingDirectory();
-    void storesItWhereTheWorkingDirectoryIsNow();
+    void storesTheSkippedVersionInTheCurrentWorkingDirectory();
 };
 
 void TestDownloadDialogOffer::init()
@@ -56,7 +76,7 @@ void TestDownloadDialogOffer::init()
     QFile::remove(u"user.ini"_s);
 }
 
-void TestDownloadDialogOffer::followsTheScale_data()
+void TestDownloadDialogOffer::sizesDependOnTheScale_data()
 {
     QTest::addColumn<double>("scale");
     QTest::addColumn<double>("pointSize");
@@ -73,7 +93,7 @@ void TestDownloadDialogOffer::followsTheScale_data()
     QTest::newRow("3.0") << 3.0 << 11.0 << QSize(768, 928) << 48;
 }
 
-void TestDownloadDialogOffer::followsTheScale()
+void TestDownloadDialogOffer::sizesDependOnTheScale()
 {
     QFETCH(double, scale);
     QTEST(downloadDialogPointSize(scale), "pointSize");
@@ -81,14 +101,14 @@ void TestDownloadDialogOffer::followsTheScale()
     QTEST(downloadDialogMargin(scale), "margin");
 }
 
-void TestDownloadDialogOffer::hasUsualSizesWithoutAScreen()
+void TestDownloadDialogOffer::hasStandardSizesWithoutAScreen()
 {
     QCOMPARE(downloadDialogPointSize(std::nullopt), 10.0);
     QCOMPARE(downloadDialogSize(std::nullopt), QSize(480, 580));
     QCOMPARE(downloadDialogMargin(std::nullopt), 30);
 }
 
-void TestDownloadDialogOffer::followsTheScreen_data()
+void TestDownloadDialogOffer::sizesDependOnTheScreen_data()
 {
     QTest::addColumn<int>("dpi");
     QTest::newRow("72") << 72;
@@ -99,24 +119,25 @@ void TestDownloadDialogOffer::followsTheScreen_data()
     QTest::newRow("192") << 192;
 }
 
-/// Runs followsOwnScreen() in a process of its own, as the density is fixed
-/// when a process starts.
-void TestDownloadDialogOffer::followsTheScreen()
+/// Runs hasTheSizesOfItsScreen() in a separate process, because the density is fixed when
+/// a process starts.
+void TestDownloadDialogOffer::sizesDependOnTheScreen()
 {
     QFETCH(int, dpi);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"QT_ENABLE_HIGHDPI_SCALING"_s, u"0"_s); // otherwise the pixel ratio takes it up
+    environment.insert(u"QT_ENABLE_HIGHDPI_SCALING"_s,
+                       u"0"_s); // otherwise the density changes the device pixel ratio instead
     environment.insert(u"QT_FONT_DPI"_s, QString::number(dpi));
     QProcess process;
     process.setProcessEnvironment(environment);
-    process.start(QCoreApplication::applicationFilePath(), {u"followsOwnScreen"_s});
+    process.start(QCoreApplication::applicationFilePath(), {u"hasTheSizesOfItsScreen"_s});
     QVERIFY(process.waitForFinished());
     const QByteArray output = process.readAllStandardOutput();
     QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0, output.constData());
-    QVERIFY2(output.contains("PASS   : TestDownloadDialogOffer::followsOwnScreen()"), output.constData());
+    QVERIFY2(output.contains("PASS   : TestDownloadDialogOffer::hasTheSizesOfItsScreen()"), output.constData());
 }
 
-void TestDownloadDialogOffer::followsOwnScreen()
+void TestDownloadDialogOffer::hasTheSizesOfItsScreen()
 {
     struct Row
     {
@@ -181,10 +202,18 @@ void TestDownloadDialogOffer::hasItsLayout()
 {
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
-    QCOMPARE(view.layout->count(), 11);
     QCOMPARE(view.layout->spacing(), 12);
-    QCOMPARE(view.layout->itemAt(6)->widget(), view.scrollArea);
+    QCOMPARE(
+        itemsOf(*view.layout),
+        (QObjectList{view.title, view.subtitle, view.currentVersion, view.fileSize, view.checksum, view.notesHeading,
+                     view.scrollArea, view.container, view.statusLayout, view.location, view.buttonLayout}));
+    QCOMPARE(view.scrollArea->widget(), view.notes);
+}
 
+void TestDownloadDialogOffer::notesScroll()
+{
+    const DownloadUpdateDialog dialog(someRequest(), nullptr);
+    const DialogView view(dialog);
     QVERIFY(view.scrollArea->widgetResizable());
     QCOMPARE(view.scrollArea->horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
     QCOMPARE(view.scrollArea->verticalScrollBarPolicy(), Qt::ScrollBarAsNeeded);
@@ -197,9 +226,14 @@ void TestDownloadDialogOffer::hasItsLayout()
     }
     QVERIFY(view.notes->wordWrap());
     QCOMPARE(view.notes->alignment(), Qt::AlignLeft | Qt::AlignTop);
+}
 
+void TestDownloadDialogOffer::hasTheLayoutOfItsProgressAndStatus()
+{
+    const DownloadUpdateDialog dialog(someRequest(), nullptr);
+    const DialogView view(dialog);
     QCOMPARE(view.progressLayout->contentsMargins(), QMargins(0, 16, 0, 8));
-    QCOMPARE(view.progressLayout->count(), 2);
+    QCOMPARE(itemsOf(*view.progressLayout), (QObjectList{view.bar, view.percent}));
     QCOMPARE(view.progressLayout->stretch(0), 1);
     QCOMPARE(view.progressLayout->stretch(1), 0);
     QCOMPARE(view.bar->minimumHeight(), 8);
@@ -207,13 +241,19 @@ void TestDownloadDialogOffer::hasItsLayout()
     QVERIFY(!view.bar->isTextVisible());
 
     QCOMPARE(view.statusLayout->contentsMargins(), QMargins(0, 0, 0, 16));
-    QCOMPARE(view.statusLayout->count(), 3);
+    QCOMPARE(itemsOf(*view.statusLayout), (QObjectList{view.status, nullptr, view.speed}));
     QVERIFY(view.statusLayout->itemAt(1)->spacerItem());
     QVERIFY(view.location->wordWrap());
+}
 
+void TestDownloadDialogOffer::hasTheLayoutOfItsButtons()
+{
+    const DownloadUpdateDialog dialog(someRequest(), nullptr);
+    const DialogView view(dialog);
     QCOMPARE(view.buttonLayout->spacing(), 12);
     QCOMPARE(view.buttonLayout->contentsMargins(), QMargins(0, 8, 0, 0));
-    QCOMPARE(view.buttonLayout->count(), 7);
+    QCOMPARE(itemsOf(*view.buttonLayout),
+             (QObjectList{nullptr, view.skip, view.later, view.update, view.openFolder, view.close, nullptr}));
     QVERIFY(view.buttonLayout->itemAt(0)->spacerItem());
     QVERIFY(view.buttonLayout->itemAt(6)->spacerItem());
     const auto buttons = dialog.findChildren<QPushButton *>();
@@ -221,7 +261,7 @@ void TestDownloadDialogOffer::hasItsLayout()
     for (const QPushButton *button : buttons) {
         QCOMPARE(button->size(), QSize(100, 36)); // until it is shown
         QCOMPARE(button->maximumSize(), QSize(100, 36));
-        QCOMPARE(button->minimumHeight(), 36); // the width is raised by the style sheet
+        QCOMPARE(button->minimumHeight(), 36); // the style sheet raises the width
     }
     QCOMPARE(view.update->objectName(), u"primaryButton"_s);
     QCOMPARE(view.close->objectName(), QString());
@@ -280,9 +320,7 @@ void TestDownloadDialogOffer::hasTheStyleOfTheDialog()
 
 void TestDownloadDialogOffer::hidesButtonsOfAForcedUpdate()
 {
-    DownloadRequestInfo request = someRequest();
-    request.isForced = true;
-    DownloadUpdateDialog dialog(request, nullptr);
+    DownloadUpdateDialog dialog(forcedRequest(), nullptr);
     const DialogView view(dialog);
     dialog.show();
     QCOMPARE(view.title->text(), u"重要更新通知"_s);
@@ -326,9 +364,9 @@ void TestDownloadDialogOffer::shortensTheNotes_data()
     const QString five = fifty.repeated(5);
     QTest::newRow("300") << fifty.repeated(6) << fifty.repeated(6);
     QTest::newRow("301") << fifty.repeated(6) + u"b"_s << fifty.repeated(6) + u"..."_s;
-    QTest::newRow("301, last line of 50 after the cut")
+    QTest::newRow("301, last line of 50 after shortening")
         << five + u"\n\n\n"_s + QString(48, u'b') << five + u"\n\n\n"_s + QString(47, u'b') + u"..."_s;
-    QTest::newRow("302, last line of 53 after the cut")
+    QTest::newRow("302, last line of 53 after shortening")
         << five + QString(50, u'b') + u"cc"_s << five + QString(47, u'b') + u"..."_s;
     QTest::newRow("301 in one line") << QString(301, u'c') << QString(47, u'c') + u"..."_s;
 }
@@ -368,25 +406,20 @@ void TestDownloadDialogOffer::showsHtmlOfAReportAsText()
     QVERIFY(!showsRed(dialog));
 }
 
-void TestDownloadDialogOffer::placesNoRetryButton()
+void TestDownloadDialogOffer::retryButtonIsInNoLayout()
 {
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
     dialog.show();
-    QPushButton *retry = nullptr;
-    const auto buttons = dialog.findChildren<QPushButton *>();
-    for (QPushButton *button : buttons) {
-        retry = button->text() == u"重试"_s ? button : retry;
-    }
-    QVERIFY(retry);
-    QCOMPARE(view.buttonLayout->indexOf(retry), -1);
-    QCOMPARE(view.layout->indexOf(retry), -1);
-    QVERIFY(!retry->isVisible());
+    QCOMPARE(view.retry->text(), u"重试"_s);
+    QCOMPARE(view.buttonLayout->indexOf(view.retry), -1);
+    QCOMPARE(view.layout->indexOf(view.retry), -1);
+    QVERIFY(!view.retry->isVisible());
     dialog.onDownloadProgress(1, 1, 100);
     dialog.onDownloadError(u"x"_s);
-    QVERIFY(!retry->isVisible());
+    QVERIFY(!view.retry->isVisible());
     QSignalSpy started(&dialog, &DownloadUpdateDialog::requestStartDownload);
-    retry->click();
+    view.retry->click();
     QCOMPARE(started.count(), 1);
 }
 
@@ -404,8 +437,7 @@ void TestDownloadDialogOffer::closesLater()
 
 void TestDownloadDialogOffer::storesTheSkippedVersionInTheWorkingDirectory()
 {
-    QCoreApplication::setOrganizationName(u"zrnw480"_s);
-    QCoreApplication::setApplicationName(u"Quillmarch"_s);
+    nameApplication();
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
     dialog.show();
@@ -413,13 +445,11 @@ void TestDownloadDialogOffer::storesTheSkippedVersionInTheWorkingDirectory()
     view.skip->click();
     QCOMPARE(rejected.count(), 1);
     QVERIFY(!dialog.isVisible());
-    QFile file(u"user.ini"_s);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), QByteArray("[update]\nskippedVersion=3.0.0\n"));
-    QVERIFY(QSettings().allKeys().isEmpty()); // the store that silences a version is another one
+    QCOMPARE(contentOf(u"user.ini"_s), QByteArray("[update]\nskippedVersion=3.0.0\n"));
+    QVERIFY(QSettings().allKeys().isEmpty()); // silent checks use a different store
 }
 
-void TestDownloadDialogOffer::storesItWhereTheWorkingDirectoryIsNow()
+void TestDownloadDialogOffer::storesTheSkippedVersionInTheCurrentWorkingDirectory()
 {
     const QString before = QDir::currentPath();
     QFile::remove(u"user.ini"_s);
@@ -430,9 +460,7 @@ void TestDownloadDialogOffer::storesItWhereTheWorkingDirectoryIsNow()
     QVERIFY(QDir::setCurrent(before));
     QVERIFY(!QFile::exists(u"user.ini"_s));
     QVERIFY(!QFile::exists(QCoreApplication::applicationDirPath() + u"/user.ini"_s));
-    QFile file(u"moved/user.ini"_s);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), QByteArray("[update]\nskippedVersion=3.0.0\n"));
+    QCOMPARE(contentOf(u"moved/user.ini"_s), QByteArray("[update]\nskippedVersion=3.0.0\n"));
 }
 
 QUILLMARCH_TEST_MAIN(TestDownloadDialogOffer)

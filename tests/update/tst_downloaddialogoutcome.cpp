@@ -1,5 +1,6 @@
 #include "downloaddialogview.h"
 #include "support/openedurls.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 
 #include <QFile>
@@ -10,18 +11,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+const QColor blue(0x00, 0x7a, 0xff);
+const QColor gray(0xf0, 0xf0, 0xf0);
+
 /// Writes a package into \a dir and returns its path.
-QString writeFile(const QTemporaryDir &dir, const QByteArray &contents)
+QString savedPackage(const QTemporaryDir &dir, const QByteArray &contents)
 {
-    const QString path = dir.filePath(u"package.zip"_s);
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size()) {
-        qFatal("Cannot write %s", qPrintable(path));
-    }
-    return path;
+    return savedBytes(contents, dir.filePath(u"package.zip"_s));
 }
 
-/// What is painted of a button, beside its text.
+/// The color of a button next to its text.
 QColor fillOf(QPushButton *button)
 {
     return button->grab().toImage().pixelColor(12, 18);
@@ -38,19 +37,20 @@ private slots:
     void verifiesChecksums();
     void verifiesLongFiles_data();
     void verifiesLongFiles();
-    void finishesWell();
-    void finishesBadly();
+    void finishes_data();
+    void finishes();
+    void closeButtonFollowsEachFile();
     void finishesWithoutAChecksum();
-    void fetchesAgainAfterABadChecksum();
+    void downloadsAgainAfterAnInvalidChecksum();
     void failsAndRetries();
-    void failsTwiceAsOnce();
+    void repeatedErrorChangesNothing();
     void failsWhenForced();
 
     void closesFromEachState_data();
     void closesFromEachState();
     void installsThePackage();
     void installsNothingWithoutAPath();
-    void opensThePackageByTheUpdateSlot();
+    void updateSlotOpensThePackage();
     void opensTheFolder();
 };
 
@@ -58,13 +58,13 @@ void TestDownloadDialogOutcome::verifiesChecksums_data()
 {
     QTest::addColumn<QByteArray>("contents");
     QTest::addColumn<QString>("expected");
-    QTest::addColumn<bool>("good");
+    QTest::addColumn<bool>("valid");
     QTest::newRow("lower case") << QByteArray("abc") << u"900150983cd24fb0d6963f7d28e17f72"_s << true;
     QTest::newRow("upper case") << QByteArray("abc") << u"900150983CD24FB0D6963F7D28E17F72"_s << true;
     QTest::newRow("mixed case") << QByteArray("abc") << u"900150983Cd24Fb0D6963f7d28e17f72"_s << true;
     QTest::newRow("empty file") << QByteArray() << u"d41d8cd98f00b204e9800998ecf8427e"_s << true;
     QTest::newRow("other file") << QByteArray("abd") << u"900150983cd24fb0d6963f7d28e17f72"_s << false;
-    QTest::newRow("blank behind") << QByteArray("abc") << u"900150983cd24fb0d6963f7d28e17f72 "_s << false;
+    QTest::newRow("trailing space") << QByteArray("abc") << u"900150983cd24fb0d6963f7d28e17f72 "_s << false;
     QTest::newRow("first half") << QByteArray("abc") << u"900150983cd24fb0"_s << false;
     QTest::newRow("no checksum") << QByteArray("abc") << QString() << true;
 }
@@ -75,16 +75,16 @@ void TestDownloadDialogOutcome::verifiesChecksums()
     QFETCH(QString, expected);
     const QTemporaryDir dir;
     const DownloadUpdateDialog dialog(someRequest(), nullptr);
-    QTEST(dialog.verifyChecksum(writeFile(dir, contents), expected), "good");
+    QTEST(dialog.verifyChecksum(savedPackage(dir, contents), expected), "valid");
     const QString missing = dir.filePath(u"missing"_s);
-    QCOMPARE(dialog.verifyChecksum(missing, expected), expected.isEmpty()); // then it is not even read
+    QCOMPARE(dialog.verifyChecksum(missing, expected), expected.isEmpty()); // which is not even read
     QCOMPARE(dialog.verifyChecksum(dir.path(), expected), expected.isEmpty());
 }
 
 void TestDownloadDialogOutcome::verifiesLongFiles_data()
 {
     QTest::addColumn<int>("size");
-    QTest::addColumn<QString>("checksum"); // of the md5sum command
+    QTest::addColumn<QString>("checksum"); // from the md5sum command
     QTest::newRow("8191") << 8191 << u"8d1c0b25f7c566bf9d517c304ead2562"_s;
     QTest::newRow("8192") << 8192 << u"2b632128d20055d0bd434db7d023024f"_s;
     QTest::newRow("8193") << 8193 << u"0c456b58641114a95715e1b3ff980324"_s;
@@ -97,66 +97,70 @@ void TestDownloadDialogOutcome::verifiesLongFiles()
     QFETCH(QString, checksum);
     const QTemporaryDir dir;
     const DownloadUpdateDialog dialog(someRequest(), nullptr);
-    QVERIFY(dialog.verifyChecksum(writeFile(dir, QByteArray(size, 'q')), checksum));
-    QVERIFY(!dialog.verifyChecksum(writeFile(dir, QByteArray(size - 1, 'q') + 'r'), checksum));
+    QVERIFY(dialog.verifyChecksum(savedPackage(dir, QByteArray(size, 'q')), checksum));
+    QVERIFY(!dialog.verifyChecksum(savedPackage(dir, QByteArray(size - 1, 'q') + 'r'), checksum));
 }
 
-void TestDownloadDialogOutcome::finishesWell()
+void TestDownloadDialogOutcome::finishes_data()
 {
+    QTest::addColumn<QByteArray>("contents");
+    QTest::addColumn<QString>("status");
+    QTest::addColumn<QString>("checksum");
+    QTest::addColumn<QString>("checksumColor");
+    QTest::addColumn<QString>("buttons");
+    QTest::addColumn<QString>("updateText");
+    QTest::addColumn<QString>("closeText");
+    QTest::addColumn<QString>("closeName");
+    QTest::addColumn<QColor>("closeFill");
+    QTest::newRow("valid file") << QByteArray("abc") << u"下载完成，校验通过！"_s << u"MD5校验：通过 ✓"_s
+                                << u"#28a745"_s << u"oc"_s << u"暂停"_s << u"安装更新"_s << u"primaryButton"_s << blue;
+    QTest::newRow("invalid file") << QByteArray("abd") << u"下载完成，但校验失败！"_s << u"MD5校验：失败 ✗"_s
+                                  << u"#dc3545"_s << u"uoc"_s << u"重新下载"_s << u"关闭"_s << QString() << gray;
+}
+
+void TestDownloadDialogOutcome::finishes()
+{
+    QFETCH(QByteArray, contents);
+    QFETCH(QString, checksumColor);
+    QFETCH(QString, closeName);
     const QTemporaryDir dir;
-    const QString path = writeFile(dir, "abc");
+    const QString path = savedPackage(dir, contents);
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
     dialog.show();
     view.update->click();
     dialog.onDownloadProgress(100, 3, 3);
     dialog.onDownloadFinished(path);
-    QCOMPARE(view.status->text(), u"下载完成，校验通过！"_s);
-    QCOMPARE(view.checksum->text(), u"MD5校验：通过 ✓"_s);
+    QTEST(view.status->text(), "status");
+    QTEST(view.checksum->text(), "checksum");
     QCOMPARE(view.checksum->styleSheet(),
-             u"font-size: 13pt; color: #28a745; margin-bottom: 16px; font-family: monospace;"_s);
+             u"font-size: 13pt; color: %1; margin-bottom: 16px; font-family: monospace;"_s.arg(checksumColor));
     QCOMPARE(view.location->text(), u"文件位置："_s + path);
     QVERIFY(view.location->isVisible());
     QVERIFY(!view.speed->isVisible());
     QVERIFY(view.container->isVisible());
-    QCOMPARE(view.visibleButtons(), u"oc"_s);
-    QCOMPARE(view.close->text(), u"安装更新"_s);
-    QCOMPARE(view.close->objectName(), u"primaryButton"_s);
-    QVERIFY(view.close->isDefault());
-    QVERIFY(!view.update->isDefault());
-    QCOMPARE(fillOf(view.close), QColor(0x00, 0x7a, 0xff)); // the style of the new name took effect
+    QTEST(view.visibleButtons(), "buttons");
+    QTEST(view.update->text(), "updateText");
+    QTEST(view.close->text(), "closeText");
+    QCOMPARE(view.close->objectName(), closeName);
+    QCOMPARE(view.close->isDefault(), !closeName.isEmpty());
+    QCOMPARE(view.update->isDefault(), closeName.isEmpty());
+    QTEST(fillOf(view.close), "closeFill"); // the style for the object name is applied
+    QVERIFY(QFile::exists(path));
 }
 
-void TestDownloadDialogOutcome::finishesBadly()
+void TestDownloadDialogOutcome::closeButtonFollowsEachFile()
 {
     const QTemporaryDir dir;
-    const QString path = writeFile(dir, "abd");
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
     dialog.show();
-    view.update->click();
-    dialog.onDownloadProgress(100, 3, 3);
-    dialog.onDownloadFinished(path);
-    QCOMPARE(view.status->text(), u"下载完成，但校验失败！"_s);
-    QCOMPARE(view.checksum->text(), u"MD5校验：失败 ✗"_s);
-    QCOMPARE(view.checksum->styleSheet(),
-             u"font-size: 13pt; color: #dc3545; margin-bottom: 16px; font-family: monospace;"_s);
-    QCOMPARE(view.location->text(), u"文件位置："_s + path);
-    QVERIFY(view.location->isVisible());
-    QVERIFY(!view.speed->isVisible());
-    QCOMPARE(view.visibleButtons(), u"uoc"_s);
-    QCOMPARE(view.update->text(), u"重新下载"_s);
-    QCOMPARE(view.close->text(), u"关闭"_s);
-    QCOMPARE(view.close->objectName(), QString());
-    QVERIFY(!view.close->isDefault());
-    QCOMPARE(fillOf(view.close), QColor(0xf0, 0xf0, 0xf0));
-    QVERIFY(QFile::exists(path));
-
-    // A good file after all brings the blue button, a bad one takes it away again.
-    dialog.onDownloadFinished(writeFile(dir, "abc"));
-    QCOMPARE(fillOf(view.close), QColor(0x00, 0x7a, 0xff));
-    dialog.onDownloadFinished(writeFile(dir, "abd"));
-    QCOMPARE(fillOf(view.close), QColor(0xf0, 0xf0, 0xf0));
+    dialog.onDownloadFinished(savedPackage(dir, "abd"));
+    QCOMPARE(fillOf(view.close), gray);
+    dialog.onDownloadFinished(savedPackage(dir, "abc"));
+    QCOMPARE(fillOf(view.close), blue);
+    dialog.onDownloadFinished(savedPackage(dir, "abd"));
+    QCOMPARE(fillOf(view.close), gray);
     QCOMPARE(view.close->text(), u"关闭"_s);
 }
 
@@ -171,24 +175,24 @@ void TestDownloadDialogOutcome::finishesWithoutAChecksum()
     QCOMPARE(view.checksum->text(), u"MD5校验：通过 ✓"_s);
 }
 
-void TestDownloadDialogOutcome::fetchesAgainAfterABadChecksum()
+void TestDownloadDialogOutcome::downloadsAgainAfterAnInvalidChecksum()
 {
     const QTemporaryDir dir;
     const OpenedUrls opened({u"file"_s});
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
     dialog.show();
-    dialog.onDownloadFinished(writeFile(dir, "abd"));
+    dialog.onDownloadFinished(savedPackage(dir, "abd"));
     QSignalSpy started(&dialog, &DownloadUpdateDialog::requestStartDownload);
     view.update->click();
     QCOMPARE(started.count(), 1);
     QCOMPARE(view.update->text(), u"暂停"_s);
     QCOMPARE(view.visibleButtons(), u"uc"_s);
-    QVERIFY(view.location->isVisible()); // the old outcome stands until the next one
+    QVERIFY(view.location->isVisible()); // the previous outcome remains until the next one
     QCOMPARE(view.checksum->text(), u"MD5校验：失败 ✗"_s);
-    dialog.openDownloadFolder(); // there is no file any more
+    dialog.openDownloadFolder(); // there is no file anymore
     QCOMPARE(opened.urls(), QList<QUrl>());
-    dialog.onDownloadFinished(writeFile(dir, "abc"));
+    dialog.onDownloadFinished(savedPackage(dir, "abc"));
     QCOMPARE(view.status->text(), u"下载完成，校验通过！"_s);
 }
 
@@ -220,7 +224,7 @@ void TestDownloadDialogOutcome::failsAndRetries()
     QCOMPARE(view.status->text(), u"正在下载... 1 B / 100 B"_s);
 }
 
-void TestDownloadDialogOutcome::failsTwiceAsOnce()
+void TestDownloadDialogOutcome::repeatedErrorChangesNothing()
 {
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     dialog.show();
@@ -233,9 +237,7 @@ void TestDownloadDialogOutcome::failsTwiceAsOnce()
 
 void TestDownloadDialogOutcome::failsWhenForced()
 {
-    DownloadRequestInfo request = someRequest();
-    request.isForced = true;
-    DownloadUpdateDialog dialog(request, nullptr);
+    DownloadUpdateDialog dialog(forcedRequest(), nullptr);
     const DialogView view(dialog);
     dialog.show();
     view.update->click();
@@ -249,7 +251,7 @@ void TestDownloadDialogOutcome::closesFromEachState_data()
     QTest::newRow("waiting") << u"waiting"_s;
     QTest::newRow("downloading") << u"downloading"_s;
     QTest::newRow("failed") << u"failed"_s;
-    QTest::newRow("finished badly") << u"bad"_s;
+    QTest::newRow("finished with an invalid file") << u"invalid"_s;
 }
 
 void TestDownloadDialogOutcome::closesFromEachState()
@@ -265,7 +267,7 @@ void TestDownloadDialogOutcome::closesFromEachState()
     }
     if (state == u"failed"_s) {
         dialog.onDownloadError(u"x"_s);
-    } else if (state == u"bad"_s) {
+    } else if (state == u"invalid"_s) {
         dialog.onDownloadFinished(u"/nowhere/missing.zip"_s);
     }
     QSignalSpy rejected(&dialog, &QDialog::rejected);
@@ -279,7 +281,7 @@ void TestDownloadDialogOutcome::closesFromEachState()
 void TestDownloadDialogOutcome::installsThePackage()
 {
     const QTemporaryDir dir;
-    const QString path = writeFile(dir, "abc");
+    const QString path = savedPackage(dir, "abc");
     const OpenedUrls opened({u"file"_s});
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
@@ -305,10 +307,10 @@ void TestDownloadDialogOutcome::installsNothingWithoutAPath()
     QVERIFY(!dialog.isVisible());
 }
 
-void TestDownloadDialogOutcome::opensThePackageByTheUpdateSlot()
+void TestDownloadDialogOutcome::updateSlotOpensThePackage()
 {
     const QTemporaryDir dir;
-    const QString path = writeFile(dir, "abc");
+    const QString path = savedPackage(dir, "abc");
     const OpenedUrls opened({u"file"_s});
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     dialog.show();
@@ -331,7 +333,7 @@ void TestDownloadDialogOutcome::opensTheFolder()
     dialog.show();
     dialog.openDownloadFolder();
     QCOMPARE(opened.urls(), QList<QUrl>());
-    dialog.onDownloadFinished(writeFile(dir, "abc"));
+    dialog.onDownloadFinished(savedPackage(dir, "abc"));
     view.openFolder->click();
     QCOMPARE(opened.urls(), QList<QUrl>({QUrl::fromLocalFile(dir.path())}));
     QVERIFY(dialog.isVisible());

@@ -20,6 +20,40 @@ qint64 speedOf(const QString &text)
     return match.hasMatch() ? match.captured(1).toLongLong() : -1;
 }
 
+void stopTimers(const DownloadUpdateDialog &dialog)
+{
+    const auto timers = dialog.findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly);
+    for (QTimer *timer : timers) {
+        timer->stop();
+    }
+}
+
+/// The intervals of the active timers, sorted.
+QList<int> activeIntervals(const DownloadUpdateDialog &dialog)
+{
+    QList<int> intervals;
+    const auto timers = dialog.findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly);
+    for (const QTimer *timer : timers) {
+        if (timer->isActive()) {
+            intervals.append(timer->interval());
+        }
+    }
+    std::sort(intervals.begin(), intervals.end());
+    return intervals;
+}
+
+/// Displays the speed and returns whether it is that of \a bytes. \a sinceBefore
+/// was started just before the measured interval began, \a sinceAfter just after.
+bool showsSpeedOf(qint64 bytes, DownloadUpdateDialog &dialog, const QElapsedTimer &sinceBefore,
+                  const QElapsedTimer &sinceAfter)
+{
+    const qint64 minTime = sinceAfter.elapsed() - 1;
+    dialog.updateProgressDisplay();
+    const qint64 maxTime = sinceBefore.elapsed() + 1;
+    const qint64 speed = speedOf(childOf<QLabel>(dialog, "speedLabel")->text());
+    return speed >= bytes * 1000 / maxTime && speed <= bytes * 1000 / minTime;
+}
+
 } // namespace
 
 class TestDownloadDialogProgress : public QObject
@@ -27,12 +61,12 @@ class TestDownloadDialogProgress : public QObject
     Q_OBJECT
 
 private slots:
-    void asksForTheDownload();
-    void asksAgainBeforeTheFirstReport();
-    void staysWithoutACloseButtonWhenForced();
+    void requestsTheDownload();
+    void requestsAgainBeforeTheFirstReport();
+    void hasNoCloseButtonWhenForced();
     void showsProgress();
     void startsWithTheFirstReport();
-    void asksToPauseWhileDownloading();
+    void requestsAPauseWhileDownloading();
     void showsDownloadingText();
     void formatsBytes_data();
     void formatsBytes();
@@ -42,10 +76,10 @@ private slots:
     void showsNoSpeedOutsideADownload();
     void showsTheSpeedOnItsTimer();
     void showsTheSpeedOfASecond();
-    void measuresAnewAfterARetry();
+    void restartsTheMeasurementAfterARetry();
 };
 
-void TestDownloadDialogProgress::asksForTheDownload()
+void TestDownloadDialogProgress::requestsTheDownload()
 {
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
@@ -63,7 +97,7 @@ void TestDownloadDialogProgress::asksForTheDownload()
     QCOMPARE(view.visibleButtons(), u"uc"_s);
 }
 
-void TestDownloadDialogProgress::asksAgainBeforeTheFirstReport()
+void TestDownloadDialogProgress::requestsAgainBeforeTheFirstReport()
 {
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
@@ -74,18 +108,16 @@ void TestDownloadDialogProgress::asksAgainBeforeTheFirstReport()
     QCOMPARE(started.count(), 2);
 }
 
-void TestDownloadDialogProgress::staysWithoutACloseButtonWhenForced()
+void TestDownloadDialogProgress::hasNoCloseButtonWhenForced()
 {
-    DownloadRequestInfo request = someRequest();
-    request.isForced = true;
-    DownloadUpdateDialog dialog(request, nullptr);
+    DownloadUpdateDialog dialog(forcedRequest(), nullptr);
     const DialogView view(dialog);
     dialog.show();
     view.update->click();
     QCOMPARE(view.visibleButtons(), u"u"_s);
     dialog.onDownloadProgress(5, 5, 100);
     QCOMPARE(view.visibleButtons(), u"u"_s);
-    QVERIFY(dialog.close()); // by the frame it can be closed all the same
+    QVERIFY(dialog.close()); // the window frame still closes it
 }
 
 void TestDownloadDialogProgress::showsProgress()
@@ -112,16 +144,15 @@ void TestDownloadDialogProgress::startsWithTheFirstReport()
 {
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
-    const auto timers = dialog.findChildren<QTimer *>();
-    QCOMPARE(timers.size(), 2);
-    QVERIFY(!timers[0]->isActive() && !timers[1]->isActive());
+    const QList<int> none;
+    const QList<int> both{100, 1000};
+    QCOMPARE(dialog.findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly).size(), 2);
+    QCOMPARE(activeIntervals(dialog), none);
     dialog.onUpdateClicked();
-    QVERIFY(!timers[0]->isActive() && !timers[1]->isActive());
+    QCOMPARE(activeIntervals(dialog), none);
     dialog.onDownloadProgress(0, 1572864, -1);
-    QVERIFY(timers[0]->isActive() && timers[1]->isActive());
-    QCOMPARE(qMin(timers[0]->interval(), timers[1]->interval()), 100);
-    QCOMPARE(qMax(timers[0]->interval(), timers[1]->interval()), 1000);
-    // An unknown total leaves the size text, also when a later report knows it.
+    QCOMPARE(activeIntervals(dialog), both);
+    // An unknown total keeps the size text, even if a later report has the total.
     QCOMPARE(view.fileSize->text(), u"文件大小：12.3MB"_s);
     QCOMPARE(view.percent->text(), u"0%"_s);
     QCOMPARE(view.status->text(), u"正在下载... 1.5 MB / -1 B"_s);
@@ -129,15 +160,15 @@ void TestDownloadDialogProgress::startsWithTheFirstReport()
     QCOMPARE(view.fileSize->text(), u"文件大小：12.3MB"_s);
     QCOMPARE(view.status->text(), u"正在下载... 1.5 MB / 3.0 MB"_s);
     dialog.onDownloadError(u"x"_s);
-    QVERIFY(!timers[0]->isActive() && !timers[1]->isActive());
+    QCOMPARE(activeIntervals(dialog), none);
     dialog.onDownloadProgress(0, 0, 2048);
-    QVERIFY(timers[0]->isActive() && timers[1]->isActive());
+    QCOMPARE(activeIntervals(dialog), both);
     QCOMPARE(view.fileSize->text(), u"文件大小：2.0 KB"_s);
     dialog.onDownloadFinished(u"nowhere"_s);
-    QVERIFY(!timers[0]->isActive() && !timers[1]->isActive());
+    QCOMPARE(activeIntervals(dialog), none);
 }
 
-void TestDownloadDialogProgress::asksToPauseWhileDownloading()
+void TestDownloadDialogProgress::requestsAPauseWhileDownloading()
 {
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
@@ -199,20 +230,13 @@ void TestDownloadDialogProgress::showsTheRunningTotalAsSpeed()
     QElapsedTimer sinceAfter;
     sinceBefore.start();
     dialog.onDownloadProgress(1, 50, 1000);
-    dialog.onDownloadProgress(10, 100, 1000); // assigned, not added
+    dialog.onDownloadProgress(10, 100, 1000); // replaces the previous amount
     sinceAfter.start();
-    const auto timers = dialog.findChildren<QTimer *>();
-    for (QTimer *timer : timers) {
-        timer->stop(); // the test asks for the display itself
-    }
+    stopTimers(dialog); // the test updates the display itself
     QTRY_VERIFY(sinceAfter.elapsed() > 200);
-    const qint64 leastTime = sinceAfter.elapsed() - 1;
-    dialog.updateProgressDisplay();
-    const qint64 mostTime = sinceBefore.elapsed() + 1;
-    const qint64 speed = speedOf(view.speed->text());
-    QVERIFY2(speed >= 100 * 1000 / mostTime && speed <= 100 * 1000 / leastTime, qPrintable(view.speed->text()));
+    QVERIFY2(showsSpeedOf(100, dialog, sinceBefore, sinceAfter), qPrintable(view.speed->text()));
 
-    // With no report in the interval it reads 0, however much came before.
+    // Without a report in the interval the speed is 0, whatever came before.
     sinceAfter.restart();
     QTRY_VERIFY(sinceAfter.elapsed() > 150);
     sinceBefore.restart();
@@ -220,21 +244,17 @@ void TestDownloadDialogProgress::showsTheRunningTotalAsSpeed()
     sinceAfter.restart();
     QCOMPARE(view.speed->text(), u"下载速度：0 B/s"_s);
 
-    // The next report brings the whole total into one short interval.
+    // The next report counts the whole total for one short interval.
     dialog.onDownloadProgress(11, 110, 1000);
     QTRY_VERIFY(sinceAfter.elapsed() > 150);
-    const qint64 leastSecond = sinceAfter.elapsed() - 1;
-    dialog.updateProgressDisplay();
-    const qint64 mostSecond = sinceBefore.elapsed() + 1;
-    const qint64 second = speedOf(view.speed->text());
-    QVERIFY2(second >= 110 * 1000 / mostSecond && second <= 110 * 1000 / leastSecond, qPrintable(view.speed->text()));
+    QVERIFY2(showsSpeedOf(110, dialog, sinceBefore, sinceAfter), qPrintable(view.speed->text()));
 }
 
 void TestDownloadDialogProgress::showsNoSpeedBeforeItsInterval()
 {
     QElapsedTimer time;
     QString shown;
-    do { // again if the machine stalled in between
+    do { // repeat if the machine stalled meanwhile
         DownloadUpdateDialog dialog(someRequest(), nullptr);
         time.start();
         dialog.onDownloadProgress(10, 100, 1000);
@@ -264,7 +284,7 @@ void TestDownloadDialogProgress::showsTheSpeedOnItsTimer()
 {
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
-    QTimer reports; // without a pause, since the speed of one report stands for 0.1 s only
+    QTimer reports; // without a pause, because the speed of one report is shown for only 0.1 s
     connect(&reports, &QTimer::timeout, &dialog, [&dialog] { dialog.onDownloadProgress(10, 100, 1000); });
     reports.start(10);
     QTRY_VERIFY(speedOf(view.speed->text()) > 0);
@@ -279,7 +299,7 @@ void TestDownloadDialogProgress::showsTheSpeedOfASecond()
     QElapsedTimer time;
     time.start();
     dialog.onDownloadProgress(10, 900, 100000);
-    const auto timers = dialog.findChildren<QTimer *>();
+    const auto timers = dialog.findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly);
     for (QTimer *timer : timers) {
         if (timer->interval() == 100) {
             timer->stop();
@@ -290,47 +310,30 @@ void TestDownloadDialogProgress::showsTheSpeedOfASecond()
     QVERIFY2(speed >= 900 * 1000 / (time.elapsed() + 2) && speed < 900, qPrintable(view.speed->text()));
 }
 
-void TestDownloadDialogProgress::measuresAnewAfterARetry()
+void TestDownloadDialogProgress::restartsTheMeasurementAfterARetry()
 {
-    const auto intervals = [](const DownloadUpdateDialog &dialog) {
-        QList<int> running;
-        const auto timers = dialog.findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly);
-        for (const QTimer *timer : timers) {
-            if (timer->isActive()) {
-                running.append(timer->interval());
-            }
-        }
-        std::sort(running.begin(), running.end());
-        return running;
-    };
     DownloadUpdateDialog dialog(someRequest(), nullptr);
     const DialogView view(dialog);
     dialog.onDownloadProgress(50, 500, 1000);
-    QCOMPARE(intervals(dialog), QList<int>({100, 1000}));
+    QCOMPARE(activeIntervals(dialog), QList<int>({100, 1000}));
     dialog.onDownloadError(u"x"_s);
-    QCOMPARE(intervals(dialog), QList<int>());
+    QCOMPARE(activeIntervals(dialog), QList<int>());
     QElapsedTimer sinceError;
     sinceError.start();
     QTRY_VERIFY(sinceError.elapsed() > 300);
 
     view.update->click();
-    QCOMPARE(intervals(dialog), QList<int>()); // it starts with the first report
+    QCOMPARE(activeIntervals(dialog), QList<int>()); // measuring starts with the first report
     QElapsedTimer sinceBefore;
     sinceBefore.start();
     dialog.onDownloadProgress(1, 10, 1000);
     QElapsedTimer sinceAfter;
     sinceAfter.start();
-    QCOMPARE(intervals(dialog), QList<int>({100, 1000}));
-    const auto timers = dialog.findChildren<QTimer *>();
-    for (QTimer *timer : timers) {
-        timer->stop(); // the test asks for the display itself
-    }
+    QCOMPARE(activeIntervals(dialog), QList<int>({100, 1000}));
+    stopTimers(dialog); // the test updates the display itself
     QTRY_VERIFY(sinceAfter.elapsed() > 150);
-    const qint64 leastTime = sinceAfter.elapsed() - 1;
-    dialog.updateProgressDisplay();
-    const qint64 mostTime = sinceBefore.elapsed() + 1;
-    const qint64 speed = speedOf(view.speed->text()); // neither the time before counts nor its bytes
-    QVERIFY2(speed >= 10 * 1000 / mostTime && speed <= 10 * 1000 / leastTime, qPrintable(view.speed->text()));
+    // Neither the earlier time nor the earlier bytes count.
+    QVERIFY2(showsSpeedOf(10, dialog, sinceBefore, sinceAfter), qPrintable(view.speed->text()));
 }
 
 QUILLMARCH_TEST_MAIN(TestDownloadDialogProgress)

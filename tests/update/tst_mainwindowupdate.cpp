@@ -1,15 +1,15 @@
 #include "app/mainwindow.h"
 #include "base/buildconfig.h"
 #include "downloaddialogdriver.h"
+#include "localproxy.h"
+#include "support/dialoganswer.h"
 #include "support/httpserver.h"
-#include "support/messageboxes.h"
 #include "support/testmain.h"
 #include "update/downloadupdatedialog.h"
 #include "update/simpleupdater.h"
 #include "updatechecks.h"
 
 #include <QLabel>
-#include <QNetworkProxy>
 #include <QPointer>
 #include <QPushButton>
 #include <QStatusBar>
@@ -19,17 +19,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QLabel *versionLabelOf(const MainWindow &window)
-{
-    return window.findChild<QLabel *>(u"versionLabel"_s);
-}
-
-QPushButton *updateButtonOf(const MainWindow &window)
-{
-    return window.findChild<QPushButton *>(u"updateButton"_s);
-}
-
-/// How long the message of the status bar stays, in ms, or -1.
+/// The display time of the message in the status bar, in ms, or -1.
 int messageTimeOf(const MainWindow &window)
 {
     const auto timers = window.statusBar()->findChildren<QTimer *>();
@@ -41,25 +31,13 @@ int messageTimeOf(const MainWindow &window)
     return -1;
 }
 
-/// Sends everything that goes over the network to a local server.
-class LocalProxy
-{
-public:
-    explicit LocalProxy(const HttpServer &server)
-    {
-        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, u"127.0.0.1"_s, server.port()));
-    }
-    ~LocalProxy() { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); }
-    Q_DISABLE_COPY_MOVE(LocalProxy)
-};
-
-/// The host of \a address and its port, as a request for a tunnel names them.
+/// Host and port of \a address, as in a CONNECT request.
 QByteArray tunnelTo(QStringView address)
 {
     return QUrl(address.toString()).host().toUtf8() + ":443";
 }
 
-/// Puts the context before every text that is translated.
+/// Prefixes every translated text with its context.
 class MarkingTranslator : public QTranslator
 {
 public:
@@ -77,43 +55,37 @@ class TestMainWindowUpdate : public QObject
     Q_OBJECT
 
 private slots:
-    void startsWithoutAReport();
     void showsAReportWithAnUpdate();
     void showsAReportWithoutAnUpdate();
-    void goesBackToUpToDate();
-    void tellsThatNothingIsKnown();
+    void returnsToUpToDate();
+    void reportsThatThereIsNoUpdate();
     void opensTheDialogOverTheWindow();
     void fillsTheDialogFromTheReport();
     void fillsTheDialogFromAShortReport();
     void offersASkippedVersionAgain();
-    void asksThePackageHostWithoutAnAddress();
+    void usesThePackageHostWithoutAnAddress();
     void checksAtTheServiceHost();
-    void windowCheckLeavesTheStatusBarAlone();
-    void ownsOneUpdaterWhichIsIdle();
-    void tellsThatTheUpdaterIsGone();
-    void centresTheDialogOverASmallWindow();
-    void translatesInItsContexts();
+    void checkDoesNotChangeTheStatusBar();
+    void ownsOneIdleUpdater();
+    void reportsAMissingUpdater();
+    void centersTheDialogOverASmallWindow();
+    void translatesTheWindow();
+    void translatesTheDownloadDialog();
+    void doesNotTranslateTheCheck();
 };
-
-void TestMainWindowUpdate::startsWithoutAReport()
-{
-    const MainWindow window;
-    QVERIFY(versionLabelOf(window)->isHidden());
-    QVERIFY(updateButtonOf(window)->isHidden());
-}
 
 void TestMainWindowUpdate::showsAReportWithAnUpdate()
 {
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, true);
-    const QLabel *label = versionLabelOf(window);
+    const QLabel *label = childOf<QLabel>(window, "versionLabel");
     QCOMPARE(label->text(), u"v2.7.1→v3.0.0"_s);
     QCOMPARE(
         label->styleSheet(),
         u"QLabel {     color: #FF9F0A;     font-size: 12px;     font-weight: 500;     padding: 2px 6px;     background-color: rgba(255, 159, 10, 0.1);     border-radius: 4px; }"_s);
     QCOMPARE(label->toolTip(), u"当前版本: 2.7.1\n服务器版本: 3.0.0\n点击右侧图标下载更新"_s);
     QVERIFY(!label->isHidden());
-    QVERIFY(!updateButtonOf(window)->isHidden());
+    QVERIFY(!childOf<QPushButton>(window, "updateButton")->isHidden());
     QCOMPARE(window.statusBar()->currentMessage(), u"发现新版本 v3.0.0 可用，点击右侧按钮下载"_s);
     QCOMPARE(messageTimeOf(window), 5000);
 
@@ -125,35 +97,35 @@ void TestMainWindowUpdate::showsAReportWithoutAnUpdate()
 {
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, false);
-    const QLabel *label = versionLabelOf(window);
+    const QLabel *label = childOf<QLabel>(window, "versionLabel");
     QCOMPARE(label->text(), u"v2.7.1"_s);
     QCOMPARE(
         label->styleSheet(),
         u"QLabel {     color: #8E8E93;     font-size: 12px;     font-weight: 500;     padding: 2px 6px;     background-color: rgba(142, 142, 147, 0.1);     border-radius: 4px; }"_s);
     QCOMPARE(label->toolTip(), u"当前版本: 2.7.1（已是最新）"_s);
     QVERIFY(!label->isHidden());
-    QVERIFY(updateButtonOf(window)->isHidden());
+    QVERIFY(childOf<QPushButton>(window, "updateButton")->isHidden());
     QCOMPARE(window.statusBar()->currentMessage(), u"当前已是最新版本"_s);
     QCOMPARE(messageTimeOf(window), 3000);
 }
 
-void TestMainWindowUpdate::goesBackToUpToDate()
+void TestMainWindowUpdate::returnsToUpToDate()
 {
     const MessageBoxes boxes;
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, true);
     window.onVersionInfoReceived(u"3.0.0"_s, false);
-    QVERIFY(updateButtonOf(window)->isHidden());
+    QVERIFY(childOf<QPushButton>(window, "updateButton")->isHidden());
     window.showUpdateDialog();
     QCOMPARE(boxes.shown().size(), 1);
     QCOMPARE(boxes.shown().first().text, u"当前已是最新版本"_s);
 }
 
-void TestMainWindowUpdate::tellsThatNothingIsKnown()
+void TestMainWindowUpdate::reportsThatThereIsNoUpdate()
 {
     const MessageBoxes boxes;
     MainWindow window;
-    updateButtonOf(window)->click();
+    childOf<QPushButton>(window, "updateButton")->click();
     QCOMPARE(boxes.shown().size(), 1);
     const ShownBox &box = boxes.shown().first();
     QCOMPARE(box.icon, QMessageBox::Information);
@@ -177,8 +149,8 @@ void TestMainWindowUpdate::opensTheDialogOverTheWindow()
         QCOMPARE(dialog.pos(), QPoint(window.x() + (701 - 480) / 2, window.y() + (603 - 580) / 2));
     }));
     QTRY_VERIFY(opened.isNull());
-    QVERIFY(!updateButtonOf(window)->isHidden());
-    QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) { opened = &dialog; })); // once more
+    QVERIFY(!childOf<QPushButton>(window, "updateButton")->isHidden());
+    QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) { opened = &dialog; })); // again
     QTRY_VERIFY(opened.isNull());
 }
 
@@ -202,7 +174,7 @@ void TestMainWindowUpdate::fillsTheDialogFromAShortReport()
 {
     MainWindow window;
     window.onVersionInfoReceived(u"2.9.0"_s, true, u"http://127.0.0.1/q.zip"_s, u"notes"_s, u"sum"_s, u"1MB"_s);
-    window.onVersionInfoReceived(u"3.0.0"_s, true); // nothing is left of the earlier one
+    window.onVersionInfoReceived(u"3.0.0"_s, true); // replaces the previous report completely
     QVERIFY(driveDownloadDialog(window, [](DownloadUpdateDialog &dialog) {
         const DialogView view(dialog);
         QCOMPARE(view.subtitle->text(), u"Quillmarch 3.0.0 现已可用！"_s);
@@ -223,7 +195,7 @@ void TestMainWindowUpdate::offersASkippedVersionAgain()
     }));
 }
 
-void TestMainWindowUpdate::asksThePackageHostWithoutAnAddress()
+void TestMainWindowUpdate::usesThePackageHostWithoutAnAddress()
 {
     HttpServer server; // refuses the tunnel
     const LocalProxy proxy(server);
@@ -257,34 +229,34 @@ void TestMainWindowUpdate::checksAtTheServiceHost()
     QCOMPARE(server.requests().first().target, tunnelTo(serviceHost));
 }
 
-void TestMainWindowUpdate::windowCheckLeavesTheStatusBarAlone()
+void TestMainWindowUpdate::checkDoesNotChangeTheStatusBar()
 {
     HttpServer server;
-    server.setResponse("/newer.json", answerWith(documentFor("3.0.0")));
+    server.setResponse("/newer.json", jsonAnswer(documentFor("3.0.0")));
     MainWindow window;
     window.findChild<SimpleUpdater *>()->setUpdateUrl(server.url(u"/newer.json"_s).toString());
-    const QString text = versionLabelOf(window)->text();
-    const QString style = versionLabelOf(window)->styleSheet();
+    const QString text = childOf<QLabel>(window, "versionLabel")->text();
+    const QString style = childOf<QLabel>(window, "versionLabel")->styleSheet();
     const QString message = window.statusBar()->currentMessage();
     window.onCheckUpdateClicked();
     QTRY_COMPARE(openDialogs().size(), 1);
     QCOMPARE(headlineOf(*openDialogs().first()), u"发现新版本 3.0.0"_s);
-    QCOMPARE(versionLabelOf(window)->text(), text);
-    QCOMPARE(versionLabelOf(window)->styleSheet(), style);
+    QCOMPARE(childOf<QLabel>(window, "versionLabel")->text(), text);
+    QCOMPARE(childOf<QLabel>(window, "versionLabel")->styleSheet(), style);
     QCOMPARE(window.statusBar()->currentMessage(), message);
-    QVERIFY(updateButtonOf(window)->isHidden());
+    QVERIFY(childOf<QPushButton>(window, "updateButton")->isHidden());
     openDialogs().first()->close();
     QTRY_VERIFY(openDialogs().isEmpty());
 }
 
-void TestMainWindowUpdate::ownsOneUpdaterWhichIsIdle()
+void TestMainWindowUpdate::ownsOneIdleUpdater()
 {
     const MainWindow window;
     QCOMPARE(window.findChildren<SimpleUpdater *>().size(), 1);
     QVERIFY(window.findChildren<QNetworkReply *>().isEmpty());
 }
 
-void TestMainWindowUpdate::tellsThatTheUpdaterIsGone()
+void TestMainWindowUpdate::reportsAMissingUpdater()
 {
     const MessageBoxes boxes;
     MainWindow window;
@@ -298,7 +270,7 @@ void TestMainWindowUpdate::tellsThatTheUpdaterIsGone()
     QCOMPARE(box.parent, &window);
 }
 
-void TestMainWindowUpdate::centresTheDialogOverASmallWindow()
+void TestMainWindowUpdate::centersTheDialogOverASmallWindow()
 {
     MainWindow window;
     window.setGeometry(300, 340, 403, 307);
@@ -307,30 +279,41 @@ void TestMainWindowUpdate::centresTheDialogOverASmallWindow()
     window.onVersionInfoReceived(u"3.0.0"_s, true);
     QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
         QCOMPARE(dialog.size(), QSize(480, 580));
-        // The halves are cut toward zero: of -77 and of -273.
+        // Half of -77 and of -273, rounded toward zero.
         QCOMPARE(dialog.pos(), QPoint(window.x() - 38, window.y() - 136));
     }));
 }
 
-void TestMainWindowUpdate::translatesInItsContexts()
+void TestMainWindowUpdate::translatesTheWindow()
 {
     const MessageBoxes boxes;
-    HttpServer server; // answers 404
     MarkingTranslator marks;
     QVERIFY(QCoreApplication::installTranslator(&marks));
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, false);
-    QCOMPARE(versionLabelOf(window)->text(), u"v2.7.1"_s); // outside the translation
-    QCOMPARE(versionLabelOf(window)->toolTip(), u"MainWindow:当前版本: 2.7.1（已是最新）"_s);
+    QCOMPARE(childOf<QLabel>(window, "versionLabel")->text(), u"v2.7.1"_s); // not translated
+    QCOMPARE(childOf<QLabel>(window, "versionLabel")->toolTip(), u"MainWindow:当前版本: 2.7.1（已是最新）"_s);
     QCOMPARE(window.statusBar()->currentMessage(), u"MainWindow:当前已是最新版本"_s);
     window.showUpdateDialog();
     QCOMPARE(boxes.shown().last().title, u"MainWindow:检查更新"_s);
     QCOMPARE(boxes.shown().last().text, u"MainWindow:当前已是最新版本"_s);
-    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
-    QCOMPARE(versionLabelOf(window)->text(), u"v2.7.1→v3.0.0"_s);
-    QCOMPARE(versionLabelOf(window)->toolTip(),
+    window.onVersionInfoReceived(u"3.0.0"_s, true);
+    QCOMPARE(childOf<QLabel>(window, "versionLabel")->text(), u"v2.7.1→v3.0.0"_s);
+    QCOMPARE(childOf<QLabel>(window, "versionLabel")->toolTip(),
              u"MainWindow:当前版本: 2.7.1\n服务器版本: 3.0.0\n点击右侧图标下载更新"_s);
     QCOMPARE(window.statusBar()->currentMessage(), u"MainWindow:发现新版本 v3.0.0 可用，点击右侧按钮下载"_s);
+    delete window.findChild<SimpleUpdater *>();
+    window.onCheckUpdateClicked();
+    QCOMPARE(boxes.shown().last().text, u"MainWindow:更新器未初始化"_s);
+}
+
+void TestMainWindowUpdate::translatesTheDownloadDialog()
+{
+    HttpServer server; // answers 404
+    MarkingTranslator marks;
+    QVERIFY(QCoreApplication::installTranslator(&marks));
+    MainWindow window;
+    window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
     QVERIFY(driveDownloadDialog(window, [](DownloadUpdateDialog &dialog) {
         const DialogView view(dialog);
         for (const QLabel *label : {view.title, view.subtitle, view.currentVersion, view.fileSize, view.checksum,
@@ -354,18 +337,21 @@ void TestMainWindowUpdate::translatesInItsContexts()
         QCOMPARE(view.checksum->text(), u"DownloadUpdateDialog:MD5校验：通过 ✓"_s);
         QCOMPARE(view.location->text(), u"DownloadUpdateDialog:文件位置：/nowhere"_s);
         QCOMPARE(view.close->text(), u"DownloadUpdateDialog:安装更新"_s);
-        view.close->click(); // which knows the button by its translated text
+        view.close->click(); // the slot recognizes the button by its translated text
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
     }));
-    delete window.findChild<SimpleUpdater *>();
-    window.onCheckUpdateClicked();
-    QCOMPARE(boxes.shown().last().text, u"MainWindow:更新器未初始化"_s);
+}
 
-    // The other path speaks Chinese in every language.
+void TestMainWindowUpdate::doesNotTranslateTheCheck()
+{
+    const MessageBoxes boxes;
+    HttpServer server; // answers 404
+    MarkingTranslator marks;
+    QVERIFY(QCoreApplication::installTranslator(&marks));
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     startCheck(updater);
-    QTRY_COMPARE(boxes.shown().size(), 3);
+    QTRY_COMPARE(boxes.shown().size(), 1);
     QCOMPARE(boxes.shown().last().title, u"更新检查错误"_s);
     QCOMPARE(boxes.shown().last().text, u"网络连接失败"_s);
     updater.presentRelease(ReleaseInfo());

@@ -1,17 +1,16 @@
 #include "app/mainwindow.h"
 #include "base/buildconfig.h"
 #include "downloaddialogdriver.h"
+#include "downloads.h"
+#include "localproxy.h"
 #include "support/httpserver.h"
 #include "support/openedurls.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QNetworkProxy>
-#include <QNetworkReply>
 #include <QPointer>
 #include <QRegularExpression>
-#include <QStandardPaths>
 
 #include <memory>
 
@@ -20,18 +19,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QByteArray package(3 * 1024 * 1024, 'q'); // 3.0 MB
-const QString packageChecksum = u"3d7a67ddfed3939e2f2def60695de49d"_s; // of the md5sum command
-
-QString downloadFolder()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
-}
-
-QByteArray downloaded(const QString &name)
-{
-    QFile file(downloadFolder() + u'/' + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
+const QString packageChecksum = u"3d7a67ddfed3939e2f2def60695de49d"_s; // from the md5sum command
 
 HttpResponse answerWith(const QByteArray &body)
 {
@@ -48,8 +36,8 @@ HttpResponse answerUpTo(qsizetype size)
     return response;
 }
 
-/// Lets an answer go on to \a size bytes, and the reply report exactly them:
-/// it reports what comes in only if it has not done so for 100 ms.
+/// Continues an answer up to \a size bytes, so that the reply reports exactly that
+/// size: it reports progress only if it has not done so for 100 ms.
 void sendUpTo(qsizetype size, HttpServer &server, const MainWindow &window)
 {
     QTRY_VERIFY(window.findChild<QNetworkReply *>());
@@ -59,11 +47,6 @@ void sendUpTo(qsizetype size, HttpServer &server, const MainWindow &window)
     time.start();
     QTRY_VERIFY(time.elapsed() > 150);
     server.resume(size);
-}
-
-bool isDownloading(const MainWindow &window)
-{
-    return !window.findChildren<QNetworkReply *>().isEmpty();
 }
 
 } // namespace
@@ -76,40 +59,39 @@ private slots:
     void init();
 
     void downloadsAndVerifies();
-    void sendsItsName();
-    void requestSaysNothingElse();
-    void asksForTheFallbackPackage();
+    void sendsItsUserAgent();
+    void requestHasNoOtherHeaders();
+    void requestsTheFallbackPackage();
     void keepsTheStoredAddress();
     void showsProgress();
-    void showsNoPercentOfAnUnknownLength();
-    void tellsABadChecksum();
+    void showsNoPercentageForAnUnknownLength();
+    void reportsAnInvalidChecksum();
     void installsAndLeavesTheWindowOpen();
     void namesTheFile_data();
     void namesTheFile();
     void replacesAnOlderFile();
     void followsARedirect();
 
-    void tellsAnErrorAndRetries();
-    void tellsAnErrorOnce();
-    void tellsACutOffBody();
-    void tellsAnUnwritableFile();
-    void knowsNoAddress();
+    void reportsAnErrorAndRetries();
+    void showsAnErrorOnce();
+    void reportsATruncatedBody();
+    void reportsAnUnwritableFile();
+    void doesNothingWithoutAnAddress();
     void cleansUpWithoutADialog();
 
     void finishesWithoutTheDialog();
-    void startsOverFromANewDialog();
+    void restartsFromANewDialog();
     void replacesARunningDownload_data();
     void replacesARunningDownload();
-    void secondClickStartsOver();
+    void secondClickRestarts();
     void replacesADownloadThatIsNotOverTheNetwork();
     void endsWithTheWindow();
-    void ignoresLateCalls();
+    void ignoresCallsWithoutADownload();
 };
 
 void TestPackageDownload::init()
 {
-    QVERIFY(QDir(downloadFolder()).removeRecursively());
-    QVERIFY(QDir().mkpath(downloadFolder()));
+    QVERIFY(emptyDownloadFolder());
     QTest::failOnWarning(QRegularExpression(u"QIODevice|QObject|QFile"_s));
 }
 
@@ -131,12 +113,12 @@ void TestPackageDownload::downloadsAndVerifies()
         QCOMPARE(view.visibleButtons(), u"oc"_s);
     }));
     QVERIFY(downloaded(u"q.zip"_s) == package);
-    QCOMPARE(QDir(downloadFolder()).entryList(QDir::Files), QStringList({u"q.zip"_s}));
+    QCOMPARE(downloads(), QStringList({u"q.zip"_s}));
     QTRY_VERIFY(!isDownloading(window));
-    QVERIFY(!window.findChild<QPushButton *>(u"updateButton"_s)->isHidden()); // the offer stays
+    QVERIFY(!childOf<QPushButton>(window, "updateButton")->isHidden()); // the offer remains
 }
 
-void TestPackageDownload::sendsItsName()
+void TestPackageDownload::sendsItsUserAgent()
 {
     HttpServer server;
     server.setResponse("/q.zip", answerWith(package));
@@ -150,7 +132,7 @@ void TestPackageDownload::sendsItsName()
     QCOMPARE(server.requests().first().header("User-Agent"), QByteArray("Quillmarch/2.7.1 (macOS)"));
 }
 
-void TestPackageDownload::requestSaysNothingElse()
+void TestPackageDownload::requestHasNoOtherHeaders()
 {
     HttpServer server;
     server.setResponse("/a/q.zip", answerWith(package));
@@ -169,10 +151,10 @@ void TestPackageDownload::requestSaysNothingElse()
     QTRY_VERIFY(!isDownloading(window));
 }
 
-void TestPackageDownload::asksForTheFallbackPackage()
+void TestPackageDownload::requestsTheFallbackPackage()
 {
-    HttpServer proxy; // refuses the tunnel
-    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, u"127.0.0.1"_s, proxy.port()));
+    HttpServer server; // refuses the tunnel
+    const LocalProxy proxy(server);
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, true);
     window.startDownload();
@@ -182,7 +164,6 @@ void TestPackageDownload::asksForTheFallbackPackage()
     QCOMPARE(reply->request().url(), url);
     QCOMPARE(reply->property("savePath"), QVariant(downloadFolder() + u"/Quillmarch_v3.0.0_macOS.dmg"_s));
     QTRY_VERIFY(!isDownloading(window));
-    QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
 }
 
 void TestPackageDownload::keepsTheStoredAddress()
@@ -222,7 +203,7 @@ void TestPackageDownload::showsProgress()
     QVERIFY(downloaded(u"q.zip"_s) == package);
 }
 
-void TestPackageDownload::showsNoPercentOfAnUnknownLength()
+void TestPackageDownload::showsNoPercentageForAnUnknownLength()
 {
     HttpServer server;
     HttpResponse response = answerUpTo(1536 * 1024);
@@ -244,7 +225,7 @@ void TestPackageDownload::showsNoPercentOfAnUnknownLength()
     QVERIFY(downloaded(u"q.zip"_s) == package);
 }
 
-void TestPackageDownload::tellsABadChecksum()
+void TestPackageDownload::reportsAnInvalidChecksum()
 {
     HttpServer server;
     server.setResponse("/q.zip", answerWith("other"));
@@ -254,7 +235,7 @@ void TestPackageDownload::tellsABadChecksum()
         const DialogView view(dialog);
         view.update->click();
         QTRY_COMPARE(view.status->text(), u"下载完成，但校验失败！"_s);
-        QCOMPARE(downloaded(u"q.zip"_s), QByteArray("other")); // it stays
+        QCOMPARE(downloaded(u"q.zip"_s), QByteArray("other")); // the file is kept
         server.setResponse("/q.zip", answerWith(package));
         QCOMPARE(view.update->text(), u"重新下载"_s);
         view.update->click();
@@ -303,16 +284,13 @@ void TestPackageDownload::namesTheFile()
     window.onVersionInfoReceived(u"3.0.0"_s, true, u"http://127.0.0.1:%1%2"_s.arg(server.port()).arg(path));
     window.startDownload();
     QTRY_VERIFY(!isDownloading(window));
-    QCOMPARE(QDir(downloadFolder()).entryList(QDir::Files), QStringList({name}));
+    QCOMPARE(downloads(), QStringList({name}));
     QCOMPARE(downloaded(name), QByteArray("package"));
 }
 
 void TestPackageDownload::replacesAnOlderFile()
 {
-    QFile old(downloadFolder() + u"/q.zip"_s);
-    QVERIFY(old.open(QIODevice::WriteOnly));
-    old.write("something longer than the package");
-    old.close();
+    savedBytes("something longer than the package", downloadFolder() + u"/q.zip"_s);
     HttpServer server;
     server.setResponse("/q.zip", answerWith("package"));
     MainWindow window;
@@ -331,11 +309,11 @@ void TestPackageDownload::followsARedirect()
     window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
     window.startDownload();
     QTRY_VERIFY(!isDownloading(window));
-    QCOMPARE(downloaded(u"q.zip"_s), QByteArray("package")); // named by the address of the report
+    QCOMPARE(downloaded(u"q.zip"_s), QByteArray("package")); // the reported address determines the name
     QCOMPARE(server.requests().size(), 2);
 }
 
-void TestPackageDownload::tellsAnErrorAndRetries()
+void TestPackageDownload::reportsAnErrorAndRetries()
 {
     HttpServer server; // answers 404
     MainWindow window;
@@ -355,9 +333,9 @@ void TestPackageDownload::tellsAnErrorAndRetries()
     QCOMPARE(server.requests().size(), 2);
 }
 
-void TestPackageDownload::tellsAnErrorOnce()
+void TestPackageDownload::showsAnErrorOnce()
 {
-    // An error comes to the dialog twice, by two signals of the reply.
+    // The dialog receives an error twice, by two signals of the reply.
     HttpServer server; // answers 404
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
@@ -379,7 +357,7 @@ void TestPackageDownload::tellsAnErrorOnce()
     QCOMPARE(server.requests().size(), 1);
 }
 
-void TestPackageDownload::tellsACutOffBody()
+void TestPackageDownload::reportsATruncatedBody()
 {
     HttpServer server;
     HttpResponse response = answerWith(package);
@@ -393,12 +371,12 @@ void TestPackageDownload::tellsACutOffBody()
         QTRY_VERIFY(view.status->text().startsWith(u"下载失败："_s));
         QCOMPARE(view.update->text(), u"重试"_s);
     }));
-    QVERIFY(QDir(downloadFolder()).entryList(QDir::Files).isEmpty());
+    QVERIFY(downloads().isEmpty());
 }
 
-void TestPackageDownload::tellsAnUnwritableFile()
+void TestPackageDownload::reportsAnUnwritableFile()
 {
-    QVERIFY(QDir(downloadFolder()).mkdir(u"q.zip"_s)); // a folder in the place of the file
+    QVERIFY(QDir(downloadFolder()).mkdir(u"q.zip"_s)); // a folder with the name of the file
     HttpServer server;
     server.setResponse("/q.zip", answerWith(package));
     MainWindow window;
@@ -414,10 +392,10 @@ void TestPackageDownload::tellsAnUnwritableFile()
     QTRY_VERIFY(!isDownloading(window));
 }
 
-void TestPackageDownload::knowsNoAddress()
+void TestPackageDownload::doesNothingWithoutAnAddress()
 {
     MainWindow window;
-    window.startDownload(); // no report yet, and no dialog to tell
+    window.startDownload(); // neither a report nor a dialog yet
     QVERIFY(!isDownloading(window));
 }
 
@@ -429,7 +407,7 @@ void TestPackageDownload::cleansUpWithoutADialog()
     window.startDownload();
     QVERIFY(isDownloading(window));
     QTRY_VERIFY(!isDownloading(window));
-    QVERIFY(QDir(downloadFolder()).entryList(QDir::Files).isEmpty());
+    QVERIFY(downloads().isEmpty());
 
     QVERIFY(QDir(downloadFolder()).mkdir(u"q.zip"_s));
     server.setResponse("/q.zip", answerWith(package));
@@ -457,7 +435,7 @@ void TestPackageDownload::finishesWithoutTheDialog()
     QVERIFY(downloaded(u"q.zip"_s) == package);
 }
 
-void TestPackageDownload::startsOverFromANewDialog()
+void TestPackageDownload::restartsFromANewDialog()
 {
     HttpServer server;
     server.setResponse("/q.zip", answerUpTo(1024 * 1024));
@@ -472,13 +450,13 @@ void TestPackageDownload::startsOverFromANewDialog()
     server.setResponse("/q.zip", answerWith(package));
     QVERIFY(driveDownloadDialog(window, [](DownloadUpdateDialog &dialog) {
         const DialogView view(dialog);
-        QCOMPARE(view.update->text(), u"立即更新"_s); // it knows nothing of the running one
+        QCOMPARE(view.update->text(), u"立即更新"_s); // the dialog ignores the running download
         QCOMPARE(view.visibleButtons(), u"slu"_s);
         view.update->click();
         QTRY_COMPARE(view.status->text(), u"下载完成，校验通过！"_s);
     }));
     QCOMPARE(server.requests().size(), 2);
-    QTRY_COMPARE(server.connectionCount(), 0); // the first one was given up
+    QTRY_COMPARE(server.connectionCount(), 0); // the first one was aborted
     QVERIFY(downloaded(u"q.zip"_s) == package);
 }
 
@@ -505,16 +483,16 @@ void TestPackageDownload::replacesARunningDownload()
     window.onVersionInfoReceived(u"3.0.1"_s, true, server.url(u"/second.zip"_s).toString());
     window.startDownload();
     QTRY_VERIFY(!isDownloading(window));
-    QCOMPARE(QDir(downloadFolder()).entryList(QDir::Files), QStringList({u"second.zip"_s}));
+    QCOMPARE(downloads(), QStringList({u"second.zip"_s}));
     QCOMPARE(downloaded(u"second.zip"_s), QByteArray("second"));
     QTRY_COMPARE(server.connectionCount(), 0);
 }
 
-void TestPackageDownload::secondClickStartsOver()
+void TestPackageDownload::secondClickRestarts()
 {
     HttpServer server;
     HttpResponse stalled = answerWith(package);
-    stalled.pausesAtStart = true; // no report comes
+    stalled.pausesAtStart = true; // so that no progress is reported
     server.setResponse("/q.zip", stalled);
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString(), {}, packageChecksum);
@@ -535,7 +513,7 @@ void TestPackageDownload::secondClickStartsOver()
 
 void TestPackageDownload::replacesADownloadThatIsNotOverTheNetwork()
 {
-    // Such a reply ignores the abort and finishes later, when it is no longer the running one.
+    // Such a reply ignores abort() and finishes later, when another reply is the running one.
     HttpServer server;
     HttpResponse response = answerWith("package");
     response.pauseAfter = 2;
@@ -547,7 +525,7 @@ void TestPackageDownload::replacesADownloadThatIsNotOverTheNetwork()
     window.startDownload();
     QTRY_COMPARE(server.requests().size(), 1);
     QTRY_COMPARE(window.findChildren<QNetworkReply *>().size(), 1);
-    QVERIFY(QDir(downloadFolder()).entryList(QDir::Files).isEmpty());
+    QVERIFY(downloads().isEmpty());
     server.resume();
     QTRY_VERIFY(!isDownloading(window));
     QCOMPARE(downloaded(u"q.zip"_s), QByteArray("package"));
@@ -568,17 +546,17 @@ void TestPackageDownload::endsWithTheWindow()
     window.reset();
     QVERIFY(reply.isNull());
     QTRY_COMPARE(server.connectionCount(), 0);
-    QVERIFY(QDir(downloadFolder()).entryList(QDir::Files).isEmpty());
+    QVERIFY(downloads().isEmpty());
 }
 
-void TestPackageDownload::ignoresLateCalls()
+void TestPackageDownload::ignoresCallsWithoutADownload()
 {
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, true);
     window.onDownloadProgress(1, 2);
     window.onDownloadFinished();
     window.onDownloadError(QNetworkReply::HostNotFoundError);
-    QVERIFY(QDir(downloadFolder()).entryList(QDir::Files).isEmpty());
+    QVERIFY(downloads().isEmpty());
     QVERIFY(driveDownloadDialog(window, [&window](DownloadUpdateDialog &dialog) {
         const QStringList before = look(dialog);
         window.onDownloadFinished();

@@ -1,4 +1,4 @@
-#include "support/messageboxes.h"
+#include "support/dialoganswer.h"
 #include "support/testmain.h"
 #include "updatechecks.h"
 
@@ -17,6 +17,16 @@ void skipVersion(const QString &version)
 
 enum class Outcome { NetworkError, ParseError, UpToDate, Dialog };
 
+/// Icon, title and text of the message box after an interactive check.
+ShownBox boxFor(Outcome outcome)
+{
+    if (outcome == Outcome::UpToDate) {
+        return {QMessageBox::Information, u"检查更新"_s, u"您已使用最新版本"_s, {}, nullptr};
+    }
+    const QString text = outcome == Outcome::NetworkError ? u"网络连接失败"_s : u"解析更新信息失败"_s;
+    return {QMessageBox::Critical, u"更新检查错误"_s, text, {}, nullptr};
+}
+
 } // namespace
 
 class TestSimpleUpdater : public QObject
@@ -29,8 +39,8 @@ private slots:
     void cleanup();
 
     void knowsThePlatformOfTheBuild();
-    void comparesFreeForms_data();
-    void comparesFreeForms();
+    void comparesVersionsOfAnyForm_data();
+    void comparesVersionsOfAnyForm();
     void keepsTheReleaseOfAnEarlierDocument();
     void warnsWithoutAnAddress();
 
@@ -39,10 +49,10 @@ private slots:
     void endsSilently_data() { addOutcomes(); }
     void endsSilently();
 
-    void staysSilentOnceSilent();
-    void skipsByText_data();
-    void skipsByText();
-    void staysQuietAfterASkipInTheDialog();
+    void remainsSilentAfterASilentCheck();
+    void skipsExactlyThisVersionText_data();
+    void skipsExactlyThisVersionText();
+    void reportsNothingAfterASkipInTheDialog();
     void opensASecondDialog();
     void checksAgainAfterABox();
 
@@ -52,24 +62,19 @@ private:
 
 void TestSimpleUpdater::initTestCase()
 {
-    QCoreApplication::setOrganizationName(u"zrnw480"_s);
-    QCoreApplication::setApplicationName(u"Quillmarch"_s);
+    nameApplication();
 }
 
 void TestSimpleUpdater::init()
 {
     QSettings().clear();
-    // The program logs one line only, and that one is expected where it is due.
+    // The program logs a single kind of line, which one test expects.
     QTest::failOnWarning(QRegularExpression(u"QIODevice|Update URL|QObject"_s));
 }
 
 void TestSimpleUpdater::cleanup()
 {
-    const auto dialogs = openDialogs();
-    for (UpdateDialog *dialog : dialogs) {
-        dialog->close();
-    }
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    closeOpenDialogs();
     QVERIFY(showsNothing());
 }
 
@@ -78,7 +83,7 @@ void TestSimpleUpdater::knowsThePlatformOfTheBuild()
     QCOMPARE(SimpleUpdater().currentPlatform(), u"windows"_s);
 }
 
-void TestSimpleUpdater::comparesFreeForms_data()
+void TestSimpleUpdater::comparesVersionsOfAnyForm_data()
 {
     QTest::addColumn<QString>("latest");
     QTest::addColumn<bool>("newer");
@@ -97,7 +102,7 @@ void TestSimpleUpdater::comparesFreeForms_data()
     QTest::newRow("next") << u"next"_s << false;
 }
 
-void TestSimpleUpdater::comparesFreeForms()
+void TestSimpleUpdater::comparesVersionsOfAnyForm()
 {
     QFETCH(QString, latest);
     QTEST(SimpleUpdater().isNewerVersion(latest, u"2.7.1"_s), "newer");
@@ -166,10 +171,10 @@ void TestSimpleUpdater::endsInteractively()
     QFETCH(QByteArray, body);
     QFETCH(int, outcome);
     HttpServer server;
-    server.setResponse("/doc", answerWith(body, status));
+    server.setResponse("/doc", jsonAnswer(body, status));
     const MessageBoxes boxes;
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     startCheck(updater);
     QVERIFY(isChecking(updater));
     QTRY_VERIFY(!isChecking(updater) && (!boxes.shown().isEmpty() || !openDialogs().isEmpty()));
@@ -187,17 +192,12 @@ void TestSimpleUpdater::endsInteractively()
     QVERIFY(openDialogs().isEmpty());
     QCOMPARE(boxes.shown().size(), 1);
     const ShownBox &box = boxes.shown().first();
+    const ShownBox expected = boxFor(Outcome(outcome));
     QCOMPARE(box.buttons, QMessageBox::Ok);
     QCOMPARE(box.parent, nullptr);
-    if (outcome == int(Outcome::UpToDate)) {
-        QCOMPARE(box.icon, QMessageBox::Information);
-        QCOMPARE(box.title, u"检查更新"_s);
-        QCOMPARE(box.text, u"您已使用最新版本"_s);
-    } else {
-        QCOMPARE(box.icon, QMessageBox::Critical);
-        QCOMPARE(box.title, u"更新检查错误"_s);
-        QCOMPARE(box.text, outcome == int(Outcome::NetworkError) ? u"网络连接失败"_s : u"解析更新信息失败"_s);
-    }
+    QCOMPARE(box.icon, expected.icon);
+    QCOMPARE(box.title, expected.title);
+    QCOMPARE(box.text, expected.text);
 }
 
 void TestSimpleUpdater::endsSilently()
@@ -206,10 +206,10 @@ void TestSimpleUpdater::endsSilently()
     QFETCH(QByteArray, body);
     QFETCH(int, outcome);
     HttpServer server;
-    server.setResponse("/doc", answerWith(body, status));
+    server.setResponse("/doc", jsonAnswer(body, status));
     const MessageBoxes boxes;
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     updater.checkForUpdatesSilently();
     QTRY_VERIFY(!isChecking(updater));
     QVERIFY(boxes.shown().isEmpty());
@@ -217,12 +217,12 @@ void TestSimpleUpdater::endsSilently()
     QCOMPARE(showsNothing(), outcome != int(Outcome::Dialog));
 }
 
-void TestSimpleUpdater::staysSilentOnceSilent()
+void TestSimpleUpdater::remainsSilentAfterASilentCheck()
 {
     HttpServer server; // answers 404
     const MessageBoxes boxes;
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     updater.checkForUpdatesSilently();
     QTRY_VERIFY(!isChecking(updater));
     startCheck(updater);
@@ -233,51 +233,51 @@ void TestSimpleUpdater::staysSilentOnceSilent()
     QVERIFY(showsNothing());
 }
 
-void TestSimpleUpdater::skipsByText_data()
+void TestSimpleUpdater::skipsExactlyThisVersionText_data()
 {
     QTest::addColumn<QString>("skipped");
     QTest::addColumn<QByteArray>("offered");
-    QTest::addColumn<bool>("quiet");
+    QTest::addColumn<bool>("isSkipped");
     QTest::newRow("nothing skipped") << QString() << QByteArray("3.0.0") << false;
-    QTest::newRow("that one") << u"3.0.0"_s << QByteArray("3.0.0") << true;
-    QTest::newRow("next one") << u"3.0.0"_s << QByteArray("3.0.1") << false;
-    QTest::newRow("earlier one") << u"3.0.1"_s << QByteArray("3.0.0") << false;
+    QTest::newRow("same version") << u"3.0.0"_s << QByteArray("3.0.0") << true;
+    QTest::newRow("later version") << u"3.0.0"_s << QByteArray("3.0.1") << false;
+    QTest::newRow("earlier version") << u"3.0.1"_s << QByteArray("3.0.0") << false;
     QTest::newRow("same number, other text") << u"3.0.0"_s << QByteArray("3.0") << false;
     QTest::newRow("same number, other text too") << u"3.0"_s << QByteArray("3.0.0") << false;
 }
 
-void TestSimpleUpdater::skipsByText()
+void TestSimpleUpdater::skipsExactlyThisVersionText()
 {
     QFETCH(QString, skipped);
     QFETCH(QByteArray, offered);
-    QFETCH(bool, quiet);
+    QFETCH(bool, isSkipped);
     skipVersion(skipped);
     HttpServer server;
-    server.setResponse("/doc", answerWith(documentFor(offered)));
+    server.setResponse("/doc", jsonAnswer(documentFor(offered)));
     const MessageBoxes boxes;
     SimpleUpdater interactive;
-    interactive.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, interactive);
     startCheck(interactive);
     QTRY_VERIFY(!boxes.shown().isEmpty() || !openDialogs().isEmpty());
-    QCOMPARE(openDialogs().size(), quiet ? 0 : 1);
-    QCOMPARE(boxes.shown().size(), quiet ? 1 : 0);
-    if (quiet) {
+    QCOMPARE(openDialogs().size(), isSkipped ? 0 : 1);
+    QCOMPARE(boxes.shown().size(), isSkipped ? 1 : 0);
+    if (isSkipped) {
         QCOMPARE(boxes.shown().first().text, u"您已使用最新版本"_s);
     }
 
     SimpleUpdater silent;
-    silent.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, silent);
     silent.checkForUpdatesSilently();
     QTRY_VERIFY(!isChecking(silent));
-    QCOMPARE(openDialogs().size(), quiet ? 0 : 2);
+    QCOMPARE(openDialogs().size(), isSkipped ? 0 : 2);
 }
 
-void TestSimpleUpdater::staysQuietAfterASkipInTheDialog()
+void TestSimpleUpdater::reportsNothingAfterASkipInTheDialog()
 {
     HttpServer server;
-    server.setResponse("/doc", answerWith(documentFor("3.0.0")));
+    server.setResponse("/doc", jsonAnswer(documentFor("3.0.0")));
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     updater.checkForUpdatesSilently();
     QTRY_COMPARE(openDialogs().size(), 1);
     const QPointer<UpdateDialog> dialog = openDialogs().first();
@@ -290,7 +290,7 @@ void TestSimpleUpdater::staysQuietAfterASkipInTheDialog()
     QCOMPARE(server.requests().size(), 2);
     QVERIFY(showsNothing());
 
-    server.setResponse("/doc", answerWith(documentFor("3.0.1")));
+    server.setResponse("/doc", jsonAnswer(documentFor("3.0.1")));
     updater.checkForUpdatesSilently();
     QTRY_COMPARE(openDialogs().size(), 1);
 }
@@ -298,9 +298,9 @@ void TestSimpleUpdater::staysQuietAfterASkipInTheDialog()
 void TestSimpleUpdater::opensASecondDialog()
 {
     HttpServer server;
-    server.setResponse("/doc", answerWith(documentFor("3.0.0")));
+    server.setResponse("/doc", jsonAnswer(documentFor("3.0.0")));
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     startCheck(updater);
     QTRY_COMPARE(openDialogs().size(), 1);
     startCheck(updater);
@@ -310,10 +310,10 @@ void TestSimpleUpdater::opensASecondDialog()
 void TestSimpleUpdater::checksAgainAfterABox()
 {
     HttpServer server;
-    server.setResponse("/doc", answerWith(documentFor("1.0.0")));
+    server.setResponse("/doc", jsonAnswer(documentFor("1.0.0")));
     const MessageBoxes boxes;
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     for (int check = 1; check <= 3; ++check) {
         startCheck(updater);
         QTRY_COMPARE(boxes.shown().size(), check);

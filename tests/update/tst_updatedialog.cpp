@@ -1,8 +1,9 @@
 #include "redpicture.h"
-#include "support/documents.h"
 #include "support/openedurls.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 #include "update/updatedialog.h"
+#include "updatechecks.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -34,29 +35,6 @@ ReleaseInfo someRelease()
     return release;
 }
 
-QPushButton *buttonOf(const QDialog &dialog, const QString &text)
-{
-    const auto buttons = dialog.findChildren<QPushButton *>();
-    for (QPushButton *button : buttons) {
-        if (button->text() == text) {
-            return button;
-        }
-    }
-    qFatal("No button %s", qPrintable(text));
-}
-
-/// The label with a pixmap, or the one without.
-QLabel *labelOf(const QDialog &dialog, bool hasPixmap)
-{
-    const auto labels = dialog.findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
-    for (QLabel *label : labels) {
-        if (label->pixmap().isNull() != hasPixmap) {
-            return label;
-        }
-    }
-    qFatal("No such label");
-}
-
 QVariant skippedVersion()
 {
     return QSettings().value(u"updater/skippedVersion"_s);
@@ -69,7 +47,8 @@ bool inDisc(double x, double y)
     return std::hypot(x - 32, y - 32) <= 24;
 }
 
-/// A line of width 3 with square caps, so longer by 1.5 at each end.
+/// Whether a point is on a line of width 3 with square caps, which extend it by
+/// 1.5 at each end.
 bool onLine(double x, double y, double x1, double y1, double x2, double y2)
 {
     const double length = std::hypot(x2 - x1, y2 - y1);
@@ -90,14 +69,14 @@ double coverage(int column, int row, Inside inside)
     return double(hits) / (steps * steps);
 }
 
-/// Red, green, blue (each times alpha) and alpha that the icon should have.
+/// The expected red, green, blue (premultiplied) and alpha of a pixel of the icon.
 std::array<double, 4> iconPixel(int column, int row)
 {
     std::array<double, 4> pixel{};
-    const auto paint = [&](Inside inside, const std::array<double, 4> &colour) {
+    const auto paint = [&](Inside inside, const std::array<double, 4> &color) {
         const double share = coverage(column, row, inside);
         for (size_t i = 0; i < pixel.size(); ++i) {
-            pixel[i] = colour[i] * share + pixel[i] * (1 - share);
+            pixel[i] = color[i] * share + pixel[i] * (1 - share);
         }
     };
     const std::array<double, 4> blue{0x4A, 0x90, 0xE2, 255};
@@ -121,33 +100,33 @@ private slots:
     void writesNotesAsHtml_data();
     void writesNotesAsHtml();
     void showsTheRelease();
-    void takesHtmlOfTheDocument();
-    void showsNoFileOfThisMachine_data();
-    void showsNoFileOfThisMachine();
-    void showsPicturesThatTheDocumentBrings_data();
-    void showsPicturesThatTheDocumentBrings();
-    void comesToAnEndWithNestedTags_data();
-    void comesToAnEndWithNestedTags();
+    void showsHtmlOfTheDocument();
+    void showsNoLocalFile_data();
+    void showsNoLocalFile();
+    void showsEmbeddedPictures_data();
+    void showsEmbeddedPictures();
+    void showsNestedTags_data();
+    void showsNestedTags();
     void keepsTheNotesWhenALinkIsClicked_data();
     void keepsTheNotesWhenALinkIsClicked();
     void opensWithoutTitleAndDescription();
     void laysOutItsWidgets();
+    void laysOutItsButtons();
     void drawsTheIcon();
-    void hasItsFontsAndColours();
-    void downloadsByTheBrowser();
+    void hasItsFontsAndColors();
+    void downloadsInTheWebBrowser();
     void closesWithoutAnAddress();
     void storesNothingWhenRemindedLater();
     void storesNothingWhenClosedByItsFrame();
     void storesTheSkippedVersion();
     void offersAllButtonsForAForcedRelease();
-    void deletesItselfWhenAskedTo_data();
-    void deletesItselfWhenAskedTo();
+    void deletesItselfOnCloseIfRequested_data();
+    void deletesItselfOnCloseIfRequested();
 };
 
 void TestUpdateDialog::initTestCase()
 {
-    QCoreApplication::setOrganizationName(u"zrnw480"_s);
-    QCoreApplication::setApplicationName(u"Quillmarch"_s);
+    nameApplication();
 }
 
 void TestUpdateDialog::init()
@@ -187,22 +166,26 @@ void TestUpdateDialog::showsTheRelease()
 {
     const UpdateDialog dialog(someRelease());
     QCOMPARE(dialog.windowTitle(), u"Quillmarch 软件更新"_s);
-    QCOMPARE(labelOf(dialog, false)->text(), u"发现新版本 3.0.1"_s);
-    QCOMPARE(dialog.findChild<QTextBrowser *>()->toPlainText(), u"大版本\n发布日期：2024/03/05\n更快\n更稳"_s);
+    QCOMPARE(childOf<QLabel>(dialog, "titleLabel")->text(), u"发现新版本 3.0.1"_s);
+    QCOMPARE(childOf<QTextBrowser>(dialog, "notesBrowser")->toPlainText(),
+             u"大版本\n发布日期：2024/03/05\n更快\n更稳"_s);
+    QCOMPARE(childOf<QPushButton>(dialog, "downloadButton")->text(), u"立即下载"_s);
+    QCOMPARE(childOf<QPushButton>(dialog, "remindLaterButton")->text(), u"稍后提醒"_s);
+    QCOMPARE(childOf<QPushButton>(dialog, "skipVersionButton")->text(), u"跳过此版本"_s);
     QVERIFY(!dialog.isModal());
     QCOMPARE(dialog.parentWidget(), nullptr);
 }
 
-void TestUpdateDialog::takesHtmlOfTheDocument()
+void TestUpdateDialog::showsHtmlOfTheDocument()
 {
     ReleaseInfo release = someRelease();
     release.releaseDate.clear();
     release.description = u"<ul><li>one</li><li>two</li></ul>"_s;
     const UpdateDialog dialog(release);
-    QCOMPARE(dialog.findChild<QTextBrowser *>()->toPlainText(), u"大版本\none\ntwo"_s);
+    QCOMPARE(childOf<QTextBrowser>(dialog, "notesBrowser")->toPlainText(), u"大版本\none\ntwo"_s);
 }
 
-void TestUpdateDialog::showsNoFileOfThisMachine_data()
+void TestUpdateDialog::showsNoLocalFile_data()
 {
     const QString path = savedPicture(redPicture(), u"red.png"_s);
     const QString address = QUrl::fromLocalFile(path).toString();
@@ -227,7 +210,7 @@ void TestUpdateDialog::showsNoFileOfThisMachine_data()
     QTest::newRow("version") << u"3.0"_s + imageOf(path) << QString() << QString();
 }
 
-void TestUpdateDialog::showsNoFileOfThisMachine()
+void TestUpdateDialog::showsNoLocalFile()
 {
     QFETCH(QString, version);
     QFETCH(QString, title);
@@ -240,16 +223,16 @@ void TestUpdateDialog::showsNoFileOfThisMachine()
     QVERIFY(!showsRed(dialog));
 }
 
-void TestUpdateDialog::showsPicturesThatTheDocumentBrings_data()
+void TestUpdateDialog::showsEmbeddedPictures_data()
 {
     QTest::addColumn<QSize>("size");
     QTest::addColumn<bool>("isShown");
     QTest::newRow("small") << QSize(40, 20) << true;
     QTest::newRow("largest") << QSize(4096, 4096) << true;
-    QTest::newRow("too large for the memory of many") << QSize(4096, 4097) << false;
+    QTest::newRow("too large") << QSize(4096, 4097) << false;
 }
 
-void TestUpdateDialog::showsPicturesThatTheDocumentBrings()
+void TestUpdateDialog::showsEmbeddedPictures()
 {
     QFETCH(QSize, size);
     QFETCH(bool, isShown);
@@ -262,7 +245,7 @@ void TestUpdateDialog::showsPicturesThatTheDocumentBrings()
     QCOMPARE(showsRed(dialog), isShown);
 }
 
-void TestUpdateDialog::comesToAnEndWithNestedTags_data()
+void TestUpdateDialog::showsNestedTags_data()
 {
     QTest::addColumn<QString>("tags");
     QTest::addColumn<int>("depth");
@@ -279,7 +262,7 @@ void TestUpdateDialog::comesToAnEndWithNestedTags_data()
     QTest::newRow("100000 lists") << u"<ul><li>"_s << 100000 << false;
 }
 
-void TestUpdateDialog::comesToAnEndWithNestedTags()
+void TestUpdateDialog::showsNestedTags()
 {
     QFETCH(QString, tags);
     QFETCH(int, depth);
@@ -289,7 +272,7 @@ void TestUpdateDialog::comesToAnEndWithNestedTags()
     release.description = u"</table>"_s.repeated(100) + tags.repeated(depth) + u"in all of them"_s;
     UpdateDialog dialog(release);
     QVERIFY(!dialog.grab().isNull());
-    const auto *notes = dialog.findChild<QTextBrowser *>();
+    const auto *notes = childOf<QTextBrowser>(dialog, "notesBrowser");
     QVERIFY(notes->toPlainText().contains(u"in all of them"_s));
     QVERIFY(!notes->toPlainText().contains(u'<'));
     QCOMPARE(notes->document()->firstBlock().blockFormat().headingLevel() == 3, isHtml); // the title
@@ -301,7 +284,7 @@ void TestUpdateDialog::keepsTheNotesWhenALinkIsClicked_data()
     QTest::newRow("web page") << u"https://site.example/notes"_s;
     QTest::newRow("file") << u"file:///etc/hostname"_s;
     QTest::newRow("relative") << u"notes.html"_s;
-    QTest::newRow("place in the notes") << u"#end"_s;
+    QTest::newRow("anchor in the notes") << u"#end"_s;
     QTest::newRow("data") << u"data:text/html,other"_s;
     QTest::newRow("none") << QString();
 }
@@ -315,11 +298,11 @@ void TestUpdateDialog::keepsTheNotesWhenALinkIsClicked()
     UpdateDialog dialog(release);
     dialog.show();
     QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-    auto *notes = dialog.findChild<QTextBrowser *>();
+    auto *notes = childOf<QTextBrowser>(dialog, "notesBrowser");
     const QString before = notes->toHtml();
     QTextCursor inLink(notes->document()->find(u"WWWW"_s));
-    const QPoint place = notes->cursorRect(inLink).center();
-    QTest::mouseClick(notes->viewport(), Qt::LeftButton, {}, place);
+    const QPoint center = notes->cursorRect(inLink).center();
+    QTest::mouseClick(notes->viewport(), Qt::LeftButton, {}, center);
     QCOMPARE(notes->toHtml(), before);
     QVERIFY(notes->toPlainText().contains(u"更快"_s));
     QCOMPARE(opened.urls(), QList<QUrl>());
@@ -331,8 +314,8 @@ void TestUpdateDialog::opensWithoutTitleAndDescription()
     UpdateDialog dialog{ReleaseInfo()};
     dialog.show();
     QVERIFY(dialog.isVisible());
-    QCOMPARE(labelOf(dialog, false)->text(), u"发现新版本 "_s);
-    QVERIFY(!dialog.findChild<QTextBrowser *>()->toPlainText().contains(u"发布日期"_s));
+    QCOMPARE(childOf<QLabel>(dialog, "titleLabel")->text(), u"发现新版本 "_s);
+    QVERIFY(!childOf<QTextBrowser>(dialog, "notesBrowser")->toPlainText().contains(u"发布日期"_s));
 }
 
 void TestUpdateDialog::laysOutItsWidgets()
@@ -347,9 +330,9 @@ void TestUpdateDialog::laysOutItsWidgets()
     QCOMPARE(layout->contentsMargins(), QMargins(40, 20, 40, 20));
     QCOMPARE(layout->spacing(), 15);
     QCOMPARE(layout->count(), 4);
-    const QLabel *title = labelOf(dialog, false);
-    const QLabel *icon = labelOf(dialog, true);
-    auto *browser = dialog.findChild<QTextBrowser *>();
+    const QLabel *title = childOf<QLabel>(dialog, "titleLabel");
+    const QLabel *icon = childOf<QLabel>(dialog, "iconLabel");
+    auto *browser = childOf<QTextBrowser>(dialog, "notesBrowser");
     QCOMPARE(layout->itemAt(0)->widget(), title);
     QCOMPARE(layout->itemAt(1)->widget(), icon);
     QCOMPARE(layout->itemAt(2)->widget(), browser);
@@ -362,14 +345,20 @@ void TestUpdateDialog::laysOutItsWidgets()
     QCOMPARE(icon->size(), QSize(64, 64));
     QCOMPARE(browser->maximumHeight(), 200);
     QVERIFY(!browser->openExternalLinks());
+    QCOMPARE(layout->itemAt(3)->widget(), childOf<QWidget>(dialog, "buttonRow"));
+}
 
-    const auto *row = qobject_cast<QHBoxLayout *>(layout->itemAt(3)->widget()->layout());
+void TestUpdateDialog::laysOutItsButtons()
+{
+    UpdateDialog dialog(someRelease());
+    dialog.show();
+    const auto *row = qobject_cast<QHBoxLayout *>(childOf<QWidget>(dialog, "buttonRow")->layout());
     QVERIFY(row);
     QCOMPARE(row->count(), 4);
-    QCOMPARE(row->itemAt(0)->widget(), buttonOf(dialog, u"跳过此版本"_s));
+    QCOMPARE(row->itemAt(0)->widget(), childOf<QPushButton>(dialog, "skipVersionButton"));
     QVERIFY(row->itemAt(1)->spacerItem());
-    QCOMPARE(row->itemAt(2)->widget(), buttonOf(dialog, u"稍后提醒"_s));
-    QCOMPARE(row->itemAt(3)->widget(), buttonOf(dialog, u"立即下载"_s));
+    QCOMPARE(row->itemAt(2)->widget(), childOf<QPushButton>(dialog, "remindLaterButton"));
+    QCOMPARE(row->itemAt(3)->widget(), childOf<QPushButton>(dialog, "downloadButton"));
     for (const int i : {0, 2, 3}) {
         QCOMPARE(row->itemAt(i)->widget()->height(), 32);
     }
@@ -378,19 +367,20 @@ void TestUpdateDialog::laysOutItsWidgets()
 void TestUpdateDialog::drawsTheIcon()
 {
     const UpdateDialog dialog(someRelease());
-    const QImage icon = labelOf(dialog, true)->pixmap().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    const QImage icon =
+        childOf<QLabel>(dialog, "iconLabel")->pixmap().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
     QCOMPARE(icon.size(), QSize(64, 64));
     for (int row = 0; row < 64; ++row) {
         for (int column = 0; column < 64; ++column) {
-            const std::array<double, 4> wanted = iconPixel(column, row);
+            const std::array<double, 4> expected = iconPixel(column, row);
             const QRgb pixel = reinterpret_cast<const QRgb *>(icon.constScanLine(row))[column];
             const std::array<int, 4> actual{qRed(pixel), qGreen(pixel), qBlue(pixel), qAlpha(pixel)};
-            for (size_t i = 0; i < wanted.size(); ++i) {
-                // The painter rounds the outline and the coverage in its own way.
+            for (size_t i = 0; i < expected.size(); ++i) {
+                // QPainter rounds outline and coverage differently.
                 QVERIFY2(
-                    std::abs(actual[i] - wanted[i]) <= 32,
+                    std::abs(actual[i] - expected[i]) <= 32,
                     qPrintable(u"%1,%2 channel %3: %4 instead of %5"_s.arg(column).arg(row).arg(i).arg(actual[i]).arg(
-                        wanted[i])));
+                        expected[i])));
             }
         }
     }
@@ -399,7 +389,7 @@ void TestUpdateDialog::drawsTheIcon()
     QCOMPARE(icon.pixelColor(0, 0).alpha(), 0);
 }
 
-void TestUpdateDialog::hasItsFontsAndColours()
+void TestUpdateDialog::hasItsFontsAndColors()
 {
     const UpdateDialog dialog(someRelease());
     QCOMPARE(dialog.font().pointSize(), 14);
@@ -407,26 +397,26 @@ void TestUpdateDialog::hasItsFontsAndColours()
     for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
         QCOMPARE(dialog.palette().brush(group, QPalette::Window), QBrush(QColor(0xEC, 0xEC, 0xEC)));
     }
-    QCOMPARE(labelOf(dialog, false)->font().pointSize(), 16);
-    QCOMPARE(labelOf(dialog, false)->font().weight(), 700);
+    QCOMPARE(childOf<QLabel>(dialog, "titleLabel")->font().pointSize(), 16);
+    QCOMPARE(childOf<QLabel>(dialog, "titleLabel")->font().weight(), 700);
 
-    const QString download = buttonOf(dialog, u"立即下载"_s)->styleSheet().simplified();
+    const QString download = childOf<QPushButton>(dialog, "downloadButton")->styleSheet().simplified();
     QCOMPARE(download,
              u"QPushButton { background-color: #4A90E2; color: white; border: none; border-radius: 4px; "
              "padding: 6px 20px; } QPushButton:hover { background-color: #357ABD; } "
              "QPushButton:pressed { background-color: #2968A3; }"_s);
     const QString quiet = u"QPushButton { background-color: #E0E0E0; color: #333; border: none; border-radius: 4px; "
                           "padding: 6px 16px; } QPushButton:hover { background-color: #D0D0D0; }"_s;
-    QCOMPARE(buttonOf(dialog, u"稍后提醒"_s)->styleSheet().simplified(), quiet);
-    QCOMPARE(buttonOf(dialog, u"跳过此版本"_s)->styleSheet().simplified(), quiet);
+    QCOMPARE(childOf<QPushButton>(dialog, "remindLaterButton")->styleSheet().simplified(), quiet);
+    QCOMPARE(childOf<QPushButton>(dialog, "skipVersionButton")->styleSheet().simplified(), quiet);
 }
 
-void TestUpdateDialog::downloadsByTheBrowser()
+void TestUpdateDialog::downloadsInTheWebBrowser()
 {
     const OpenedUrls opened({u"https"_s});
     UpdateDialog dialog(someRelease());
     dialog.show();
-    buttonOf(dialog, u"立即下载"_s)->click();
+    childOf<QPushButton>(dialog, "downloadButton")->click();
     QCOMPARE(opened.urls(), QList<QUrl>({QUrl(u"https://packages.example/q.zip?x=1"_s)}));
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
     QVERIFY(!dialog.isVisible());
@@ -440,7 +430,7 @@ void TestUpdateDialog::closesWithoutAnAddress()
     release.downloadUrl.clear();
     UpdateDialog dialog(release);
     dialog.show();
-    buttonOf(dialog, u"立即下载"_s)->click();
+    childOf<QPushButton>(dialog, "downloadButton")->click();
     QCOMPARE(opened.urls(), QList<QUrl>());
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
     QVERIFY(!dialog.isVisible());
@@ -451,7 +441,7 @@ void TestUpdateDialog::storesNothingWhenRemindedLater()
     UpdateDialog dialog(someRelease());
     dialog.show();
     QSignalSpy rejected(&dialog, &QDialog::rejected);
-    buttonOf(dialog, u"稍后提醒"_s)->click();
+    childOf<QPushButton>(dialog, "remindLaterButton")->click();
     QCOMPARE(rejected.count(), 1);
     QVERIFY(!dialog.isVisible());
     QVERIFY(!skippedVersion().isValid());
@@ -470,7 +460,7 @@ void TestUpdateDialog::storesTheSkippedVersion()
     UpdateDialog dialog(someRelease());
     dialog.show();
     QSignalSpy rejected(&dialog, &QDialog::rejected);
-    buttonOf(dialog, u"跳过此版本"_s)->click();
+    childOf<QPushButton>(dialog, "skipVersionButton")->click();
     QCOMPARE(rejected.count(), 1);
     QCOMPARE(skippedVersion().toString(), u"3.0.1"_s);
     QCOMPARE(QSettings().allKeys(), QStringList({u"updater/skippedVersion"_s}));
@@ -482,25 +472,25 @@ void TestUpdateDialog::offersAllButtonsForAForcedRelease()
     release.isForced = true;
     UpdateDialog dialog(release);
     dialog.show();
-    for (const QString &text : {u"立即下载"_s, u"稍后提醒"_s, u"跳过此版本"_s}) {
-        QVERIFY(buttonOf(dialog, text)->isVisible());
-        QVERIFY(buttonOf(dialog, text)->isEnabled());
+    for (const char *name : {"downloadButton", "remindLaterButton", "skipVersionButton"}) {
+        QVERIFY2(childOf<QPushButton>(dialog, name)->isVisible(), name);
+        QVERIFY2(childOf<QPushButton>(dialog, name)->isEnabled(), name);
     }
     QVERIFY(dialog.close());
 }
 
-void TestUpdateDialog::deletesItselfWhenAskedTo_data()
+void TestUpdateDialog::deletesItselfOnCloseIfRequested_data()
 {
-    QTest::addColumn<QString>("button");
-    QTest::newRow("download") << u"立即下载"_s;
-    QTest::newRow("later") << u"稍后提醒"_s;
-    QTest::newRow("skip") << u"跳过此版本"_s;
-    QTest::newRow("frame") << QString();
+    QTest::addColumn<QByteArray>("button");
+    QTest::newRow("download") << QByteArray("downloadButton");
+    QTest::newRow("later") << QByteArray("remindLaterButton");
+    QTest::newRow("skip") << QByteArray("skipVersionButton");
+    QTest::newRow("frame") << QByteArray();
 }
 
-void TestUpdateDialog::deletesItselfWhenAskedTo()
+void TestUpdateDialog::deletesItselfOnCloseIfRequested()
 {
-    QFETCH(QString, button);
+    QFETCH(QByteArray, button);
     const OpenedUrls opened({u"https"_s});
     const QPointer<UpdateDialog> dialog = new UpdateDialog(someRelease());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
@@ -508,7 +498,7 @@ void TestUpdateDialog::deletesItselfWhenAskedTo()
     if (button.isEmpty()) {
         dialog->close();
     } else {
-        buttonOf(*dialog, button)->click();
+        childOf<QPushButton>(*dialog, button.constData())->click();
     }
     QTRY_VERIFY(dialog.isNull());
 }

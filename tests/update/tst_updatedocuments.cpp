@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The object in \a text, which is JSON with single quotes for double ones.
+/// Parses \a text, JSON with single instead of double quotes.
 QJsonObject objectOf(QByteArray text)
 {
     QJsonParseError error;
@@ -21,7 +21,7 @@ QJsonObject objectOf(QByteArray text)
     return document.object();
 }
 
-/// A release document with \a releases, in the same notation.
+/// A release document with \a releases, also in single quotes.
 QByteArray releaseDocument(QByteArray releases)
 {
     return "{\"releases\": [" + releases.replace('\'', '"') + "]}";
@@ -36,8 +36,8 @@ class TestUpdateDocuments : public QObject
 private slots:
     void releaseStartsEmpty();
     void readsEveryFieldOfARelease();
-    void refusesDocuments_data();
-    void refusesDocuments();
+    void rejectsDocuments_data();
+    void rejectsDocuments();
     void picksTheFirstReleaseWithThePlatform_data();
     void picksTheFirstReleaseWithThePlatform();
     void readsWrongTypesAsDefaults_data();
@@ -50,7 +50,7 @@ private slots:
     void reportStartsEmpty();
     void readsEveryFieldOfAReport();
     void readsEveryFieldOfAPackage();
-    void readsASizeAsTextOnly();
+    void readsOnlySizesThatAreTexts();
     void readsAnEmptyReport();
     void readsReportTypes_data();
     void readsReportTypes();
@@ -59,18 +59,18 @@ private slots:
     void selectsThePackage_data();
     void selectsThePackage();
     void keepsPackageFieldsEmptyForAnEmptyPackage();
-    void recognisesTheLatestVersion_data();
-    void recognisesTheLatestVersion();
+    void recognizesTheLatestVersion_data();
+    void recognizesTheLatestVersion();
 
-    void cutsReleaseNotes_data();
-    void cutsReleaseNotes();
+    void shortensReleaseNotes_data();
+    void shortensReleaseNotes();
     void namesPackages_data();
     void namesPackages();
     void joinsPackageAddresses_data();
     void joinsPackageAddresses();
     void choosesTheReleaseDocumentByLanguage_data();
     void choosesTheReleaseDocumentByLanguage();
-    void knowsTheFixedAddresses();
+    void hasTheFixedAddresses();
 };
 
 void TestUpdateDocuments::releaseStartsEmpty()
@@ -100,13 +100,13 @@ void TestUpdateDocuments::readsEveryFieldOfARelease()
     QCOMPARE(info->fileSize, 5000000000);
 }
 
-void TestUpdateDocuments::refusesDocuments_data()
+void TestUpdateDocuments::rejectsDocuments_data()
 {
     QTest::addColumn<QByteArray>("body");
     QTest::newRow("empty body") << QByteArray();
-    QTest::newRow("no JSON") << QByteArray("<html></html>");
-    QTest::newRow("cut off") << releaseDocument("{'platforms': [{'name': 'windows'}]}").chopped(1);
-    QTest::newRow("text behind") << releaseDocument("{'platforms': [{'name': 'windows'}]}") + "x";
+    QTest::newRow("not JSON") << QByteArray("<html></html>");
+    QTest::newRow("truncated") << releaseDocument("{'platforms': [{'name': 'windows'}]}").chopped(1);
+    QTest::newRow("trailing text") << releaseDocument("{'platforms': [{'name': 'windows'}]}") + "x";
     QTest::newRow("root is an array") << QByteArray(R"([{"platforms": [{"name": "windows"}]}])");
     QTest::newRow("root is empty") << QByteArray("{}");
     QTest::newRow("releases null") << QByteArray(R"({"releases": null})");
@@ -122,12 +122,12 @@ void TestUpdateDocuments::refusesDocuments_data()
     QTest::newRow("platform without a name") << releaseDocument("{'platforms': [{'downloadUrl': 'x'}]}");
     QTest::newRow("name is a number") << releaseDocument("{'platforms': [{'name': 1}]}");
     QTest::newRow("name in another case") << releaseDocument("{'platforms': [{'name': 'Windows'}]}");
-    QTest::newRow("name with a blank") << releaseDocument("{'platforms': [{'name': 'windows '}]}");
+    QTest::newRow("name with a space") << releaseDocument("{'platforms': [{'name': 'windows '}]}");
     QTest::newRow("other platforms") << releaseDocument("{'platforms': [{'name': 'macos'}, {'name': 'linux'}]}");
     QTest::newRow("report shape") << QByteArray(R"({"hasUpdate": true, "latestVersion": "3.0.0"})");
 }
 
-void TestUpdateDocuments::refusesDocuments()
+void TestUpdateDocuments::rejectsDocuments()
 {
     QFETCH(QByteArray, body);
     QVERIFY(!readReleaseDocument(body, u"windows"_s).has_value());
@@ -152,9 +152,9 @@ void TestUpdateDocuments::picksTheFirstReleaseWithThePlatform_data()
                                                 "{'name': 'windows', 'downloadUrl': 'a'},"
                                                 "{'name': 'windows', 'downloadUrl': 'b'}]}")
                                   << u"1"_s << u"a"_s;
-    QTest::newRow("rubbish between") << QByteArray("1, null, 'x', {'platforms': 7},"
-                                                   "{'version': '4', 'platforms': [3, {'name': 'windows'}]}")
-                                     << u"4"_s << QString();
+    QTest::newRow("invalid entries before it") << QByteArray("1, null, 'x', {'platforms': 7},"
+                                                             "{'version': '4', 'platforms': [3, {'name': 'windows'}]}")
+                                               << u"4"_s << QString();
 }
 
 void TestUpdateDocuments::picksTheFirstReleaseWithThePlatform()
@@ -240,8 +240,8 @@ void TestUpdateDocuments::readsFileSizes_data()
     QTest::newRow("number") << QByteArray(", 'fileSize': 123456") << qint64(123456);
     QTest::newRow("past 32 bits") << QByteArray(", 'fileSize': 9007199254740993") << qint64(9007199254740993);
     QTest::newRow("negative") << QByteArray(", 'fileSize': -1") << qint64(-1);
-    QTest::newRow("fraction below the half") << QByteArray(", 'fileSize': 12.25") << qint64(12);
-    QTest::newRow("fraction above the half") << QByteArray(", 'fileSize': 12.75") << qint64(13);
+    QTest::newRow("fraction below a half") << QByteArray(", 'fileSize': 12.25") << qint64(12);
+    QTest::newRow("fraction above a half") << QByteArray(", 'fileSize': 12.75") << qint64(13);
     QTest::newRow("digits") << QByteArray(", 'fileSize': '123456'") << qint64(123456);
     QTest::newRow("digits and unit") << QByteArray(", 'fileSize': '12MB'") << qint64(0);
     QTest::newRow("text") << QByteArray(", 'fileSize': 'large'") << qint64(0);
@@ -302,7 +302,7 @@ void TestUpdateDocuments::readsEveryFieldOfAPackage()
     QCOMPARE(report.minSystemVersion, u"10"_s);
 }
 
-void TestUpdateDocuments::readsASizeAsTextOnly()
+void TestUpdateDocuments::readsOnlySizesThatAreTexts()
 {
     const UpdateReport inPackages = parseUpdateReport(
         objectOf("{'packages': {'windows': {'downloadUrl': 'U', 'size': 12, 'hash': 'H'}}, 'updateSize': '5'}"),
@@ -404,11 +404,11 @@ void TestUpdateDocuments::selectsThePackage_data()
                                            << QByteArray("{'size': '2', 'extra': true}");
     QTest::newRow("entry is empty") << QByteArray("{'packages': {'windows': {}}, 'updateSize': '3'}")
                                     << QByteArray("{}");
-    QTest::newRow("entry is no object") << QByteArray("{'packages': {'windows': 'x'}, 'updateSize': '3'}")
-                                        << QByteArray("{}");
+    QTest::newRow("entry is not an object")
+        << QByteArray("{'packages': {'windows': 'x'}, 'updateSize': '3'}") << QByteArray("{}");
     QTest::newRow("other platforms only")
         << QByteArray("{'packages': {'Windows': {'size': '1'}}, 'updateSize': '3'}") << QByteArray("{'size': '3'}");
-    QTest::newRow("packages is no object")
+    QTest::newRow("packages is not an object")
         << QByteArray("{'packages': ['windows'], 'updateSize': '3'}") << QByteArray("{'size': '3'}");
     QTest::newRow("all flat keys") << QByteArray("{'updateUrl': 'u', 'updateSize': 's', 'checksumMD5': 'c',"
                                                  " 'minSystemVersion': 'm', 'updateLog': 'l'}")
@@ -440,7 +440,7 @@ void TestUpdateDocuments::keepsPackageFieldsEmptyForAnEmptyPackage()
     QCOMPARE(report.minSystemVersion, QString());
 }
 
-void TestUpdateDocuments::recognisesTheLatestVersion_data()
+void TestUpdateDocuments::recognizesTheLatestVersion_data()
 {
     QTest::addColumn<QString>("latest");
     QTest::addColumn<QString>("version");
@@ -455,7 +455,7 @@ void TestUpdateDocuments::recognisesTheLatestVersion_data()
     QTest::newRow("unreadable against none") << QString() << u"next"_s << true;
 }
 
-void TestUpdateDocuments::recognisesTheLatestVersion()
+void TestUpdateDocuments::recognizesTheLatestVersion()
 {
     QFETCH(QString, latest);
     QFETCH(QString, version);
@@ -464,20 +464,20 @@ void TestUpdateDocuments::recognisesTheLatestVersion()
     QTEST(report.isLatestVersion(version), "same");
 }
 
-void TestUpdateDocuments::cutsReleaseNotes_data()
+void TestUpdateDocuments::shortensReleaseNotes_data()
 {
     QTest::addColumn<QString>("notes");
     QTest::addColumn<QString>("shown");
     QTest::newRow("empty") << QString() << u"暂无更新说明"_s;
-    QTest::newRow("blanks") << u" \n\t "_s << QString();
+    QTest::newRow("spaces") << u" \n\t "_s << QString();
     QTest::newRow("short") << u"one"_s << u"one"_s;
-    QTest::newRow("blanks around") << u"\n one \n two \n"_s << u"one \n two"_s;
+    QTest::newRow("surrounding spaces") << u"\n one \n two \n"_s << u"one \n two"_s;
     QTest::newRow("500") << QString(500, u'字') << QString(500, u'字');
     QTest::newRow("501") << QString(501, u'字') << QString(500, u'字') + u"..."_s;
-    QTest::newRow("501 with blanks") << QString(499, u'a') + u"  "_s << QString(499, u'a');
+    QTest::newRow("501 with spaces") << QString(499, u'a') + u"  "_s << QString(499, u'a');
 }
 
-void TestUpdateDocuments::cutsReleaseNotes()
+void TestUpdateDocuments::shortensReleaseNotes()
 {
     QFETCH(QString, notes);
     QTEST(formatReleaseNotes(notes), "shown");
@@ -534,7 +534,7 @@ void TestUpdateDocuments::choosesTheReleaseDocumentByLanguage()
     QCOMPARE(releaseDocumentUrl(language), updateDocumentHost.toString() + path);
 }
 
-void TestUpdateDocuments::knowsTheFixedAddresses()
+void TestUpdateDocuments::hasTheFixedAddresses()
 {
     QCOMPARE(checkEndpoint(), serviceHost.toString() + u"/api/update/check"_s);
     QCOMPARE(fallbackPackageName(u"3.0.0"_s), u"Quillmarch_v3.0.0_macOS.dmg"_s);

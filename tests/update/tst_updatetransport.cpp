@@ -1,4 +1,5 @@
-#include "support/messageboxes.h"
+#include "support/dialoganswer.h"
+#include "support/files.h"
 #include "support/testmain.h"
 #include "updatechecks.h"
 
@@ -18,10 +19,21 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QByteArray fileContents(const QString &path)
+/// An answer with \a document that stalls: before its headers, or after 20 bytes
+/// of the body.
+HttpResponse stalledAnswer(const QByteArray &document, bool beforeHeaders)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    HttpResponse response = jsonAnswer(document);
+    response.pausesAtStart = beforeHeaders;
+    response.pauseAfter = 20;
+    return response;
+}
+
+/// Lets \a server offer 3.0.0 in a stalled answer at /stalled, and 3.0.1 at /doc.
+void setStalledAndNewerDocument(HttpServer &server, bool beforeHeaders)
+{
+    server.setResponse("/stalled", stalledAnswer(documentFor("3.0.0"), beforeHeaders));
+    server.setResponse("/doc", jsonAnswer(documentFor("3.0.1")));
 }
 
 } // namespace
@@ -35,10 +47,10 @@ private slots:
     void init();
     void cleanup();
 
-    void sendsItsNameAndTypeWish();
-    void requestSaysNothingElse();
+    void sendsUserAgentAndAccept();
+    void requestHasNoOtherHeaders();
     void failsWithoutAConnection();
-    void failsOnACutOffBody();
+    void failsOnATruncatedBody();
     void followsRedirects_data();
     void followsRedirects();
     void readsABodyOfUnknownLength();
@@ -53,39 +65,34 @@ private slots:
     void abortsWhenDestroyed();
 
     void checksOverTls();
-    void refusesAnUnknownCertificate();
+    void rejectsAnUnknownCertificate();
 
 private:
     void addStalls();
-    QSslConfiguration throwAwayTls();
+    QSslConfiguration temporaryTls();
 
     QTemporaryDir certificates;
 };
 
 void TestUpdateTransport::initTestCase()
 {
-    QCoreApplication::setOrganizationName(u"zrnw480"_s);
-    QCoreApplication::setApplicationName(u"Quillmarch"_s);
+    nameApplication();
 }
 
 void TestUpdateTransport::init()
 {
     QSettings().clear();
-    // The program logs nothing of its own here.
+    // The program itself logs nothing here.
     QTest::failOnWarning(QRegularExpression(u"QIODevice|Update URL|QObject"_s));
 }
 
 void TestUpdateTransport::cleanup()
 {
-    const auto dialogs = openDialogs();
-    for (UpdateDialog *dialog : dialogs) {
-        dialog->close();
-    }
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    closeOpenDialogs();
     QVERIFY(showsNothing());
 }
 
-void TestUpdateTransport::sendsItsNameAndTypeWish()
+void TestUpdateTransport::sendsUserAgentAndAccept()
 {
     HttpServer server;
     SimpleUpdater updater;
@@ -100,11 +107,11 @@ void TestUpdateTransport::sendsItsNameAndTypeWish()
     QCOMPARE(request.header("Accept"), QByteArray("application/json"));
 }
 
-void TestUpdateTransport::requestSaysNothingElse()
+void TestUpdateTransport::requestHasNoOtherHeaders()
 {
     HttpServer server;
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     updater.checkForUpdatesSilently();
     const QNetworkReply *reply = updater.findChild<QNetworkReply *>();
     QVERIFY(reply != nullptr);
@@ -139,15 +146,15 @@ void TestUpdateTransport::failsWithoutAConnection()
     QTRY_VERIFY(!isChecking(updater));
 }
 
-void TestUpdateTransport::failsOnACutOffBody()
+void TestUpdateTransport::failsOnATruncatedBody()
 {
     HttpServer server;
-    HttpResponse response = answerWith(documentFor("3.0.0") + QByteArray(100, ' '));
-    response.cutAfter = response.body.size() - 50; // what came in is a whole document
+    HttpResponse response = jsonAnswer(documentFor("3.0.0") + QByteArray(100, ' '));
+    response.cutAfter = response.body.size() - 50; // the received part is a whole document
     server.setResponse("/doc", response);
     const MessageBoxes boxes;
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     startCheck(updater);
     QTRY_COMPARE(boxes.shown().size(), 1);
     QCOMPARE(boxes.shown().first().text, u"网络连接失败"_s);
@@ -169,9 +176,9 @@ void TestUpdateTransport::followsRedirects()
     HttpServer server;
     HttpServer other;
     server.setResponse("/doc", HttpResponse::redirectTo(other.url(u"/moved"_s), status));
-    other.setResponse("/moved", answerWith(documentFor("3.0.0")));
+    other.setResponse("/moved", jsonAnswer(documentFor("3.0.0")));
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     updater.checkForUpdatesSilently();
     QTRY_COMPARE(openDialogs().size(), 1);
     QCOMPARE(other.requests().size(), 1);
@@ -182,11 +189,11 @@ void TestUpdateTransport::followsRedirects()
 void TestUpdateTransport::readsABodyOfUnknownLength()
 {
     HttpServer server;
-    HttpResponse response = answerWith(documentFor("3.0.0"));
+    HttpResponse response = jsonAnswer(documentFor("3.0.0"));
     response.sendsLength = false;
     server.setResponse("/doc", response);
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     updater.checkForUpdatesSilently();
     QTRY_COMPARE(openDialogs().size(), 1);
 }
@@ -194,12 +201,12 @@ void TestUpdateTransport::readsABodyOfUnknownLength()
 void TestUpdateTransport::readsASlowBody()
 {
     HttpServer server;
-    HttpResponse response = answerWith(documentFor("3.0.0"));
+    HttpResponse response = jsonAnswer(documentFor("3.0.0"));
     response.chunkSize = 20;
     response.chunkInterval = 2;
     server.setResponse("/doc", response);
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     updater.checkForUpdatesSilently();
     QTRY_COMPARE(openDialogs().size(), 1);
 }
@@ -215,11 +222,7 @@ void TestUpdateTransport::replacesARunningSilentCheck()
 {
     QFETCH(bool, beforeHeaders);
     HttpServer server;
-    HttpResponse stalled = answerWith(documentFor("3.0.0"));
-    stalled.pausesAtStart = beforeHeaders;
-    stalled.pauseAfter = 20;
-    server.setResponse("/stalled", stalled);
-    server.setResponse("/doc", answerWith(documentFor("3.0.1")));
+    setStalledAndNewerDocument(server, beforeHeaders);
     const MessageBoxes boxes;
     SimpleUpdater updater;
     updater.setUpdateUrl(server.url(u"/stalled"_s).toString());
@@ -227,31 +230,27 @@ void TestUpdateTransport::replacesARunningSilentCheck()
     QTRY_COMPARE(server.requests().size(), 1);
     QVERIFY(isChecking(updater));
 
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     updater.checkForUpdatesSilently();
     QTRY_COMPARE(openDialogs().size(), 1);
     QCOMPARE(headlineOf(*openDialogs().first()), u"发现新版本 3.0.1"_s);
     QVERIFY(boxes.shown().isEmpty());
     QTRY_VERIFY(!isChecking(updater));
-    QTRY_COMPARE(server.connectionCount(), 0); // the stalled one was given up
+    QTRY_COMPARE(server.connectionCount(), 0); // the stalled one was aborted
 }
 
 void TestUpdateTransport::replacesARunningInteractiveCheck()
 {
     QFETCH(bool, beforeHeaders);
     HttpServer server;
-    HttpResponse stalled = answerWith(documentFor("3.0.0"));
-    stalled.pausesAtStart = beforeHeaders;
-    stalled.pauseAfter = 20;
-    server.setResponse("/stalled", stalled);
-    server.setResponse("/doc", answerWith(documentFor("3.0.1")));
+    setStalledAndNewerDocument(server, beforeHeaders);
     const MessageBoxes boxes;
     SimpleUpdater updater;
     updater.setUpdateUrl(server.url(u"/stalled"_s).toString());
     startCheck(updater);
     QTRY_COMPARE(server.requests().size(), 1);
 
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     startCheck(updater);
     QTRY_COMPARE(boxes.shown().size(), 1);
     QCOMPARE(boxes.shown().first().icon, QMessageBox::Critical);
@@ -265,16 +264,14 @@ void TestUpdateTransport::replacesARunningInteractiveCheck()
 
 void TestUpdateTransport::replacesACheckThatIsNotOverTheNetwork()
 {
-    // Such a reply ignores the abort and finishes later, when it is no longer the running check.
+    // Such a reply ignores abort() and finishes later, when another check is running.
     HttpServer server;
-    HttpResponse slow = answerWith(documentFor("3.0.1"));
-    slow.pauseAfter = 20;
-    server.setResponse("/doc", slow);
+    server.setResponse("/doc", stalledAnswer(documentFor("3.0.1"), false));
     const MessageBoxes boxes;
     SimpleUpdater updater;
     updater.setUpdateUrl(u"file:///nowhere/doc"_s);
     updater.checkForUpdates();
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     updater.checkForUpdates();
     QTRY_COMPARE(server.requests().size(), 1);
     QTRY_COMPARE(updater.findChildren<QNetworkReply *>().size(), 1);
@@ -294,12 +291,10 @@ void TestUpdateTransport::abortsWhenDestroyed()
 {
     QFETCH(bool, silent);
     HttpServer server;
-    HttpResponse stalled = answerWith(documentFor("3.0.0"));
-    stalled.pauseAfter = 20;
-    server.setResponse("/doc", stalled);
+    server.setResponse("/doc", stalledAnswer(documentFor("3.0.0"), false));
     const MessageBoxes boxes;
     auto updater = std::make_unique<SimpleUpdater>();
-    updater->setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, *updater);
     if (silent) {
         updater->checkForUpdatesSilently();
     } else {
@@ -316,57 +311,57 @@ void TestUpdateTransport::abortsWhenDestroyed()
     QVERIFY(showsNothing());
 }
 
-/// A server configuration with a fresh certificate for 127.0.0.1, signed by
-/// itself. Its certificate lies in `certificates`.
-QSslConfiguration TestUpdateTransport::throwAwayTls()
+/// A server configuration with a new self-signed certificate for 127.0.0.1, which
+/// is stored in `certificates`.
+QSslConfiguration TestUpdateTransport::temporaryTls()
 {
     const QString key = certificates.filePath(u"key.pem"_s);
     const QString certificate = certificates.filePath(u"certificate.pem"_s);
     QProcess openssl;
     openssl.start(u"openssl"_s,
                   {u"req"_s, u"-x509"_s, u"-newkey"_s, u"rsa:2048"_s, u"-nodes"_s, u"-days"_s, u"2"_s, u"-subj"_s,
-                   u"/CN=Throw-away"_s, u"-addext"_s, u"subjectAltName=IP:127.0.0.1"_s, u"-keyout"_s, key, u"-out"_s,
+                   u"/CN=Temporary"_s, u"-addext"_s, u"subjectAltName=IP:127.0.0.1"_s, u"-keyout"_s, key, u"-out"_s,
                    certificate});
     if (!openssl.waitForFinished() || openssl.exitCode() != 0) {
         qWarning("openssl failed: %s", openssl.readAllStandardError().constData());
     }
     QSslConfiguration tls;
-    tls.setPrivateKey(QSslKey(fileContents(key), QSsl::Rsa));
-    tls.setLocalCertificate(QSslCertificate(fileContents(certificate)));
+    tls.setPrivateKey(QSslKey(contentOf(key), QSsl::Rsa));
+    tls.setLocalCertificate(QSslCertificate(contentOf(certificate)));
     return tls;
 }
 
 void TestUpdateTransport::checksOverTls()
 {
-    const QSslConfiguration tls = throwAwayTls();
+    const QSslConfiguration tls = temporaryTls();
     QVERIFY(!tls.privateKey().isNull());
     QVERIFY(!tls.localCertificate().isNull());
     HttpServer server(tls);
-    server.setResponse("/doc", answerWith(documentFor("3.0.0")));
+    server.setResponse("/doc", jsonAnswer(documentFor("3.0.0")));
 
-    const QSslConfiguration usual = QSslConfiguration::defaultConfiguration();
-    QSslConfiguration trusting = usual;
+    const QSslConfiguration previous = QSslConfiguration::defaultConfiguration();
+    QSslConfiguration trusting = previous;
     trusting.addCaCertificate(tls.localCertificate());
     QSslConfiguration::setDefaultConfiguration(trusting);
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     QVERIFY(server.url(u"/doc"_s).scheme() == u"https"_s);
     updater.checkForUpdatesSilently();
     QTRY_COMPARE(openDialogs().size(), 1);
-    QSslConfiguration::setDefaultConfiguration(usual);
+    QSslConfiguration::setDefaultConfiguration(previous);
     QCOMPARE(server.requests().size(), 1);
     QCOMPARE(server.requests().first().header("User-Agent"), QByteArray("Quillmarch/2.7.1"));
 }
 
-void TestUpdateTransport::refusesAnUnknownCertificate()
+void TestUpdateTransport::rejectsAnUnknownCertificate()
 {
-    const QSslConfiguration tls = throwAwayTls();
+    const QSslConfiguration tls = temporaryTls();
     QVERIFY(!tls.localCertificate().isNull());
     HttpServer server(tls);
-    server.setResponse("/doc", answerWith(documentFor("3.0.0")));
+    server.setResponse("/doc", jsonAnswer(documentFor("3.0.0")));
     const MessageBoxes boxes;
     SimpleUpdater updater;
-    updater.setUpdateUrl(server.url(u"/doc"_s).toString());
+    checkAt(server, updater);
     startCheck(updater);
     QTRY_COMPARE(boxes.shown().size(), 1);
     QCOMPARE(boxes.shown().first().text, u"网络连接失败"_s);

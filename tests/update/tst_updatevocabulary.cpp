@@ -44,12 +44,12 @@ void TestUpdateVocabulary::readsThreeNumbers_data()
     QTest::newRow("2.7.99999999999") << u"2.7.99999999999"_s << 2 << 7 << 0;
     QTest::newRow("major past 32 bits") << u"4294967297.7.1"_s << 0 << 7 << 1;
     QTest::newRow("minor past 32 bits") << u"2.99999999999.1"_s << 2 << 0 << 1;
-    QTest::newRow("line feed behind") << u"2.7.1\n"_s << 2 << 7 << 1; // $ also matches before a last line feed
+    QTest::newRow("trailing line feed") << u"2.7.1\n"_s << 2 << 7 << 1; // $ also matches before a trailing line feed
     QTest::newRow("empty") << QString() << 0 << 0 << 0;
     QTest::newRow("2.7") << u"2.7"_s << 0 << 0 << 0;
     QTest::newRow("v2.7.1") << u"v2.7.1"_s << 0 << 0 << 0;
-    QTest::newRow("blank behind") << u"2.7.1 "_s << 0 << 0 << 0;
-    QTest::newRow("blank before") << u" 2.7.1"_s << 0 << 0 << 0;
+    QTest::newRow("trailing space") << u"2.7.1 "_s << 0 << 0 << 0;
+    QTest::newRow("leading space") << u" 2.7.1"_s << 0 << 0 << 0;
     QTest::newRow("2.7.1.4") << u"2.7.1.4"_s << 0 << 0 << 0;
     QTest::newRow("2.7.1-beta") << u"2.7.1-beta"_s << 0 << 0 << 0;
     QTest::newRow("-2.7.1") << u"-2.7.1"_s << 0 << 0 << 0;
@@ -85,7 +85,7 @@ void TestUpdateVocabulary::ordersVersions_data()
     QTest::newRow("equal but for zeros") << u"2.7.1"_s << u"2.07.1"_s << false;
     QTest::newRow("patch above") << u"2.7.1"_s << u"2.7.2"_s << true;
     QTest::newRow("patch below") << u"2.7.1"_s << u"2.7.0"_s << false;
-    QTest::newRow("patch by number, not by text") << u"2.7.9"_s << u"2.7.10"_s << true;
+    QTest::newRow("patch compared as a number") << u"2.7.9"_s << u"2.7.10"_s << true;
     QTest::newRow("minor above, patch below") << u"2.7.1"_s << u"2.8.0"_s << true;
     QTest::newRow("minor below, patch above") << u"2.7.1"_s << u"2.6.9"_s << false;
     QTest::newRow("major above, rest below") << u"2.7.1"_s << u"3.0.0"_s << true;
@@ -146,7 +146,7 @@ void TestUpdateVocabulary::formatsSizes_data()
     QTest::newRow("0.00001") << u"0.00001"_s << u"1e-05B"_s;
     QTest::newRow("1023") << u"1023"_s << u"1023B"_s;
     QTest::newRow("1023.5") << u"1023.5"_s << u"1023.5B"_s;
-    QTest::newRow("1023.9999") << u"1023.9999"_s << u"1024B"_s; // six digits
+    QTest::newRow("1023.9999") << u"1023.9999"_s << u"1024B"_s; // rounded to six digits
     QTest::newRow("1024") << u"1024"_s << u"1.0KB"_s;
     QTest::newRow("1536") << u"1536"_s << u"1.5KB"_s;
     QTest::newRow("1048575") << u"1048575"_s << u"1024.0KB"_s;
@@ -180,7 +180,7 @@ void TestUpdateVocabulary::formatsPublishTimes_data()
     QTest::newRow("no such day") << u"2024-02-30"_s << u"2024-02-30"_s;
     QTest::newRow("next week") << u"next week"_s << u"next week"_s;
     QTest::newRow("05.03.2024") << u"05.03.2024"_s << u"05.03.2024"_s;
-    QTest::newRow("blank") << u" "_s << u" "_s;
+    QTest::newRow("space") << u" "_s << u" "_s;
 }
 
 void TestUpdateVocabulary::formatsPublishTimes()

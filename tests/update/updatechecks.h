@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/httpserver.h"
+#include "support/windowprobe.h"
 #include "update/simpleupdater.h"
 #include "update/updatedialog.h"
 
@@ -10,14 +11,22 @@
 
 #include <algorithm>
 
+/// Names organization and application as the program does: they select the
+/// store of the skipped version.
+inline void nameApplication()
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("zrnw480"));
+    QCoreApplication::setApplicationName(QStringLiteral("Quillmarch"));
+}
+
 /// A release document with one release for this platform.
-inline QByteArray documentFor(const QByteArray &version)
+[[nodiscard]] inline QByteArray documentFor(const QByteArray &version)
 {
     return R"({"releases": [{"version": ")" + version + R"(", "title": "T", "description": "D", "releaseDate": "",)"
         + R"("platforms": [{"name": "windows", "downloadUrl": "https://packages.example/q.zip", "fileSize": 7}]}]})";
 }
 
-inline HttpResponse answerWith(const QByteArray &body, int status = 200)
+[[nodiscard]] inline HttpResponse jsonAnswer(const QByteArray &body, int status = 200)
 {
     HttpResponse response;
     response.status = status;
@@ -26,12 +35,13 @@ inline HttpResponse answerWith(const QByteArray &body, int status = 200)
     return response;
 }
 
-inline bool isChecking(const SimpleUpdater &updater)
+[[nodiscard]] inline bool isChecking(const SimpleUpdater &updater)
 {
     return !updater.findChildren<QNetworkReply *>().isEmpty();
 }
 
-inline QList<UpdateDialog *> openDialogs()
+/// The visible dialogs that offer a release.
+[[nodiscard]] inline QList<UpdateDialog *> openDialogs()
 {
     QList<UpdateDialog *> dialogs;
     const auto widgets = QApplication::topLevelWidgets();
@@ -43,25 +53,36 @@ inline QList<UpdateDialog *> openDialogs()
     return dialogs;
 }
 
-inline bool showsNothing()
+/// Closes and deletes the dialogs that checks opened.
+inline void closeOpenDialogs()
+{
+    const auto dialogs = openDialogs();
+    for (UpdateDialog *dialog : dialogs) {
+        dialog->close();
+    }
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+/// Whether no window is visible.
+[[nodiscard]] inline bool showsNothing()
 {
     const auto widgets = QApplication::topLevelWidgets();
     return std::none_of(widgets.begin(), widgets.end(), [](const QWidget *widget) { return widget->isVisible(); });
 }
 
-inline QString headlineOf(const UpdateDialog &dialog)
+[[nodiscard]] inline QString headlineOf(const UpdateDialog &dialog)
 {
-    const auto labels = dialog.findChildren<QLabel *>();
-    for (const QLabel *label : labels) {
-        if (!label->text().isEmpty()) {
-            return label->text();
-        }
-    }
-    return {};
+    return childOf<QLabel>(dialog, "titleLabel")->text();
 }
 
-/// Starts an interactive check out of the event loop, as a click would: a
-/// message box then runs a nested loop, and not the outermost one.
+/// Makes \a updater check at the address /doc of \a server.
+inline void checkAt(const HttpServer &server, SimpleUpdater &updater)
+{
+    updater.setUpdateUrl(server.url(QStringLiteral("/doc")).toString());
+}
+
+/// Starts an interactive check from the event loop, as a click would: a message
+/// box then runs a nested loop instead of the outermost one.
 inline void startCheck(SimpleUpdater &updater)
 {
     QMetaObject::invokeMethod(

@@ -11,14 +11,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Gives the addresses away to whoever they are dragged to with the mouse, and
-/// tells on its standard output when a target accepts them and how it ended.
+/// A window from which the addresses can be dragged with the mouse. Prints when a
+/// target accepts them, and how the drag ended.
 class DragSource : public QLabel
 {
 public:
-    explicit DragSource(QList<QUrl> given)
+    explicit DragSource(QList<QUrl> offeredAddresses)
         : QLabel(u"Drag me"_s)
-        , addresses(std::move(given))
+        , addresses(std::move(offeredAddresses))
     {
         setAlignment(Qt::AlignCenter);
         setWindowTitle(u"drag source"_s);
@@ -30,7 +30,7 @@ protected:
 
     void mouseMoveEvent(QMouseEvent *) override
     {
-        auto *offer = new QMimeData; // the drag takes it
+        auto *offer = new QMimeData; // the drag takes ownership
         offer->setUrls(addresses);
         auto *drag = new QDrag(this); // deletes itself when it ends
         drag->setMimeData(offer);

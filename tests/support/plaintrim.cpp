@@ -1,4 +1,4 @@
-#include "pixels/plaintrim.h"
+#include "support/plaintrim.h"
 
 namespace {
 

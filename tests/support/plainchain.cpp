@@ -1,7 +1,7 @@
-#include "page/plainchain.h"
+#include "support/plainchain.h"
 
 #include "page/pageitem.h"
-#include "page/samples.h"
+#include "support/plainbrightestrow.h"
 
 #include <QDebug>
 #include <QGraphicsScene>
