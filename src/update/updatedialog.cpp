@@ -26,7 +26,7 @@ constexpr int iconSize = 64;
 constexpr int buttonHeight = 32;
 constexpr int deepestTables = 8;
 constexpr int mostTags = 2000;
-constexpr qint64 mostPixels = 4096 * 4096; // of a picture in the notes
+constexpr qint64 mostPixels = qint64(4096) * 4096; // of a picture in the notes
 
 /// A white arrow that points up, on a blue disc.
 QPixmap drawIcon()
