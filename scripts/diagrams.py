@@ -2,8 +2,8 @@
 """Draws the pictures of docs/architecture.md: layers.svg and objects.svg.
 
 The layers are read from the table in that document, and compared with the
-CMake files and with what the sources include. Each line of the picture of the
-objects names a declaration or a call, which must be in the sources.
+CMake files and the includes of the sources. The objects are drawn as listed in
+FACTS: declarations and calls that must be in the sources.
 
     scripts/diagrams.py           writes both into docs/images
     scripts/diagrams.py --check   fails if the committed ones differ
@@ -19,11 +19,8 @@ INK, GRAY, PAPER = "#1f2328", "#6e7781", "#ffffff"
 BLUE, GREEN, SAND = "#ddf0ff", "#e2f5e4", "#fff3d6"
 
 
-class Mistake(Exception):
+class Mismatch(Exception):
     """The document, the CMake files and the sources contradict each other."""
-
-
-# --- Drawing ------------------------------------------------------------------
 
 
 class Drawing:
@@ -78,9 +75,6 @@ class Drawing:
         ]) + "\n"
 
 
-# --- What the project says ----------------------------------------------------
-
-
 def read(root, name):
     return (root / name).read_text(encoding="utf-8")
 
@@ -115,7 +109,7 @@ def layer_of(layers, name):
     for layer, (folders, _, _) in layers.items():
         if folder in folders:
             return layer
-    raise Mistake(f"src/{name} is in no layer of the table")
+    raise Mismatch(f"src/{name} is in no layer of the table")
 
 
 def arrows_of(layers):
@@ -135,18 +129,15 @@ def reachable(arrows, layer):
 def checked_layers(root):
     layers = table_of_layers(root)
     if {layer: links for layer, (_, links, _) in layers.items()} != links_in_cmake(root):
-        raise Mistake("the table of layers in docs/architecture.md does not say what src/CMakeLists.txt links")
+        raise Mismatch("the table of layers in docs/architecture.md does not say what src/CMakeLists.txt links")
     arrows = arrows_of(layers)
     for path in sorted([*root.glob("src/*/*.cpp"), *root.glob("src/*/*.h")]):
         name = path.relative_to(root / "src").as_posix()
         layer = layer_of(layers, name)
         for included in re.findall(r'^#include "([^"]+)"', path.read_text(encoding="utf-8"), re.MULTILINE):
             if layer and layer_of(layers, included) not in reachable(arrows, layer):
-                raise Mistake(f"src/{name} includes {included}, to which no arrow leads")
+                raise Mismatch(f"src/{name} includes {included}, to which no arrow leads")
     return layers
-
-
-# --- The layers ---------------------------------------------------------------
 
 
 def depths(arrows, layers):
@@ -191,8 +182,6 @@ def draw_layer(drawing, x, y, name, layer):
         drawing.text(x, y + 43, "program", 12, GRAY)
 
 
-# --- The objects --------------------------------------------------------------
-
 # What the picture of the objects shows: the file, and the words in it.
 FACTS = [
     ("src/app/mainwindow.h", "QPixmap sourcePixmap;"),
@@ -223,7 +212,7 @@ FACTS = [
 def check_facts(root):
     for name, words in FACTS:
         if words not in read(root, name):
-            raise Mistake(f"objects.svg shows what {name} no longer has: {words}")
+            raise Mismatch(f"objects.svg shows what {name} no longer has: {words}")
 
 
 def objects_picture(root):
@@ -306,11 +295,8 @@ def draw_legend(drawing):
     for i, words in enumerate((
             "MainWindow, and each strip, hold the same pixels: a QPixmap is shared, not copied. MainWindow also points to the scenes.",
             "The strips share one RowConverter, the buffer that drawing converts rows in.",
-            "A rebuild clears the three scenes and makes all strips and pages anew, with no event in between.")):
+            "A rebuild clears the three scenes and makes new strips and pages; no event is processed in between.")):
         drawing.text(80, 730 + 18 * i, words, 12, GRAY, "start")
-
-
-# --- The command --------------------------------------------------------------
 
 
 def pictures(root):
@@ -334,8 +320,8 @@ def main(arguments):
             sys.exit(f"diagrams.py: run scripts/diagrams.py again, it draws differently: {', '.join(names)}" if names else 0)
         for name, text in pictures(ROOT).items():
             (ROOT / "docs" / "images" / name).write_text(text, encoding="utf-8")
-    except Mistake as mistake:
-        sys.exit(f"diagrams.py: {mistake}")
+    except Mismatch as mismatch:
+        sys.exit(f"diagrams.py: {mismatch}")
 
 
 if __name__ == "__main__":

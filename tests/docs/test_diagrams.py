@@ -56,7 +56,7 @@ class ChangedProject(unittest.TestCase):
         file.write_text(text.replace(old, new), encoding="utf-8")
 
     def assert_refused(self, words):
-        with self.assertRaisesRegex(diagrams.Mistake, words):
+        with self.assertRaisesRegex(diagrams.Mismatch, words):
             diagrams.pictures(self.root)
 
     def test_copy_is_accepted(self):

@@ -16,7 +16,7 @@ def documents():
 
 
 def quoted(text):
-    """What stands between single backticks, without blocks of code."""
+    """The words between single backticks, without blocks of code."""
     text = re.sub(r"^```.*?^```", "", text, flags=re.MULTILINE | re.DOTALL)
     return [words.replace("\n", " ") for words in re.findall(r"`([^`]+)`", text)]
 
