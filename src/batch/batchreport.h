@@ -22,9 +22,10 @@ QString printable(const QString &text);
 class BatchReport
 {
 public:
-    /// What is to be told of \a fileCount files. \a errors is a terminal if
-    /// \a onTerminal says so.
-    BatchReport(const BatchOptions &options, int fileCount, std::FILE *output, std::FILE *errors, bool onTerminal);
+    /// The report on \a files files. \a isTerminal says whether \a errorStream is
+    /// a terminal.
+    BatchReport(const BatchOptions &options, int files, std::FILE *outputStream, std::FILE *errorStream,
+                bool isTerminal);
 
     /// Tells of \a event, which belongs to \a job.
     void tell(const BatchJob &job, const BatchEvent &event);

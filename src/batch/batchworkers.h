@@ -18,8 +18,8 @@ using JobEventSink = std::function<void(const BatchJob &, const BatchEvent &)>;
 class BatchWorkers
 {
 public:
-    /// \a program is the executable that understands serveArgument().
-    BatchWorkers(const QString &program, const QList<BatchJob> &jobs, const JobEventSink &sink);
+    /// \a executable is the program that understands serveArgument().
+    BatchWorkers(const QString &executable, const QList<BatchJob> &jobs, const JobEventSink &eventSink);
     ~BatchWorkers();
     BatchWorkers(const BatchWorkers &) = delete;
     BatchWorkers &operator=(const BatchWorkers &) = delete;

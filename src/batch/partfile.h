@@ -14,8 +14,8 @@
 class PartFile
 {
 public:
-    /// Makes an empty file beside \a target. See `error` for a failure.
-    explicit PartFile(const QString &target);
+    /// Makes an empty file beside the target \a path. See `error` for a failure.
+    explicit PartFile(const QString &path);
     ~PartFile();
     PartFile(const PartFile &) = delete;
     PartFile &operator=(const PartFile &) = delete;
