@@ -9,7 +9,7 @@
 
 namespace {
 
-// Width to height of a strip at its regular cuts.
+// The width-to-height ratio of a strip between regular cuts.
 constexpr double stripAspect = 0.7;
 
 constexpr int stripsPerTwoColumnPage = 4;
@@ -23,7 +23,7 @@ QList<PageItem *> makeStrips(const QPixmap &source)
     QList<PageItem *> strips;
     for (int i = 0; i < count; ++i) {
         const QRectF band(0, std::trunc(i * pageHeight), std::trunc(width), std::trunc(pageHeight));
-        auto *strip = new PageItem(source, band); // the caller takes it
+        auto *strip = new PageItem(source, band); // the caller takes ownership
         strip->setPageIndex(i);
         if (!strips.isEmpty()) {
             strips.last()->linkNext(strip);
@@ -33,10 +33,10 @@ QList<PageItem *> makeStrips(const QPixmap &source)
     return strips;
 }
 
-/// Appends a page that begins with \a strip to \a pages.
+/// Appends a page whose first strip is \a strip to \a pages.
 void appendPage(QList<PreviewItem *> &pages, PageItem *strip, unsigned int kind, unsigned int marginPercent)
 {
-    auto *page = new PreviewItem(strip, kind); // the caller takes it
+    auto *page = new PreviewItem(strip, kind); // the caller takes ownership
     page->setMarginPercent(marginPercent);
     page->setPageNumber(int(pages.size()));
     if (!pages.isEmpty()) {
