@@ -1,35 +1,18 @@
 #include "update/downloaddialogsizes.h"
 
-namespace {
-
-constexpr double usualDensity = 1.0;
-constexpr double largestDensity = 1.6; // sizes are fixed above it
-
-} // namespace
+#include "ui/screendensity.h"
 
 double downloadDialogPointSize(std::optional<double> density)
 {
-    const double scale = density.value_or(usualDensity);
-    if (scale > largestDensity) {
-        return 11.0;
-    }
-    return scale > usualDensity ? qMin(scale * 10.0, 11.0) : 10.0;
+    return scaledToDensity(10.0, 11.0, density);
 }
 
 QSize downloadDialogSize(std::optional<double> density)
 {
-    const double scale = density.value_or(usualDensity);
-    if (scale > largestDensity) {
-        return {768, 928};
-    }
-    return scale > usualDensity ? QSize(int(480 * scale), int(580 * scale)) : QSize(480, 580);
+    return {int(scaledToDensity(480, 768, density)), int(scaledToDensity(580, 928, density))};
 }
 
 int downloadDialogMargin(std::optional<double> density)
 {
-    const double scale = density.value_or(usualDensity);
-    if (scale > largestDensity) {
-        return 48;
-    }
-    return scale > usualDensity ? int(scale * 30) : 30;
+    return int(scaledToDensity(30, 48, density));
 }
