@@ -10,7 +10,7 @@ constexpr int processRepetitions = 20;
 constexpr int quickRepetitions = 20;
 constexpr double quickMinTime = 0.03; // seconds
 
-struct Shortest
+struct Measurement
 {
     double time = 0.0; // milliseconds
     std::string failure;
@@ -31,7 +31,7 @@ public:
         }
     }
 
-    const Shortest &of(const std::string &name) { return times[name]; }
+    const Measurement &of(const std::string &name) { return times[name]; }
 
 private:
     void record(const Run &run)
@@ -39,7 +39,7 @@ private:
         const std::string &name = run.run_name.function_name;
         const bool manual = run.run_name.time_type == "manual_time";
         const double time = manual ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
-        Shortest &shortest = times.try_emplace(name, Shortest{time, {}}).first->second;
+        Measurement &shortest = times.try_emplace(name, Measurement{time, {}}).first->second;
         shortest.time = std::min(shortest.time, time);
         if (!run.report_label.empty()) {
             shortest.failure = run.report_label;
@@ -47,7 +47,7 @@ private:
         std::fprintf(stderr, "%-60s %10.3f ms\n", name.c_str(), time);
     }
 
-    std::map<std::string, Shortest> times;
+    std::map<std::string, Measurement> times;
 };
 
 std::string nameOf(const Comparison &comparison, const char *side)
@@ -113,8 +113,8 @@ void Table::measure(const std::vector<Comparison> &group)
     benchmark::RunSpecifiedBenchmarks(&times, "all");
     benchmark::ClearRegisteredBenchmarks();
     for (const Comparison &each : chosen) {
-        const Shortest program = times.of(nameOf(each, "program"));
-        const Shortest floor = times.of(nameOf(each, "floor"));
+        const Measurement program = times.of(nameOf(each, "program"));
+        const Measurement floor = times.of(nameOf(each, "floor"));
         const double floorTime = floor.time * each.floorFactor;
         add({each.step, each.image, "ms", program.time, floorTime, limitText(each.target),
              program.time <= each.target * floorTime, program.failure + floor.failure});
