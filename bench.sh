@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the benchmark and prints its table; what it
-# is at goes to the error output. Options go to the program: --quick, --large,
+# Installs missing packages, builds the benchmark and prints its table. Progress
+# goes to standard error. Options are passed to the benchmark: --quick, --large,
 # --only PATTERN. See docs/performance.md.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
-# Starts a screen of its own for the programs whose start is measured, unless
-# there is one; ends it with this script.
+# Starts a virtual screen for the programs whose start is measured, unless there is
+# a display; stops it when this script exits.
 provide_screen() {
     if [[ -n ${DISPLAY:-} ]]; then
         return

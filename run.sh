@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the programs and starts the one with the window. Without a display
-# it makes a PDF file of the sample image instead.
+# Installs missing packages, builds the programs and starts Quillmarch. Without a display it converts the
+# sample image to a PDF file instead.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
@@ -8,17 +8,17 @@ has_display() {
     [[ -n ${DISPLAY:-} || -n ${WAYLAND_DISPLAY:-} ]]
 }
 
-# A server shows no window, but it can make the same pages.
+# Makes the same pages without a window, as on a server.
 convert_sample() {
     local pdf=$build_folder/long-chat.pdf
     build program quillmarch-batch
-    say "There is no display to show the window on (neither DISPLAY nor WAYLAND_DISPLAY is set)."
-    say "Turning samples/long-chat.png into pages without it"
+    say "There is no display for the window: neither DISPLAY nor WAYLAND_DISPLAY is set."
+    say "Converting samples/long-chat.png without a window instead"
     "$build_folder/src/batch/quillmarch-batch" "$root/samples/long-chat.png" -o "$pdf"
     say "The PDF file is $pdf"
     cat <<END
-For images of your own: $build_folder/src/batch/quillmarch-batch --help
-To see the window, call ./run.sh on a desktop, log in with "ssh -X", or use a virtual screen:
+To convert your own images: $build_folder/src/batch/quillmarch-batch --help
+To see the window, run ./run.sh on a desktop, log in with "ssh -X", or use a virtual screen:
     apt-get install xvfb && xvfb-run $root/run.sh
 END
 }

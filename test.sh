@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds everything and runs every test. Options go to
-# ctest: ./test.sh -R views runs the tests with that word in their names.
+# Installs missing packages, builds everything and runs all tests. Options are passed
+# to ctest: ./test.sh -R views runs the tests whose names contain "views".
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
@@ -8,7 +8,7 @@ install_packages build run test bench
 build "$preset" all
 say "Testing"
 if ! run_tests "$@"; then
-    say "FAILED: not all tests passed. Logs and pictures: build/$preset/Testing, build/$preset/screenshots"
+    say "FAILED: not all tests passed. Logs and screenshots: build/$preset/Testing, build/$preset/screenshots"
     exit 1
 fi
 if [[ $# -eq 0 ]]; then

@@ -9,12 +9,12 @@ namespace {
 
 using Slot = void (MainWindow::*)();
 
-/// A command and the one that takes it back.
+/// A command and the one that undoes it.
 struct CommandPair
 {
-    Slot forth;
-    Slot back;
-    bool inLargeView; // or in the preview
+    Slot command;
+    Slot undo;
+    bool inLargeView; // otherwise in the preview
 };
 
 const QGraphicsView &viewOf(const ShownWindow &shown, const CommandPair &pair)
@@ -22,7 +22,7 @@ const QGraphicsView &viewOf(const ShownWindow &shown, const CommandPair &pair)
     return pair.inLargeView ? static_cast<const QGraphicsView &>(*shown.mainView) : *shown.leftView;
 }
 
-/// From the command to the painted frame.
+/// Measures from the command to the painted frame.
 void commandProgram(benchmark::State &state, const OpenImagePtr &image, const CommandPair &pair)
 {
     ShownWindow &shown = *image->shown;
@@ -30,7 +30,7 @@ void commandProgram(benchmark::State &state, const OpenImagePtr &image, const Co
     const PaintWatcher watcher(viewOf(shown, pair).viewport());
     int commands = 0;
     for (auto _ : state) {
-        for (const Slot slot : {pair.forth, pair.back}) {
+        for (const Slot slot : {pair.command, pair.undo}) {
             (shown.window.*slot)();
             shown.paintFrame();
             state.PauseTiming();
@@ -47,15 +47,15 @@ void commandProgram(benchmark::State &state, const OpenImagePtr &image, const Co
     }
 }
 
-/// One repaint of the view after each command, without the command: of its
-/// viewport and of those scroll bars that look different behind it.
+/// Measures one repaint of the view after each command, without the command: of its
+/// viewport and of those scroll bars that the command changed.
 void commandFloor(benchmark::State &state, const OpenImagePtr &image, const CommandPair &pair)
 {
     ShownWindow &shown = *image->shown;
     shown.showMiddleCut();
     const QGraphicsView &view = viewOf(shown, pair);
     for (auto _ : state) {
-        for (const Slot slot : {pair.forth, pair.back}) {
+        for (const Slot slot : {pair.command, pair.undo}) {
             state.PauseTiming();
             QList<QScrollBar *> changed;
             {
@@ -84,8 +84,8 @@ void commandFloor(benchmark::State &state, const OpenImagePtr &image, const Comm
 
 std::vector<Comparison> commandComparisons(const OpenImagePtr &image)
 {
-    const auto compare = [&image](const char *step, Slot forth, Slot back, bool inLargeView) {
-        const CommandPair pair{forth, back, inLargeView};
+    const auto compare = [&image](const char *step, Slot command, Slot undo, bool inLargeView) {
+        const CommandPair pair{command, undo, inLargeView};
         return Comparison{step, image->file.name, 1.1,
                           [=](benchmark::State &state) { commandProgram(state, image, pair); },
                           [=](benchmark::State &state) { commandFloor(state, image, pair); }};

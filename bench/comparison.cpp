@@ -10,15 +10,14 @@ constexpr int processRepetitions = 20;
 constexpr int quickRepetitions = 20;
 constexpr double quickMinTime = 0.03; // seconds
 
-struct Least
+struct Measurement
 {
     double time = 0.0; // milliseconds
     std::string failure;
 };
 
-/// Keeps the least time of each benchmark and prints nothing but a sign of
-/// life.
-class LeastTimes : public benchmark::BenchmarkReporter
+/// Keeps the shortest time of each benchmark, and prints each time as progress.
+class ShortestTimes : public benchmark::BenchmarkReporter
 {
 public:
     bool ReportContext(const Context &) override { return true; }
@@ -27,28 +26,28 @@ public:
     {
         for (const Run &run : runs) {
             if (run.run_type == Run::RT_Iteration) {
-                take(run);
+                record(run);
             }
         }
     }
 
-    const Least &of(const std::string &name) { return times[name]; }
+    const Measurement &of(const std::string &name) { return times[name]; }
 
 private:
-    void take(const Run &run)
+    void record(const Run &run)
     {
         const std::string &name = run.run_name.function_name;
         const bool manual = run.run_name.time_type == "manual_time";
         const double time = manual ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
-        Least &least = times.try_emplace(name, Least{time, {}}).first->second;
-        least.time = std::min(least.time, time);
+        Measurement &shortest = times.try_emplace(name, Measurement{time, {}}).first->second;
+        shortest.time = std::min(shortest.time, time);
         if (!run.report_label.empty()) {
-            least.failure = run.report_label;
+            shortest.failure = run.report_label;
         }
         std::fprintf(stderr, "%-60s %10.3f ms\n", name.c_str(), time);
     }
 
-    std::map<std::string, Least> times;
+    std::map<std::string, Measurement> times;
 };
 
 std::string nameOf(const Comparison &comparison, const char *side)
@@ -110,12 +109,12 @@ void Table::measure(const std::vector<Comparison> &group)
         registerSide(each, "program", each.program);
         registerSide(each, "floor", each.floor);
     }
-    LeastTimes times;
+    ShortestTimes times;
     benchmark::RunSpecifiedBenchmarks(&times, "all");
     benchmark::ClearRegisteredBenchmarks();
     for (const Comparison &each : chosen) {
-        const Least program = times.of(nameOf(each, "program"));
-        const Least floor = times.of(nameOf(each, "floor"));
+        const Measurement program = times.of(nameOf(each, "program"));
+        const Measurement floor = times.of(nameOf(each, "floor"));
         const double floorTime = floor.time * each.floorFactor;
         add({each.step, each.image, "ms", program.time, floorTime, limitText(each.target),
              program.time <= each.target * floorTime, program.failure + floor.failure});

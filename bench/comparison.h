@@ -6,37 +6,36 @@
 #include <string>
 #include <vector>
 
-/// Runs one side of a comparison. Tells in the label of the state, and in no
-/// other way, that it did not do its work: the library stops the program if
-/// only some repetitions fail by SkipWithError().
+/// Runs one side of a comparison. Reports a failure as the label of the state, not
+/// by SkipWithError(): the library aborts if only some repetitions fail by that.
 using Measured = std::function<void(benchmark::State &)>;
 
-/// Which time of a measured function counts.
+/// Which time of a measured function is used.
 enum class Clock {
-    Processor, ///< of all threads of this process
-    Manual, ///< what the function sets by SetIterationTime(), for child processes
+    Processor, ///< processor time of all threads of this process
+    Manual, ///< set by the function with SetIterationTime(), for child processes
 };
 
-/// Whether a side takes milliseconds or less, so that it is repeated more often.
+/// Whether a side takes milliseconds or less; such sides are repeated more often.
 enum class Pace { Slow, Quick };
 
-/// A step of the program next to the least work that its result takes.
+/// A step of the program, compared with the least work that its result needs.
 struct Comparison
 {
     std::string step;
-    std::string image; ///< the sample, or what else is varied
-    double target = 1.0; ///< the highest ratio of the two times that is good
+    std::string image; ///< the sample, or what varies instead
+    double target = 1.0; ///< the highest acceptable ratio of the two times
     Measured program;
     Measured floor;
-    double floorFactor = 1.0; ///< how often the floor's work goes into the step's
+    double floorFactor = 1.0; ///< how many times the step does the floor's work
     Clock clock = Clock::Processor;
     Pace pace = Pace::Slow;
 };
 
-/// \a group, each of its sides measured as a quick one.
-std::vector<Comparison> quick(std::vector<Comparison> group);
+/// \a group with all comparisons set to Pace::Quick.
+[[nodiscard]] std::vector<Comparison> quick(std::vector<Comparison> group);
 
-/// A line of the table.
+/// One row of the table.
 struct Row
 {
     std::string step;
@@ -53,28 +52,28 @@ struct Row
 class Table
 {
 public:
-    /// Takes only the lines whose "step/image" matches \a pattern.
+    /// A table of the rows whose "step/image" matches \a pattern.
     explicit Table(const std::string &pattern)
         : wanted(pattern)
     {
     }
 
-    bool wants(const std::string &step, const std::string &image) const;
+    [[nodiscard]] bool wants(const std::string &step, const std::string &image) const;
 
-    /// Whether any line of \a group is wanted; saves loading its image.
-    bool wantsAny(const std::vector<Comparison> &group) const;
+    /// Whether any row of \a group is wanted. If not, its image need not be loaded.
+    [[nodiscard]] bool wantsAny(const std::vector<Comparison> &group) const;
 
     /// Runs both sides of each comparison in \a group several times, in random
-    /// order, and adds a line with the least time of each.
+    /// order, and adds a row with the shortest time of each.
     void measure(const std::vector<Comparison> &group);
 
     void add(const Row &row);
 
-    /// Prints all lines.
+    /// Prints all rows.
     void print() const;
 
-    /// Whether every line has values.
-    bool isComplete() const;
+    /// Whether every row has values.
+    [[nodiscard]] bool isComplete() const;
 
 private:
     std::regex wanted;

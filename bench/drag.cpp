@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr int dragDistance = 20; // to and fro, in pixels of the screen
+constexpr int dragDistance = 20; // up and down, in screen pixels
 
-/// The place of \a strip and the next one in the viewport of \a view.
+/// The rectangle of \a strip and the next one in the viewport of \a view.
 QRect pairRect(const MainView &view, const PageItem &strip)
 {
     return view.mapFromScene(strip.sceneBoundingRect() | strip.nextItem()->sceneBoundingRect()).boundingRect();
@@ -47,7 +47,7 @@ public:
     RunningDrag(const RunningDrag &) = delete;
     RunningDrag &operator=(const RunningDrag &) = delete;
 
-    /// One move of the pointer and what it paints.
+    /// Moves the pointer once and paints what that changes.
     void step()
     {
         forward = !forward;
@@ -63,11 +63,11 @@ private:
     bool forward = false;
 };
 
-/// Whether moves paint only \a strip and the next one, in a view so narrow
-/// that it shows more of them.
+/// Whether moves repaint only the two strips of the cut, in a view so narrow that
+/// more strips are visible.
 bool paintsPairAlone(ShownWindow &shown)
 {
-    constexpr int margin = 3; // of the toolkit around what an item asks for
+    constexpr int margin = 3; // which Qt adds around the update of an item
     const QRect usual = shown.window.geometry();
     shown.window.setGeometry(0, 0, usual.width() / 2, usual.height());
     QCoreApplication::processEvents();
@@ -92,9 +92,9 @@ bool paintsPairAlone(ShownWindow &shown)
 void dragProgram(benchmark::State &state, const OpenImagePtr &image)
 {
     ShownWindow &shown = *image->shown;
-    shown.resetCuts(); // where there is room to drag, up and down
+    shown.resetCuts(); // so that there is room to drag up and down
     if (!paintsPairAlone(shown)) {
-        state.SetLabel("more than the strips of the cut is painted");
+        state.SetLabel("more than the two strips of the cut was painted");
     }
     const PageItem *strip = shown.showMiddleCut();
     const PaintWatcher watcher(shown.mainView->viewport());

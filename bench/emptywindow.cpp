@@ -7,11 +7,11 @@
 #include <QStatusBar>
 #include <QToolBar>
 
-/// Shows an empty window of the size that the program's has at its first start.
-/// With an argument it has a menu bar, a tool bar and a status bar of one entry
-/// each: the first text and the first bar cost the toolkit most. With a second
-/// one, an address, that is asked for before, as the program looks for an
-/// update: the first request loads the libraries of the encryption.
+/// Shows an empty window of the size that the program's window has at its first
+/// start. With an argument, a text, it has a menu bar, a tool bar and a status bar
+/// with one entry each: the first text and the first bar take Qt most of the time.
+/// With a second one, an address, it first requests that, like the program's check
+/// for updates: the first request loads the TLS libraries.
 int main(int argc, char *argv[])
 {
     const QApplication app(argc, argv);

@@ -11,7 +11,7 @@
 
 namespace {
 
-// The quality with which the toolkit's PDF engine stores images.
+// The JPEG quality with which Qt's PDF engine stores images.
 constexpr int pdfQuality = 94;
 
 void exportOneColumn(benchmark::State &state, const OpenImagePtr &image)
@@ -28,15 +28,15 @@ void exportTwoColumns(benchmark::State &state, const OpenImagePtr &image)
     image->shown->window.onTwoColsClicked();
 }
 
-/// What the PDF file holds of a band.
+/// A band as the PDF file stores it.
 struct StoredBand
 {
     QImage colors; // in the 32-bit format that the PDF engine encodes
     QByteArray mask; // its transparency, before compression; empty if there is none
 };
 
-/// The transparency of \a band as the PDF engine stores it: a byte a pixel, or
-/// a bit if no pixel is half transparent.
+/// The transparency of \a band as the PDF engine stores it: one byte per pixel, or
+/// one bit if no pixel is partly transparent.
 QByteArray maskOf(const QImage &band)
 {
     const QImage alpha = band.convertToFormat(QImage::Format_Alpha8);
@@ -84,7 +84,7 @@ void exportFloor(benchmark::State &state, const OpenImagePtr &image)
     }
 }
 
-/// The toolkit's PDF writer alone, with the same bands in its own format.
+/// Qt's PDF writer alone, with the same bands in the format that it uses.
 void exportByWriter(benchmark::State &state, const OpenImagePtr &image)
 {
     const std::vector<StoredBand> bands = storedBands(*image);
@@ -113,7 +113,7 @@ std::vector<Comparison> exportComparisons(const OpenImagePtr &image)
         {"export, two columns", name, 1.05, with(exportTwoColumns), with(exportFloor)},
     };
     if (image->file.kind == SampleKind::Palette || image->file.kind == SampleKind::Alpha) {
-        // What the writer takes for the masks shows beside what encoding takes.
+        // Shows how long the writer takes for the masks, compared with the encoding.
         group.push_back({"export against the writer", name, 1.05, with(exportOneColumn), with(exportByWriter)});
     }
     return group;

@@ -1,4 +1,4 @@
-// Linked into a program, this ends it when its first window has been painted.
+// When linked into a program, ends it after the first paint of its first window.
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -17,7 +17,7 @@ protected:
     {
         if (event->type() == QEvent::Paint && !painted) {
             painted = true;
-            // What is painted goes to the screen before the next event.
+            // The painted contents reach the screen before the next event.
             QMetaObject::invokeMethod(
                 this, [] { std::_Exit(EXIT_SUCCESS); }, Qt::QueuedConnection);
         }

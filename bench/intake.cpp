@@ -43,13 +43,13 @@ void placeProgram(benchmark::State &state, const OpenImagePtr &image)
 {
     for (auto _ : state) {
         state.PauseTiming();
-        image->shown->resetCuts(); // or the second placement would take the first back
+        image->shown->resetCuts(); // or the second placement would undo the first
         state.ResumeTiming();
         image->shown->window.onAutoCutClicked();
     }
 }
 
-/// The parts of the image that a placement from the regular cuts looks at.
+/// The parts of the image that a placement from the regular cuts searches.
 std::vector<QRect> searchWindows(const OpenImage &image)
 {
     image.shown->resetCuts();
@@ -67,7 +67,7 @@ std::vector<QRect> searchWindows(const OpenImage &image)
     return windows;
 }
 
-/// One plain pass over the bytes of \a part.
+/// One simple pass over the bytes of \a part.
 quint64 wordSum(const QImage &image, const QRect &part)
 {
     const qsizetype pixelBytes = image.depth() / 8;
@@ -100,7 +100,7 @@ void placeFloor(benchmark::State &state, const OpenImagePtr &image)
     }
 }
 
-/// The row with the most pixels of a red of 192 or more, pixel by pixel.
+/// The row with the most pixels whose red is at least 192, found pixel by pixel.
 int plainBrightestRow(const QImage &window)
 {
     int bestRow = 0;

@@ -13,8 +13,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Hands the library our defaults and then the command line; what it does not
-/// know stays in the arguments.
+/// Passes our defaults and then the command line to the library. Options that it
+/// does not know stay in the arguments.
 void initializeLibrary(int &argc, char *argv[])
 {
     char name[] = "defaults";
@@ -55,7 +55,7 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     const QCommandLineOption quick(u"quick"_s, u"Measure with images of 1080 x 12000 pixels."_s);
     const QCommandLineOption large(u"large"_s, u"Add an image of 4000 x 100000 pixels."_s);
-    const QCommandLineOption only(u"only"_s, u"Measure the lines whose \"step/image\" matches."_s, u"pattern"_s);
+    const QCommandLineOption only(u"only"_s, u"Measure only the rows whose \"step/image\" matches."_s, u"pattern"_s);
     parser.addOptions({quick, large, only});
     parser.addHelpOption();
     parser.process(app);
@@ -70,7 +70,7 @@ int main(int argc, char *argv[])
 
     table.measure(startComparisons());
     if (table.wants("growth", {})) {
-        // Before the others: in memory that they have used, the smallest of its images is in luck.
+        // First, because memory freed by other steps would speed up only the smallest image.
         table.measure(growthComparisons(set == SampleSet::Quick ? 1500 : 12500, folder, pdfPath));
     }
     const auto shown = std::make_shared<ShownWindow>();

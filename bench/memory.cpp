@@ -7,8 +7,7 @@
 
 namespace {
 
-/// The peak of this process's memory in bytes; -1 where the system does not
-/// tell.
+/// The peak memory of this process in bytes; -1 if the system does not report it.
 qint64 peakBytes()
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -26,8 +25,8 @@ qint64 peakBytes()
 
 } // namespace
 
-/// Opens the image named by the first argument, exports it to the file named
-/// by the second, and prints the peak memory of both in bytes.
+/// Opens the image file of the first argument, exports it to the file of the second
+/// one, and prints the peak memory in bytes.
 int main(int argc, char *argv[])
 {
     const QApplication app(argc, argv);

@@ -13,7 +13,7 @@ QRect paintedRect(const QWidget &viewport, int rows)
     return rows == 0 ? viewport.rect() : QRect(0, viewport.height() / 3, viewport.width(), rows);
 }
 
-/// Repaints both views; only \a rows of them unless that is 0.
+/// Repaints both views; only \a rows rows of each unless that is 0.
 void paintProgram(benchmark::State &state, const OpenImagePtr &image, int rows)
 {
     image->shown->showMiddleCut();

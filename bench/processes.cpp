@@ -19,14 +19,14 @@ namespace {
 
 constexpr double mebibyte = 1024.0 * 1024.0;
 constexpr double allowedShare = 1.1;
-constexpr double allowedRest = 60.0; // mebibytes, for the toolkit and the window
+constexpr double allowedRest = 60.0; // mebibytes, for Qt and the window
 
-/// What a child process took, in seconds.
+/// The time that a child process took, in seconds.
 struct ProcessTimes
 {
     double processor = 0.0;
     double elapsed = 0.0;
-    bool good = false;
+    bool succeeded = false;
 };
 
 double seconds(const timeval &time)
@@ -34,32 +34,33 @@ double seconds(const timeval &time)
     return double(time.tv_sec) + 1e-6 * double(time.tv_usec);
 }
 
-QByteArray besideThis(const char *program)
+/// The path of \a program in the folder of this one.
+QByteArray siblingPath(const char *program)
 {
     return QFile::encodeName(QCoreApplication::applicationDirPath()) + '/' + program;
 }
 
-/// A program that lies beside this one, and its arguments.
+/// A program in the folder of this one, and its arguments.
 struct Command
 {
     const char *program;
     QByteArrayList arguments;
 };
 
-/// Shows the windows of the programs on the screen, if there is one; this
-/// program does without.
-class OnTheScreen
+/// While it exists, child processes show their windows on the screen, if there is
+/// one; this process does not.
+class ScreenForChildren
 {
 public:
-    OnTheScreen()
+    ScreenForChildren()
     {
         if (qEnvironmentVariableIsSet("DISPLAY")) {
             qputenv("QT_QPA_PLATFORM", "xcb");
         }
     }
-    ~OnTheScreen() { qputenv("QT_QPA_PLATFORM", usual); }
-    OnTheScreen(const OnTheScreen &) = delete;
-    OnTheScreen &operator=(const OnTheScreen &) = delete;
+    ~ScreenForChildren() { qputenv("QT_QPA_PLATFORM", usual); }
+    ScreenForChildren(const ScreenForChildren &) = delete;
+    ScreenForChildren &operator=(const ScreenForChildren &) = delete;
 
 private:
     QByteArray usual = qgetenv("QT_QPA_PLATFORM");
@@ -68,18 +69,18 @@ private:
 /// Runs \a command to its end.
 ProcessTimes runProcess(const Command &command)
 {
-    QByteArrayList texts = QByteArrayList{besideThis(command.program)} + command.arguments;
+    QByteArrayList texts = QByteArrayList{siblingPath(command.program)} + command.arguments;
     std::vector<char *> arguments;
     for (QByteArray &text : texts) {
         arguments.push_back(text.data());
     }
     arguments.push_back(nullptr);
-    const OnTheScreen screen;
+    const ScreenForChildren screen;
     const auto start = std::chrono::steady_clock::now();
     pid_t child = 0;
     int status = 0;
     rusage usage{};
-    // Not QProcess: a fork of this process would count its page tables.
+    // Not QProcess: the copy of this process's page tables in its fork would count.
     const bool ran = posix_spawn(&child, arguments[0], nullptr, nullptr, arguments.data(), environ) == 0
         && wait4(child, &status, 0, &usage) == child;
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
@@ -91,19 +92,19 @@ void measureProcess(benchmark::State &state, const Command &command, double Proc
 {
     for (auto _ : state) {
         const ProcessTimes times = runProcess(command);
-        if (!times.good) {
+        if (!times.succeeded) {
             state.SetLabel("the window was not painted");
         }
         state.SetIterationTime(times.*time);
     }
 }
 
-/// The same on a network that takes every connection and never answers.
+/// The same on a network that accepts every connection and never answers.
 void measureOnSilentNetwork(benchmark::State &state, const Command &command, double ProcessTimes::*time)
 {
     QTcpServer server;
     if (!server.listen(QHostAddress::LocalHost)) {
-        state.SetLabel("no server");
+        state.SetLabel("cannot listen on the local host");
     }
     qputenv("QUILLMARCH_BENCH_PROXY", QByteArray::number(server.serverPort()));
     measureProcess(state, command, time);
@@ -160,7 +161,7 @@ Row peakMemory(const SampleFile &file, const QString &pdfPath)
     row.image = file.name;
     row.unit = "MB";
     QProcess process;
-    process.start(QFile::decodeName(besideThis("bench-memory")), {file.path, pdfPath});
+    process.start(QFile::decodeName(siblingPath("bench-memory")), {file.path, pdfPath});
     process.waitForFinished(-1);
     bool ok = false;
     row.program = process.readAllStandardOutput().trimmed().toDouble(&ok) / mebibyte;
@@ -170,7 +171,8 @@ Row peakMemory(const SampleFile &file, const QString &pdfPath)
     }
     const QImage pixels = decoded(file.path);
     row.floor = double(pixels.sizeInBytes()) / mebibyte;
-    const bool hasTarget = pixels.depth() == 32; // others are converted in parts or, a palette, in whole
+    const bool hasTarget =
+        pixels.depth() == 32; // other formats are converted in parts, or completely if they have a palette
     row.target = hasTarget ? "<= 1.1 x + 60" : "none";
     row.reached = !hasTarget || row.program <= allowedShare * row.floor + allowedRest;
     return row;

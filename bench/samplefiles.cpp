@@ -15,8 +15,8 @@ namespace {
 constexpr int phoneWidth = 1080;
 constexpr int jpegQuality = 90;
 
-/// Writes what \a paint gives to \a path unless that is there already. A file
-/// of another name keeps a broken-off run from leaving half an image.
+/// Writes the image that \a paint returns to \a path unless that file exists. Writes
+/// to a temporary name first, so that an interrupted run leaves no partial image.
 void paintOnce(const QString &path, const std::function<QImage()> &paint)
 {
     if (QFile::exists(path)) {
@@ -30,7 +30,7 @@ void paintOnce(const QString &path, const std::function<QImage()> &paint)
         writer.setQuality(jpegQuality);
     }
     if (!writer.write(paint()) || !QFile::rename(unfinished, path)) {
-        qFatal("Cannot write %s: %s", qPrintable(path), qPrintable(writer.errorString()));
+        qFatal("cannot write %s: %s", qPrintable(path), qPrintable(writer.errorString()));
     }
 }
 

@@ -11,19 +11,20 @@
 /// A sample image in a file.
 struct SampleFile
 {
-    std::string name; ///< as in the table
+    std::string name; ///< in the table
     SampleKind kind = SampleKind::Chat;
     QSize size;
-    bool lightPage = false; ///< most rows lie on light paper
+    bool lightPage = false; ///< most rows have a light background
     QString path;
 };
 
 enum class SampleSet { Quick, Usual, Large };
 
-/// The samples that the steps are measured with, one after the other. Files
-/// that are not there yet are painted into \a folder, which takes minutes.
+/// The samples with which the steps are measured, in order. Missing files are
+/// created in \a folder, which takes minutes.
 std::vector<SampleFile> sampleFiles(SampleSet set, const QString &folder);
 
-/// The path of a chat in \a folder that stands \a times one below the other,
-/// each 1080 x \a height pixels, so that every row costs the same in all.
+/// The path of an image in \a folder that repeats a chat of 1080 x \a height pixels
+/// \a times times from top to bottom, so that the cost of a row is independent of
+/// \a times. Created if it does not exist.
 QString repeatedChat(int times, int height, const QString &folder);

@@ -60,7 +60,7 @@ void ShownWindow::paintRequested()
 void ShownWindow::paintFrame()
 {
     for (const QEvent::Type type : {QEvent::MetaCall, QEvent::LayoutRequest}) {
-        QCoreApplication::sendPostedEvents(nullptr, type); // of the scenes and the scroll bars
+        QCoreApplication::sendPostedEvents(nullptr, type); // for the scenes and the scroll bars
     }
     QCoreApplication::sendPostedEvents(&window, QEvent::UpdateRequest);
 }

@@ -10,7 +10,7 @@ class MainView;
 class PageItem;
 class QGraphicsView;
 
-/// Notes the paint events of a widget.
+/// Records the paint events of a widget.
 class PaintWatcher : public QObject
 {
 public:
@@ -18,7 +18,7 @@ public:
 
     int paints() const { return count; }
 
-    /// What the paint events since the last call asked for.
+    /// The total region of the paint events since the last call.
     QRegion takeRegion();
 
 protected:
@@ -41,20 +41,20 @@ public:
     /// Opens \a path and paints it.
     void open(const QString &path);
 
-    /// Delivers what is posted, which paints what was asked for.
+    /// Delivers all posted events, which includes the requested paint events.
     void paintRequested();
 
-    /// The same up to the painting; what comes behind it stays posted.
+    /// Delivers the posted events up to the paint events; later ones stay posted.
     void paintFrame();
 
     /// Writes the shown layout to the PDF file \a path, as the window does.
     void exportPdf(const QString &path);
 
-    /// Makes the document anew, with the cuts at their regular places.
+    /// Rebuilds the document with the regular cuts.
     void resetCuts();
 
-    /// Brings the cut in the middle of the document to the middle of the large
-    /// view, and its page into the preview. Returns the strip above the cut.
+    /// Scrolls the large view to the cut in the middle of the document and the
+    /// preview to its page. Returns the strip above the cut.
     PageItem *showMiddleCut();
 
     /// The strips, top to bottom.
@@ -65,5 +65,5 @@ public:
     LeftView *leftView = nullptr;
 };
 
-/// The pixels of the file \a path as the window holds them.
+/// The pixels of the file \a path as the window stores them.
 QImage windowPixels(const QString &path);

@@ -1,5 +1,5 @@
-// Linked into a program, this leads its network traffic to a proxy on a port
-// of this machine, if the environment names one.
+// When linked into a program, sends its network traffic to a proxy on this machine
+// if QUILLMARCH_BENCH_PROXY is set to a port.
 
 #include <QCoreApplication>
 #include <QNetworkProxy>

@@ -24,7 +24,8 @@ ViewDrawing emptyDrawing(const QGraphicsView &view)
     return {view.viewport()->size(), view.renderHints(), view.scene()->backgroundBrush(), {}};
 }
 
-/// Adds \a strip, drawn to \a target of \a item, if it is visible in \a view.
+/// Adds \a strip, drawn to the rectangle \a target of \a item, if it is visible in
+/// \a view.
 void addBand(ViewDrawing &drawing, const QGraphicsView &view, const QGraphicsItem &item, const QRectF &sheet,
              const QRectF &target, const PageItem &strip, const QImage &image)
 {

@@ -9,17 +9,17 @@
 
 struct OpenImage;
 
-/// One band as it stands in a view.
+/// A band as a view draws it.
 struct BandDrawing
 {
     QTransform transform;
     QRectF sheet; // painted white under the band; empty for the strips
     QRectF target;
-    QImage band; // shares the rows of the image
+    QImage band; // shares the pixels of the image
     QSizeF size;
 };
 
-/// All that a view shows.
+/// Everything that a view draws.
 struct ViewDrawing
 {
     QSize size;
@@ -28,12 +28,12 @@ struct ViewDrawing
     std::vector<BandDrawing> bands;
 };
 
-/// What the large view of \a image shows now.
+/// The current contents of the large view of \a image.
 ViewDrawing stripDrawing(const OpenImage &image);
 
-/// What the preview shows now, which must be in one column.
+/// The current contents of the preview, which must show the one-column layout.
 ViewDrawing oneColumnDrawing(const OpenImage &image);
 
-/// Draws \a drawing onto \a canvas, which is of its size, within \a clip: the
-/// background, and each band with a single call, straight from the pixels.
+/// Draws \a drawing within \a clip onto \a canvas, which must have the same size: the
+/// background, then each band with a single call, directly from the pixels.
 void draw(const ViewDrawing &drawing, QImage &canvas, const QRect &clip);

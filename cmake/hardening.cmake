@@ -1,5 +1,5 @@
-# Makes a fault in the shipped program end it instead of being used against it.
-# Linked privately to the library and the program.
+# Compiler and linker flags that make exploiting a memory error harder: the program
+# aborts instead. Linked privately to the libraries and programs.
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
 include(CheckPIESupported)
@@ -7,7 +7,7 @@ include(CheckPIESupported)
 add_library(quillmarch_hardening INTERFACE)
 check_pie_supported(LANGUAGES CXX)
 
-# The sanitizers bring checks of their own, which these would hide.
+# These flags would hide errors from the sanitizers.
 if(MSVC OR QUILLMARCH_SANITIZE)
     return()
 endif()
@@ -39,12 +39,12 @@ quillmarch_harden_linker(-Wl,-z,relro)
 quillmarch_harden_linker(-Wl,-z,now)
 quillmarch_harden_linker(-Wl,-z,noexecstack)
 
-# Level 3 follows sizes that are known only at run time; gcc has it from 12 on.
+# Level 3 also checks sizes that are known only at run time; gcc supports it since 12.
 set(fortify 2)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 12)
     set(fortify 3)
 endif()
-# Undefined first: the compiler of a distribution may come with a level of its own.
+# Undefined first, because a distribution's compiler may define another level.
 target_compile_options(quillmarch_hardening INTERFACE
     $<${shipped}:-U_FORTIFY_SOURCE>
     $<${shipped}:-D_FORTIFY_SOURCE=${fortify}>

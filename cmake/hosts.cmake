@@ -1,5 +1,5 @@
-# Where the program turns to on the network, and the domain it calls its own.
-# The defaults are reserved names that no one can own; a release sets real ones.
+# The hosts that the program connects to, and its organization domain. The defaults
+# are reserved names that nobody can register; a release sets real ones.
 set(QUILLMARCH_UPDATE_DOCUMENT_HOST "https://updates.quillmarch.example" CACHE STRING
     "Scheme and host of the release documents")
 set(QUILLMARCH_SERVICE_HOST "https://service.quillmarch.example" CACHE STRING
@@ -11,4 +11,4 @@ set(QUILLMARCH_WEB_SITE "https://www.quillmarch.example" CACHE STRING
 set(QUILLMARCH_CONTACT "support@quillmarch.example" CACHE STRING
     "Contact handle, shown in the about dialog")
 set(QUILLMARCH_ORGANIZATION_DOMAIN "quillmarch.example" CACHE STRING
-    "Organisation domain of the application")
+    "Organization domain of the application")

@@ -1,4 +1,4 @@
-# Linked privately, so that a project which adds this one keeps its own warnings.
+# Linked privately, so that a project that adds this one keeps its own warnings.
 add_library(quillmarch_warnings INTERFACE)
 target_compile_options(quillmarch_warnings INTERFACE
     $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wold-style-cast

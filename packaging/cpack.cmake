@@ -1,5 +1,5 @@
-# Packages go to `packages` in the build folder:
-#   cpack                                     what Linux gets: portable archive and Debian package
+# Packages are written to `packages` in the build folder:
+#   cpack                                     on Linux, the portable archive and the Debian package
 #   cpack -G TGZ                              only the portable archive
 #   cpack --config CPackSourceConfig.cmake    the source archive
 set(CPACK_VERBATIM_VARIABLES ON)
@@ -16,7 +16,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-# Which component a package is made of is known only when it is made.
+# Each generator packages another component; cpackgenerator.cmake selects it.
 set(CPACK_GENERATOR TGZ)
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     list(APPEND CPACK_GENERATOR DEB)
@@ -28,7 +28,7 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 string(TOLOWER "${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}" system)
 set(CPACK_PACKAGE_FILE_NAME quillmarch-${PROJECT_VERSION}-${system})
 
-# Beside the libraries that dpkg-shlibdeps finds: what the program loads by name.
+# What the program loads at run time, in addition to the libraries that dpkg-shlibdeps finds.
 set(run_packages ${PROJECT_SOURCE_DIR}/scripts/packages.txt)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${run_packages})
 file(STRINGS ${run_packages} lines REGEX "^run ")
@@ -39,7 +39,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
-# A list of patterns for whole paths; the folder's own path is no pattern.
+# The patterns match whole paths, so special characters in the source path are escaped.
 string(REGEX REPLACE "([][+.*()^$?|\\\\])" "\\\\\\1" source "${PROJECT_SOURCE_DIR}")
 set(CPACK_SOURCE_GENERATOR TGZ)
 set(CPACK_SOURCE_PACKAGE_FILE_NAME quillmarch-${PROJECT_VERSION})

@@ -1,5 +1,5 @@
-# Reads releases.json: the newest release has to be the version of the project.
-# Sets what the texts of the packages tell of releases:
+# Reads releases.json, whose newest release must be the version of the project, and
+# sets the lists of releases for the packages:
 #   QUILLMARCH_METAINFO_RELEASES   elements of the AppStream document
 #   QUILLMARCH_DEBIAN_CHANGELOG    the changelog of the Debian package
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/releases.json)
@@ -12,7 +12,7 @@ function(quillmarch_xml_escape text result)
     set(${result} "${text}" PARENT_SCOPE)
 endfunction()
 
-# The date $1, as 2026-11-21, in the form of RFC 5322.
+# Converts a date such as 2026-11-21 to the format of RFC 5322.
 function(quillmarch_mail_date date result)
     execute_process(COMMAND env LC_ALL=C date --utc --date ${date} "+%a, %d %b %Y %T +0000"
         OUTPUT_VARIABLE text OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)

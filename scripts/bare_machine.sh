@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Tries the two commands of the README on machines that have nothing but what
-# debootstrap puts there: Debian 12 in a folder, entered by chroot, as root. The
-# first machine gets ./test.sh before ./run.sh and a user with sudo, the second
-# ./run.sh before ./test.sh and root; the tests run on the second one alone.
-# Machines find packages where this machine does, and share a compiler cache.
+# Tests the two commands of the README on minimal Debian 12 systems: folders made by
+# debootstrap and entered by chroot, which needs root. On the first machine, a user
+# with sudo runs ./test.sh before ./run.sh; on the second, root runs ./run.sh before
+# ./test.sh. Only the second machine runs the tests. The machines use the package
+# sources of this machine, and share a compiler cache.
 #
-#   scripts/bare_machine.sh          tries the last commit
-#   scripts/bare_machine.sh --check  tells by its exit code whether it could
+#   scripts/bare_machine.sh          tests the last commit
+#   scripts/bare_machine.sh --check  exits with status 0 if this machine can do that
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -14,15 +14,15 @@ suite=bookworm
 results=$root/build/bare
 checkout=/quillmarch
 title=墨舟卷轴翻页器
-patience=3000 # seconds that a build and a window may take
+window_timeout=3000 # seconds from the start of ./run.sh, which builds first, to its window
 
-# A machine needs mounts that vanish with the processes in it.
+# A machine needs mounts that disappear with its processes.
 can_make_machines() {
     [[ $(id -u) -eq 0 ]] && command -v apt-get >/dev/null && unshare --mount true 2>/dev/null \
         && install_packages bare && [[ -n $(mirror) ]]
 }
 
-# The packages of Debian that this machine knows of, as lines for apt.
+# The Debian package sources of this machine, as lines for sources.list.
 debian_sources() {
     apt-get indextargets --format "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] \
 \$(REPO_URI) \$(RELEASE) \$(COMPONENT)" 'Created-By: Packages' 'Origin: Debian' | sort -u
@@ -55,7 +55,7 @@ clone_into() {
     chroot "$1" chown -R "$2:" "$checkout"
 }
 
-# Gives the machine "$1" a user who may use sudo.
+# Adds a user who may use sudo to the machine "$1".
 add_user() {
     chroot "$1" env DEBIAN_FRONTEND=noninteractive sh -c \
         'apt-get -q update && apt-get -q -y --no-install-recommends install sudo' >"$results/sudo.log" 2>&1
@@ -63,8 +63,8 @@ add_user() {
     echo 'somebody ALL=(ALL) NOPASSWD: ALL' >"$1/etc/sudoers.d/somebody"
 }
 
-# Runs a command in the machine "$1" as its user "$2", from another folder than
-# the checkout. The environment is what a login gives; "$3" is the display.
+# Runs a command in the machine "$1" as its user "$2", outside of the checkout and
+# with the environment of a login. "$3" is the display, which may be empty.
 in_machine() {
     local machine=$1 user=$2 display=$3
     local -a environment=(PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8
@@ -88,12 +88,12 @@ in_machine() {
         enter "$machine" "$cache" "$user" "${environment[@]}" "$@" </dev/null
 }
 
-# Does a step, of the name "$1", and takes its time.
+# Runs a step with the name "$1" and records how long it takes.
 timed() {
     local start=$SECONDS
     step=$1
     say "$step"
-    ("${@:2}") # no "||" here: a failure inside would go unseen
+    ("${@:2}") # no "||" here, because it would turn off "set -e" inside
     printf '%6d s  %s\n' "$((SECONDS - start))" "$step" >>"$results/times.txt"
     step=
 }
@@ -113,31 +113,31 @@ start_screen() {
     rm "$number"
 }
 
-photograph() {
+save_screenshot() {
     PYTHONPATH=$root/tests/e2e python3 -B -c 'import pathlib, sys; from picture import Picture
 Picture.from_xwd(pathlib.Path(sys.argv[1]).read_bytes()).write_png(sys.argv[2])' "$scratch/screen/Xvfb_screen0" "$1"
 }
 
-# Starts ./run.sh in the machine "$1" as "$2", waits for the window, keeps a
-# picture of it as "$3" and ends the program.
+# Runs ./run.sh in the machine "$1" as "$2", waits for the window, saves a
+# screenshot of it as "$3" and closes it.
 show_window() {
-    local process window='' end=$((SECONDS + patience))
+    local process window='' end=$((SECONDS + window_timeout))
     (in_machine "$1" "$2" "$DISPLAY" "$checkout/run.sh") &
     process=$!
     until window=$(xdotool search --onlyvisible --name "^$title\$" 2>/dev/null) && [[ -n $window ]]; do
         kill -0 "$process" 2>/dev/null || die "./run.sh ended without a window"
-        [[ $SECONDS -lt $end ]] || die "no window came up"
+        [[ $SECONDS -lt $end ]] || die "no window appeared"
         sleep 0.5
     done
-    sleep 2 # until it is painted
-    photograph "$results/$3"
+    sleep 2 # so that it is painted
+    save_screenshot "$results/$3"
     xdotool windowfocus "$window" key ctrl+x
     wait "$process"
 }
 
 make_pdf() {
     (in_machine "$1" "$2" '' "$checkout/run.sh")
-    [[ $(head -c 5 "$1$checkout/build/release/long-chat.pdf") == %PDF- ]] || die "./run.sh made no PDF file"
+    [[ $(head -c 5 "$1$checkout/build/release/long-chat.pdf") == %PDF- ]] || die "./run.sh wrote no PDF file"
 }
 
 build_tests() {
@@ -163,7 +163,7 @@ if [[ ${1:-} == --check ]]; then
     can_make_machines >&2
     exit
 fi
-can_make_machines || die "needs root, apt, debootstrap and mounts"
+can_make_machines || die "root, apt, debootstrap and permission to mount are required"
 commit=$(git -c safe.directory='*' -C "$root" rev-parse HEAD)
 scratch=$(mktemp -d)
 cache=$scratch/ccache
@@ -181,14 +181,14 @@ add_user "$first"
 clone_into "$first" somebody
 clone_into "$second" root
 
-timed "a user with sudo: ./test.sh first, without running the tests" build_tests "$first" somebody
-timed "the user, then the same again" build_tests "$first" somebody
-timed "the user, then ./run.sh without a display" make_pdf "$first" somebody
-timed "the user, then ./run.sh with a display" show_window "$first" somebody user.png
+timed "user with sudo: ./test.sh first, without running the tests" build_tests "$first" somebody
+timed "user with sudo: the same again" build_tests "$first" somebody
+timed "user with sudo: then ./run.sh without a display" make_pdf "$first" somebody
+timed "user with sudo: then ./run.sh with a display" show_window "$first" somebody user.png
 rm -rf --one-file-system "$first"
 
 timed "root: ./run.sh first, with a display" show_window "$second" root root.png
-timed "root, then ./run.sh without a display" make_pdf "$second" root
-timed "root, then ./test.sh" run_all_tests "$second" root
+timed "root: then ./run.sh without a display" make_pdf "$second" root
+timed "root: then ./test.sh" run_all_tests "$second" root
 say "Both commands work on a bare machine"
 cat "$results/times.txt"

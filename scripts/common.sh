@@ -1,5 +1,6 @@
 # shellcheck shell=bash
-# Shared by run.sh, test.sh and the scripts of this folder; source it, do not run it.
+# Shared functions of run.sh, test.sh, bench.sh and the scripts in this folder. To be
+# sourced, not run.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 preset=release
@@ -14,7 +15,7 @@ die() {
     exit 1
 }
 
-# The packages of the given groups, one a line.
+# Prints the packages of the given groups, one per line.
 packages_of() {
     local group
     for group in "$@"; do
@@ -22,7 +23,7 @@ packages_of() {
     done
 }
 
-# Those of the given packages that are not installed, one a line.
+# Prints those of the given packages that are not installed, one per line.
 missing_of() {
     local -A installed=()
     local name
@@ -43,16 +44,16 @@ as_root() {
 }
 
 apt() {
-    # sudo drops the environment, so the variable goes by env.
+    # sudo clears the environment, so env sets the variable.
     as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3 "$@" </dev/null
 }
 
-# Installs what is missing of the packages of the given groups.
+# Installs the missing packages of the given groups.
 install_packages() {
     local -a wanted missing
     mapfile -t wanted < <(packages_of "$@")
     if ! command -v dpkg-query >/dev/null; then
-        say "This is no Debian system: what scripts/packages.txt lists must be there already."
+        say "Not a Debian system: the packages in scripts/packages.txt must already be installed."
         return
     fi
     mapfile -t missing < <(missing_of "${wanted[@]}")
@@ -60,28 +61,28 @@ install_packages() {
         return
     fi
     if [[ $(id -u) -ne 0 ]] && ! command -v sudo >/dev/null; then
-        die "not installed: ${missing[*]}. There is no sudo; as root, run: apt-get install ${missing[*]}"
+        die "missing packages, and no sudo to install them; as root, run: apt-get install ${missing[*]}"
     fi
     say "Installing ${missing[*]}"
     apt update -q
     apt install -q -y --no-install-recommends "${missing[@]}"
 }
 
-# Whether the cache of the build folder holds the line "$1".
+# Whether the CMake cache of the build folder has the line "$1".
 is_cached() {
     grep -qxF "$1" "$build_folder/CMakeCache.txt" 2>/dev/null
 }
 
-# Whether nothing is missing for a build folder that is configured with tests.
+# Whether all packages are installed that a build folder with tests needs.
 can_build_tests() {
     local -a wanted
     mapfile -t wanted < <(packages_of test bench)
     ! command -v dpkg-query >/dev/null || [[ -z $(missing_of "${wanted[@]}") ]]
 }
 
-# Whether the build folder is configured for what the preset "$1" builds. A
-# folder for everything also does for the programs alone, as long as what the
-# tests need stays installed: CMake looks for it again at each change.
+# Whether the build folder is configured for what the preset "$1" builds. A folder
+# for everything can also build only the programs, as long as the packages for the
+# tests stay installed: CMake searches for them again whenever it reconfigures.
 is_configured_for() {
     [[ -e $build_folder/build.ninja ]] || return 1
     if is_cached QUILLMARCH_TESTS:BOOL=ON; then
@@ -91,13 +92,13 @@ is_configured_for() {
     fi
 }
 
-# Configures the build folder by the preset "$1", unless it is.
+# Configures the build folder by the preset "$1", unless that has been done.
 configure() {
     local -a options=()
     if [[ -e $build_folder && ! -w $build_folder ]]; then
         die "$build_folder belongs to another user; remove it and try again"
     fi
-    # A moved source folder makes the cache of the build unusable.
+    # The CMake cache is unusable after the source folder has been moved.
     if [[ -e $build_folder/CMakeCache.txt ]] && ! is_cached "CMAKE_HOME_DIRECTORY:INTERNAL=$root"; then
         options=(--fresh)
     elif is_configured_for "$1"; then
@@ -106,24 +107,24 @@ configure() {
     (cd "$root" && cmake --preset "$1" "${options[@]}")
 }
 
-# Builds the given targets of the preset "$1"; "all" is everything.
+# Builds the given targets of the preset "$1"; "all" means everything.
 build() {
     say "Building in ${build_folder#"$root"/}"
     configure "$1"
     cmake --build "$build_folder" --parallel "$(nproc)" --target "${@:2}"
 }
 
-# Runs the tests of the build folder; options go to ctest. A busy machine can
-# spoil what a test of the label "clock" measures, or sees in a real window, so
-# one of these may fail once; all others must pass at once.
+# Runs the tests of the build folder; options are passed to ctest. Tests with the
+# label "clock" measure times or drive a real window, which a busy machine can
+# disturb, so each may fail once; all others must pass the first time.
 run_tests() {
     local -a options=(--test-dir "$build_folder" --output-on-failure --parallel "$(nproc)" "$@")
     local failed=0
     if ctest "${options[@]}" --show-only | grep -qx 'Total Tests: 0'; then
-        die "there is no such test"
+        die "no test matches these options"
     fi
     ctest "${options[@]}" --label-exclude '^clock$' || failed=1
-    # What the packages are tested with has been made by the first run.
+    # The first run has already set up the package fixture.
     ctest "${options[@]}" --label-regex '^clock$' --fixture-exclude-any packages --repeat until-pass:2 || failed=1
     return "$failed"
 }

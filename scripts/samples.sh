@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the pictures in samples/ anew, with the fonts of this machine.
+# Regenerates the images in samples/ with the fonts of this machine.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

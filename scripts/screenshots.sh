@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the pictures of the README and of the guides anew, from the program with
-# the samples.
+# Takes the screenshots of the README and the guides anew: the program with the
+# sample images.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

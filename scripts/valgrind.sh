@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Runs the tests of strips and pages under valgrind; fails on an invalid access,
-# on a branch that depends on nothing, and on memory that is definitely lost.
-# Takes names of tests, tst_pageitem and such, instead of those.
+# Runs the tests of strips and pages under valgrind. Fails on an invalid access, on a
+# branch that depends on an uninitialized value, and on definitely lost memory. With
+# arguments, such as tst_pageitem, runs these tests instead.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-# With debug information, and little optimised; shared with coverage.sh.
+# With debug information and little optimization; shared with coverage.sh.
 preset=coverage
 build_folder=$root/build/$preset
 tests=("$@")
@@ -20,7 +20,7 @@ program_of() {
 check() {
     local program
     program=$(program_of "$1")
-    [[ -n $program ]] || die "there is no test $1"
+    [[ -n $program ]] || die "$1: no such test"
     say "$1"
     QT_QPA_PLATFORM=offscreen LANG=C.UTF-8 QTEST_FUNCTION_TIMEOUT=3600000 \
         valgrind --quiet --error-exitcode=9 --leak-check=full --show-leak-kinds=definite \
@@ -39,4 +39,4 @@ done
 if [[ ${#failed[@]} -gt 0 ]]; then
     die "errors in ${failed[*]}"
 fi
-say "No errors in ${#tests[@]} tests"
+say "No valgrind errors in ${#tests[@]} tests"

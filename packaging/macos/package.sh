@@ -1,18 +1,18 @@
 #!/usr/bin/env bash
-# Makes Quillmarch_v<version>_macOS.dmg. NOT TESTED: the project is developed on
+# Creates Quillmarch_v<version>_macOS.dmg. NOT TESTED: the project is developed on
 # Debian, and nobody has run this script yet.
 #
 # With the command line tools of Xcode, CMake, Ninja and Qt 6.4 or later:
 #
 #     packaging/macos/package.sh ~/Qt/6.4.3/macos
 #
-# The image then goes to tools/release as --package macos=FILE. It is neither
-# signed nor notarised. The program keeps its settings beside its executable,
-# in Quillmarch.app/Contents/MacOS: they go when the application is replaced,
-# and writing them would break a signature.
+# Pass the image to tools/release as --package macos=FILE. It is neither signed nor
+# notarized. The program keeps its settings beside its executable, in
+# Quillmarch.app/Contents/MacOS: they are lost when the application is replaced, and
+# writing them would invalidate a signature.
 set -euo pipefail
 
-qt=${1:?give the folder of Qt, such as ~/Qt/6.4.3/macos}
+qt=${1:?usage: package.sh FOLDER_OF_QT, such as ~/Qt/6.4.3/macos}
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 build=$root/build/macos
 version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' "$root/CMakeLists.txt")

@@ -1,17 +1,17 @@
-# Copies into the folder of an unpacked archive what the programs need of Qt
-# and of the libraries that not every desktop has, with their licences.
-# Takes: programs, qt_plugins.
+# Copies the Qt libraries and plugins that the programs need, and other libraries
+# that not every desktop has, into the folder of the archive, with their licenses.
+# Input variables: programs, qt_plugins.
 set(target "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
 
-# Found on any desktop, or bound to its kernel, drivers or C library.
-set(of_the_system
+# Present on any desktop, or tied to its kernel, drivers or C library.
+set(system_libraries
     ld-linux[^/]* libc libm libdl libpthread librt libresolv libutil libstdc\\+\\+ libgcc_s
     libGL libGLX libGLdispatch libEGL libOpenGL libdrm libgbm
     libX11 libX11-xcb libxcb libXau libXdmcp libwayland-client libwayland-egl
     libfontconfig libfreetype libharfbuzz libexpat libz libglib
     libdbus-1 libsystemd libudev libcap libselinux
     libcups libssl libcrypto)
-list(JOIN of_the_system "|" of_the_system)
+list(JOIN system_libraries "|" system_libraries)
 
 set(plugins
     platforms/libqxcb.so platforms/libqwayland-generic.so platforms/libqwayland-egl.so platforms/libqoffscreen.so
@@ -24,7 +24,7 @@ set(plugins
     imageformats/libqwebp.so
     printsupport/libcupsprintersupport.so tls/libqopensslbackend.so)
 
-# Only the name is installed that the loader asks for.
+# Copies a library under the name that the loader looks for, without its links.
 function(copy_library library folder)
     get_filename_component(name ${library} NAME)
     get_filename_component(file ${library} REALPATH)
@@ -35,9 +35,9 @@ function(copy_library library folder)
     endif()
 endfunction()
 
-# The licences of the Debian packages that files are of. A package may know its
-# file by a path without /usr: /lib is a link to /usr/lib.
-function(copy_licences)
+# Copies the licenses of the Debian packages that contain the given files. A package
+# may list its files without /usr, because /lib is a link to /usr/lib.
+function(copy_licenses)
     set(files)
     foreach(file IN LISTS ARGN)
         get_filename_component(file ${file} REALPATH)
@@ -49,7 +49,7 @@ function(copy_licences)
     list(LENGTH ARGN wanted)
     list(LENGTH lines known)
     if(NOT known EQUAL wanted)
-        message(FATAL_ERROR "Of ${wanted} libraries, ${known} are known to be of a Debian package:\n${found}")
+        message(FATAL_ERROR "Only ${known} of ${wanted} libraries were found in Debian packages:\n${found}")
     endif()
     foreach(line IN LISTS lines)
         string(REGEX REPLACE "[:,].*" "" package "${line}")
@@ -73,8 +73,8 @@ file(GET_RUNTIME_DEPENDENCIES
     EXECUTABLES ${programs}
     MODULES ${modules}
     RESOLVED_DEPENDENCIES_VAR libraries
-    PRE_EXCLUDE_REGEXES "^(${of_the_system})(-[0-9.]+)?\\.so")
+    PRE_EXCLUDE_REGEXES "^(${system_libraries})(-[0-9.]+)?\\.so")
 foreach(library IN LISTS libraries)
     copy_library(${library} ${target}/lib)
 endforeach()
-copy_licences(${modules} ${libraries})
+copy_licenses(${modules} ${libraries})

@@ -1,11 +1,11 @@
-# Makes Quillmarch_v<version>_Windows.zip, to unpack and start. NOT TESTED: the
+# Creates Quillmarch_v<version>_Windows.zip, a portable archive. NOT TESTED: the
 # project is developed on Debian, and nobody has run this script yet.
 #
 # In a "Developer PowerShell for VS 2022", with CMake, Ninja and Qt 6.4 or later:
 #
 #     packaging\windows\package.ps1 -Qt C:\Qt\6.4.3\msvc2019_64
 #
-# The zip file then goes to tools/release as --package windows=FILE.
+# Pass the zip file to tools/release as --package windows=FILE.
 param(
     [Parameter(Mandatory = $true)][string]$Qt,
     [string]$Build = "build/windows"
@@ -30,9 +30,9 @@ Invoke-Step cmake -S . -B $Build -G Ninja -DCMAKE_BUILD_TYPE=Release "-DCMAKE_PR
 Invoke-Step cmake --build $Build
 if (Test-Path $stage) { Remove-Item -Recurse $stage }
 Invoke-Step cmake --install $Build --component portable --prefix $stage
-# Libraries, plugins and the runtime of the compiler beside the program. The
-# image formats of the "Qt Image Formats" and "Qt SVG" modules come along if
-# they are installed with Qt.
+# Copies libraries, plugins and the compiler's runtime beside the program. The image
+# formats of the "Qt Image Formats" and "Qt SVG" modules are included if these are
+# installed.
 Invoke-Step "$Qt/bin/windeployqt.exe" --release --compiler-runtime --no-translations "$stage/quillmarch.exe"
 
 New-Item -ItemType Directory -Force "$Build/packages" | Out-Null

@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Gives \a pages to \a scene. Returns their height with the gaps below them.
+/// Adds \a pages to \a scene. Returns their total height, including gaps.
 double addPages(QGraphicsScene *scene, const QList<PreviewItem *> &pages)
 {
     double height = 0;
@@ -117,7 +117,7 @@ void MainWindow::onOpenClicked()
     if (path.isEmpty()) {
         return;
     }
-    rememberFolderOf(path, u"imagedir"_s); // also if the file turns out to be damaged
+    rememberFolderOf(path, u"imagedir"_s); // even if the file cannot be read
     loadImageFile(path);
 }
 
@@ -136,12 +136,12 @@ void MainWindow::onExitClicked()
     close();
 }
 
-/// Fills the three scenes from the source image: for each band its strip, its
-/// one-column page and, every fourth strip, a two-column page.
+/// Fills the three scenes from the source image: a strip and a one-column page for
+/// each band, and a two-column page for every four bands.
 void MainWindow::addStripsAndPages()
 {
-    // No event may be processed from the first clear of the strips until here:
-    // the old pages still point to them.
+    // The old pages still point to strips that the caller has deleted, so no event
+    // may be processed before all three scenes are clear.
     pageScene->clear();
     oneColumnScene->clear();
     twoColumnScene->clear();

@@ -19,15 +19,15 @@ class QPrinter;
 class QPushButton;
 class SimpleUpdater;
 
-/// The window of the program, and its controller.
+/// The main window, and the controller of the document.
 ///
 /// There is no document object: the document is the source image and the items
-/// of three scenes. `pageScene` holds the chain of strips, `oneColumnScene`
-/// one output page a strip and `twoColumnScene` one a four strips. Both
-/// layouts exist at all times; `currentOutputScene` says which one is shown,
-/// and margins, page numbers, PDF and print act on that one.
+/// of three scenes. `pageScene` holds the chain of strips, `oneColumnScene` one
+/// output page per strip and `twoColumnScene` one per four strips. Both layouts
+/// exist at all times; `currentOutputScene` is the one that is shown, and margins,
+/// page numbers, PDF and print apply to that one.
 ///
-/// Members are defined in the folder of the subsystem that they belong to.
+/// Member functions are defined in the folder of their subsystem.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -36,24 +36,23 @@ public:
     MainWindow();
     ~MainWindow() override;
 
-    /// Decodes the file \a path into the source image, rebuilds the document
-    /// and shows its top. A file that cannot be read, a PDF file, and an image of at
-    /// most 10 pixels on a side end in a toast; the pages shown stay then.
+    /// Decodes the file \a path into the source image, rebuilds the document and
+    /// shows its top. For a file that cannot be read, a PDF file, and an image with a
+    /// side of at most 10 pixels, shows a toast instead and leaves the pages.
     void loadImageFile(const QString &path);
 
-    /// Makes strips and output pages anew from the source image. Does nothing
-    /// but show the scroll bars if that is at most 10 pixels on a side.
+    /// Creates strips and output pages anew from the source image. If a side of
+    /// that is at most 10 pixels long, only shows the scroll bars.
     void rebuildDocument();
 
-    /// Whether a rebuild places the cuts on bright rows; on at first.
+    /// Whether a rebuild places the cuts automatically; on by default.
     void setAutoPage(bool on);
 
     /// The language of the interface: "zh" or "en".
     void setLanguage(const QString &code);
 
-    /// Draws the output pages of the shown layout on \a painter, which works
-    /// on \a printer, within the printer's range of pages. Each page fits the
-    /// painter's viewport, at its top left.
+    /// Draws the output pages of the shown layout with \a painter, which is active
+    /// on \a printer; see renderPages().
     void renderDocument(QPainter *painter, QPrinter *printer);
 
 public slots:
@@ -74,19 +73,19 @@ public slots:
 
     void onCheckUpdateClicked();
 
-    /// Takes over a version report and shows it in the status bar. Versions
-    /// are not compared: \a hasUpdate decides. An empty \a url is replaced by
-    /// the address that packages of \a version have by rule.
+    /// Stores a version report and shows it in the status bar. Versions are not
+    /// compared: \a hasUpdate decides. An empty \a url is replaced by the default
+    /// address of the package of \a version.
     void onVersionInfoReceived(const QString &version, bool hasUpdate, const QString &url = QString(),
                                const QString &log = QString(), const QString &checksum = QString(),
                                const QString &packageSize = QString());
 
-    /// Offers the version that the last report told of, if any. Returns when
-    /// the dialog is closed.
+    /// Offers the new version of the last report, if any. Returns when the dialog is
+    /// closed.
     void showUpdateDialog();
 
-    /// Fetches the package into the user's download folder, in place of a
-    /// download that runs already.
+    /// Downloads the package into the user's download folder. Replaces a running
+    /// download.
     void startDownload();
     void onDownloadProgress(qint64 bytesReceived, qint64 bytesTotal);
     void onDownloadFinished();
@@ -122,7 +121,7 @@ private:
     void fitViews();
 
     void saveWindowState();
-    bool restoreWindowState(); // true if a saved geometry existed
+    bool restoreWindowState(); // returns whether there was a saved geometry
     void showFloatingToolBar();
     void saveSplitterState();
     void restoreSplitterState();
@@ -155,7 +154,6 @@ private:
     bool autoPage = true;
     QString language;
 
-    QAction *guideAction = nullptr;
     QAction *decreaseMarginAction = nullptr;
     QAction *increaseMarginAction = nullptr;
     QAction *zoomInAction = nullptr;
@@ -175,15 +173,18 @@ private:
     QPushButton *updateButton = nullptr;
 
     QPointer<SimpleUpdater> updater;
-    QString latestVersion; // of the last report with an update, as are the next four
+    QString latestVersion; // from the last report with an update, as are the next four
     QString updateUrl;
     QString updateLog;
     QString checksumMD5;
     QString updateSize;
-    bool updateKnown = false; // an update is on offer
+    bool updateKnown = false; // there is an update to offer
     QNetworkAccessManager *downloadManager = nullptr;
     QNetworkReply *downloadReply = nullptr; // the running download
     DownloadUpdateDialog *downloadDialog = nullptr; // the open dialog
 
     PopUp *popUp = nullptr;
+
+    // Reserved: created, but in no menu and no tool bar.
+    QAction *guideAction = nullptr;
 };

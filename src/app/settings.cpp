@@ -10,15 +10,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Settings objects are never destroyed: a written value reaches the disk by
-// the deferred synchronisation of an object that is still alive.
+// Settings objects are never destroyed: a value is written to disk later, by the
+// deferred synchronization of its object.
 QSettings *openConfig(const QString &file)
 {
     return keepForever(new QSettings(file, QSettings::IniFormat));
 }
 
-/// Lets \a settings write when what is to be painted has been: the disk can take
-/// longer than a frame.
+/// Lets \a settings write to disk only after pending paint events, because writing
+/// can take longer than a frame.
 void writeAfterPainting(QSettings *settings)
 {
     constexpr int afterPaintEvents = Qt::LowEventPriority - 1;

@@ -4,12 +4,12 @@
 
 /// Keeps \a object until the process ends, and returns it.
 ///
-/// Some objects outlive their maker by design. They stay reachable from here,
-/// so that a leak checker reports only what was really lost.
+/// For objects that outlive their creator by design. They stay reachable, so
+/// that leak checkers do not report them.
 template <typename T>
 T *keepForever(T *object)
 {
-    static auto &kept = *new std::vector<T *>; // not destroyed at exit: nor are the objects
+    static auto &kept = *new std::vector<T *>; // never destroyed, like the objects in it
     kept.push_back(object);
     return object;
 }

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Width to height of a strip at its regular cuts.
+// The width-to-height ratio of a strip between regular cuts.
 constexpr double stripAspect = 0.7;
 
 constexpr int stripsPerTwoColumnPage = 4;
@@ -40,7 +40,7 @@ void makeStrips(const QPixmap &source, QList<PageItem *> &strips)
     }
 }
 
-/// Appends a page that begins with \a strip to \a pages.
+/// Appends a page whose first strip is \a strip to \a pages.
 void appendPage(QList<PreviewItem *> &pages, PageItem *strip, unsigned int kind, unsigned int marginPercent)
 {
     auto page = std::make_unique<PreviewItem>(strip, kind);

@@ -8,8 +8,8 @@ class PageItem;
 class PreviewItem;
 class QPixmap;
 
-/// The items that a document consists of, in order. All belong to whoever asked
-/// for them; pages must not outlive the strips that they show.
+/// The items of a document, in order. The caller owns them; pages must not outlive
+/// the strips that they show.
 struct DocumentItems
 {
     QList<PageItem *> strips;
@@ -40,6 +40,6 @@ private:
 
 /// Makes the strips of \a source at its regular cuts, and the output pages of
 /// both layouts with margins of \a marginPercent percent. There is at least one
-/// of each. \a source must be wider than 10 pixels. If memory runs out, nothing
-/// is left of them.
-DocumentItems makeDocumentItems(const QPixmap &source, unsigned int marginPercent);
+/// of each. \a source must be wider than 10 pixels. If memory runs out, no item
+/// remains.
+[[nodiscard]] DocumentItems makeDocumentItems(const QPixmap &source, unsigned int marginPercent);

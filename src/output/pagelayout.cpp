@@ -60,7 +60,7 @@ QList<QRectF> columnPlaces(const QRectF &content, const QList<QSizeF> &strips, d
         y += height;
         if (places.size() == stripsPerColumn) {
             y = content.y();
-            x = inset + (content.width() * 0.5 + content.x() + inset); // twice the inset: flush right
+            x = inset + (content.width() * 0.5 + content.x() + inset); // twice the inset, so flush right
         }
     }
     return places;

@@ -5,39 +5,37 @@
 #include <QRectF>
 #include <QSizeF>
 
-/// Where the parts of an output page stand. All lengths are source-image
-/// pixels in the coordinates of the page.
+// The layout of an output page. All lengths are source-image pixels in page
+// coordinates.
 
-/// The margins of a page of \a percent percent: `height()` of \a strip gives
-/// the upper and lower one, `width()` the left and right one.
-QSizeF pageMargins(const QSizeF &strip, unsigned int percent);
+/// Margins of \a percent percent of the size \a strip: the height is that of the
+/// top and bottom margins, the width that of the left and right ones.
+[[nodiscard]] QSizeF pageMargins(const QSizeF &strip, unsigned int percent);
 
-/// The truncated heights of the columns that strips of the heights \a strips
-/// fill, two to a column, also of those that are not full yet: the greatest of
-/// them, or \a atLeast if that is greater.
-double tallestColumn(const QList<double> &strips, double atLeast);
+/// The greatest truncated height of the columns that strips of the heights
+/// \a strips fill, two in each, incomplete columns included; at least \a atLeast.
+[[nodiscard]] double tallestColumn(const QList<double> &strips, double atLeast);
 
-/// The scale of a two-column page whose content rectangle is \a contentHeight
-/// high: \a contentHeight / \a columnHeight, or a fixed half where that is not
-/// below 1.
-double columnScale(double contentHeight, double columnHeight);
+/// The scale of a two-column page whose content rectangle is \a contentHeight high:
+/// \a contentHeight / \a columnHeight, or 0.5 if that is 1 or more.
+[[nodiscard]] double columnScale(double contentHeight, double columnHeight);
 
-/// The places of strips of the sizes \a strips at \a scale in the two columns
-/// of \a content, in order: two in the left column, two in the right one. All
-/// are as wide as the first. The left column stands one inset from the left
-/// edge, the right column is flush right.
-QList<QRectF> columnPlaces(const QRectF &content, const QList<QSizeF> &strips, double scale);
+/// The rectangles of strips of the sizes \a strips, scaled by \a scale, in the two
+/// columns of \a content: two strips in the left column, then two in the right one.
+/// All are as wide as the first. The left column is inset from the left edge, the
+/// right column is flush right.
+[[nodiscard]] QList<QRectF> columnPlaces(const QRectF &content, const QList<QSizeF> &strips, double scale);
 
-/// The box of the page number in the bottom right corner of a page of the size
-/// \a page, three times as wide as high, in whole pixels.
-QRectF pageNumberBox(const QSizeF &page);
+/// The rectangle of the page number, in the bottom right corner of a page of the
+/// size \a page: three times as wide as high, in whole pixels.
+[[nodiscard]] QRectF pageNumberBox(const QSizeF &page);
 
-/// \a number in gray on transparent ground, 180 x 60 pixels.
-QPixmap pageNumberPixmap(int number);
+/// \a number in gray on a transparent background, 180 x 60 pixels.
+[[nodiscard]] QPixmap pageNumberPixmap(int number);
 
-/// The scale at which the whole of a page of the size \a page fits \a area.
-double fitScale(const QSizeF &page, const QSizeF &area);
+/// The largest scale at which a page of the size \a page fits into \a area.
+[[nodiscard]] double fitScale(const QSizeF &page, const QSizeF &area);
 
-/// Whether the page \a number, counted from 1, is to be drawn if the pages
-/// \a first to \a last are asked for. 0 and 0 ask for all pages.
-bool isPageWanted(int number, int first, int last);
+/// Whether page \a number, counted from 1, is among the requested pages \a first
+/// to \a last. If both are 0, all pages are requested.
+[[nodiscard]] bool isPageWanted(int number, int first, int last);

@@ -29,7 +29,7 @@ void renderPages(PreviewItem *first, QPainter *painter, QPrinter *printer, const
                 drawn(page->pageNumber());
             }
             if (page->nextPage() != nullptr) {
-                printer->newPage(); // also behind a range that ends before the last page
+                printer->newPage(); // also after a range that ends before the last page
             }
         }
         painter->scale(1.0 / scale, 1.0 / scale);

@@ -102,7 +102,7 @@ unsigned int PreviewItem::decreaseMargin()
     if (marginPercent == 0) {
         return 0;
     }
-    setMarginPercent(marginPercent - marginStep); // wraps below zero, unless the percent is a multiple of 5
+    setMarginPercent(marginPercent - marginStep); // wraps around from 1 to 4 percent
     update();
     return marginPercent;
 }

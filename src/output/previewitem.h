@@ -8,27 +8,27 @@ class PageItem;
 /// The greatest height of a column on any two-column page since the last
 /// reset, in source pixels; one value for the whole program. It sets the scale
 /// of all two-column pages and grows while they are painted.
-double columnMaxHeight();
+[[nodiscard]] double columnMaxHeight();
 
-/// Puts `columnMaxHeight` back to 0.
+/// Resets `columnMaxHeight` to 0.
 void resetColumnMaxHeight();
 
 /// Whether output pages show their number; one flag for both layouts and for
 /// all documents of a run.
-bool showPageNumbers();
+[[nodiscard]] bool showPageNumbers();
 
-/// An output page: one sheet of the result, which draws the present bands of
-/// its strips whenever it is painted.
+/// An output page: one sheet of the result, which draws the current bands of its
+/// strips whenever it is painted.
 ///
 /// A page holds no pixels. Its coordinates are source-image pixels; the
-/// painter's transform brings it to the screen or the paper. The scene owns
-/// the page, nobody owns the strips through it.
+/// painter's transform maps them to the screen or the paper. The scene owns the
+/// page; the page does not own its strips.
 class PreviewItem : public QGraphicsItem
 {
 public:
-    /// A page that starts with \a strip, whose page index must be set. \a kind
-    /// is 1 for one strip on a page or 4 for up to four in two columns. The
-    /// outer size is fixed here, for margins of 10 percent.
+    /// A page whose first strip is \a strip; its page index must be set. \a kind
+    /// is 1 for one strip on a page or 4 for up to four in two columns. The outer
+    /// size is fixed here, for margins of 10 percent.
     PreviewItem(PageItem *strip, unsigned int kind);
     ~PreviewItem() override;
 
@@ -47,6 +47,7 @@ public:
     double pageGap() const { return m_pageGap; }
     void setPageGap(double gap) { m_pageGap = gap; }
 
+    /// Reserved; null unless a caller has set it.
     PreviewItem *prevPage() const { return m_prevPage; }
     void setPrevPage(PreviewItem *page) { m_prevPage = page; }
 
@@ -58,12 +59,12 @@ public:
     int pageNumber() const { return m_pageNumber; }
     void setPageNumber(int number) { m_pageNumber = number; }
 
-    /// Sets the margins to \a percent percent of the first strip's extent, as
-    /// it stands now. Moves space between the margins and the content; the
-    /// outer size stays. No range check.
+    /// Sets the margins to \a percent percent of the first strip's current size,
+    /// with its handle. The outer size of the page stays; the content rectangle
+    /// changes. Does no range check.
     void setMarginPercent(unsigned int percent);
 
-    /// Takes 5 off the percent unless it is exactly 0. Returns the new percent.
+    /// Subtracts 5 from the percent unless it is exactly 0. Returns the new percent.
     unsigned int decreaseMargin();
 
     /// Adds 5 to the percent unless it is above 29. Returns the new percent.
@@ -100,9 +101,11 @@ private:
     double marginBottom = 0.0;
     QList<PageItem *> strips;
     double m_pageGap = 32.0;
-    PreviewItem *m_prevPage = nullptr;
     PreviewItem *m_nextPage = nullptr;
     unsigned int marginPercent = 10;
     int m_pageNumber = 0;
     unsigned int layoutKind = 1;
+
+    // Reserved: no page sets it or reads it.
+    PreviewItem *m_prevPage = nullptr;
 };

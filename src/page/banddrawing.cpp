@@ -12,7 +12,7 @@
 
 namespace {
 
-/// The format that QPixmap::copy() gives a part of \a pixmap on this screen.
+/// The format in which QPixmap::copy() returns a part of \a pixmap on this screen.
 QImage::Format copyFormat(const QPixmap &pixmap)
 {
     return pixmap.copy(0, 0, 1, 1).toImage().format();
@@ -33,8 +33,8 @@ RowRange allRows(const QImage &view)
     return {0, view.height() - 1};
 }
 
-/// The rows of a band of \a height rows that \a painter may need to draw it into
-/// \a target, generously. For a raster device.
+/// Those rows of a band, \a height rows high, that \a painter may need to draw it
+/// into \a target on a raster device; rather too many than too few.
 RowRange neededRows(const QPainter *painter, const QRectF &target, double height)
 {
     const RowRange all{0, int(std::ceil(height))};
@@ -51,16 +51,16 @@ RowRange neededRows(const QPainter *painter, const QRectF &target, double height
     visible = toDevice.inverted().mapRect(visible) & target;
     const double rowsPerUnit = height / target.height();
     const double rowsPerPixel = rowsPerUnit / std::abs(toDevice.m22());
-    const double reach = 4 * rowsPerPixel + 4; // scaling mixes a pixel from several rows
+    const double reach = 4 * rowsPerPixel + 4; // scaling blends several rows into a pixel
     const double first = (visible.top() - target.top()) * rowsPerUnit - reach;
     const double last = (visible.bottom() - target.top()) * rowsPerUnit + reach;
     return {int(std::clamp(first, 0.0, height)), int(std::clamp(last, 0.0, height))};
 }
 
-/// \a view, which is drawn in \a format, as Qt's PDF writer takes it without a
-/// copy: in 32-bit colors that are not premultiplied. It converts other formats
-/// in memory of its own, and searches all that have an alpha channel for
-/// transparency, which screenshots often do not use.
+/// \a view, which is to be drawn in \a format, in a format that Qt's PDF writer uses
+/// without a copy: 32 bits, not premultiplied. The writer allocates new memory to
+/// convert other formats, and searches every image with an alpha channel for
+/// transparency, although most screenshots have none.
 QImage preparedForPdf(const QImage &view, QImage::Format format, RowConverter &converter)
 {
     const bool opaque = isOpaque(view);
@@ -77,21 +77,22 @@ QImage preparedForPdf(const QImage &view, QImage::Format format, RowConverter &c
                                                      : converter.convert(view, {QImage::Format_RGB32}, allRows(view));
     }
     if (format == QImage::Format_ARGB32_Premultiplied) {
-        // Premultiplied first, or the pixels would differ from those on other devices.
+        // By way of premultiplied pixels, as on other devices: rounding changes their values.
         return converter.convert(view, {format, QImage::Format_ARGB32}, allRows(view));
     }
     return converter.convert(view, {format}, allRows(view));
 }
 
-/// Draws \a view, as drawBand() does, into a PDF file. Where rounding leaves a
-/// smaller source than the view, Qt's PDF writer would copy that part.
+/// Draws \a view into a PDF file, as drawBand() does. If the rounded source is
+/// smaller than the view, passes only that part to Qt's PDF writer, which would
+/// otherwise copy it.
 void drawIntoPdf(QPainter *painter, const QRectF &target, const QImage &view, QImage::Format format, const QSizeF &size,
                  RowConverter &converter)
 {
     const QRectF source = QRectF(QPointF(), size) & QRectF(view.rect());
     const QRect whole = source.toRect();
     if (whole.isEmpty()) {
-        // Of less than half a row the writer takes all, but only of a pixmap.
+        // The source is less than half a row. The writer draws it whole, but only from a pixmap.
         const QPixmap sliver = QPixmap::fromImage(view.convertToFormat(format, Qt::NoOpaqueDetection));
         painter->drawPixmap(target, sliver, QRectF(QPointF(), size));
         return;
@@ -125,7 +126,7 @@ void drawBand(QPainter *painter, const QRectF &target, const QPixmap &pixmap, co
     if (device != QPaintEngine::Raster) {
         view = view.convertToFormat(format, Qt::NoOpaqueDetection);
     } else if (view.format() != format) {
-        // The rows that do not show are there, because a shorter image would be scaled with another rounding.
+        // Hidden rows stay in the image, unconverted: a shorter image would be scaled with another rounding.
         view = converter.convert(view, {format}, neededRows(painter, target, size.height()));
     }
     painter->drawImage(target, view, QRectF(QPointF(), size));

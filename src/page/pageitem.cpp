@@ -15,7 +15,7 @@ double smallestAspect = initialMinAspect;
 // How much of a strip's height the search window of its cut covers.
 constexpr double windowShare = 0.3;
 
-// A shift up to this size, either way, does not count as one.
+// A shift of at most this size in either direction counts as none.
 constexpr double shiftTolerance = 0.01;
 
 void lowerMinAspect(double width, double height)
@@ -39,9 +39,9 @@ void resetMinAspect()
 
 PageItem::PageItem(const QPixmap &pixmap, const QRectF &band)
     : sourcePixmap(pixmap)
-    , initialRect(band)
     , m_sourceRect(band)
     , converter(std::make_shared<RowConverter>())
+    , initialRect(band)
 {
     setPos(band.x(), band.y());
     setAcceptHoverEvents(true);
@@ -150,7 +150,7 @@ void PageItem::autoPlaceCut()
         lastMinAspect = smallestAspect;
     }
     lastShift = shift;
-    prepareGeometryChange(); // or the scene would look for the moved handle where it was
+    prepareGeometryChange(); // or the scene would look for the handle at its old place
     moveCut(shift);
     update();
 }

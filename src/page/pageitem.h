@@ -11,21 +11,21 @@ class RowConverter;
 
 /// The smallest width-to-height ratio of any strip since the last reset, one
 /// value for the whole program. It sets the scale of all one-strip pages.
-double minAspect();
+[[nodiscard]] double minAspect();
 
-/// Puts `minAspect` back to the proportions of an A4 page, 0.70707071.
+/// Resets `minAspect` to the proportions of an A4 page, 0.70707071.
 void resetMinAspect();
 
 /// A strip: a horizontal band of the source image, and the cut handle below it.
 ///
 /// All lengths are source-image pixels; item coordinates start at the top left
 /// corner of the band. Strips form a chain, top to bottom. The scene owns the
-/// strips; neither the links of the chain nor those to the output pages do.
+/// strips; the pointers between strips and output pages own nothing.
 class PageItem : public QGraphicsItem
 {
 public:
-    /// A strip of \a pixmap, whose pixels are shared, that shows \a band. The
-    /// band may reach beyond the image; nothing is drawn there.
+    /// A strip that shows \a band of \a pixmap, whose pixels are shared. The band
+    /// may extend beyond the image; nothing is drawn there.
     PageItem(const QPixmap &pixmap, const QRectF &band);
     ~PageItem() override;
 
@@ -55,12 +55,12 @@ public:
     QRectF handleRect() const { return m_handleRect; }
     void setHandleRect(QRectF rect) { m_handleRect = rect; }
 
-    /// The rubber line of a running drag is the top edge of this rectangle, in
+    /// The top edge of this rectangle is the rubber line of a running drag, in
     /// item coordinates.
     QRectF dragRect() const { return m_dragRect; }
     void setDragRect(QRectF rect) { m_dragRect = rect; }
 
-    /// A cut handle is being dragged on this strip or on the strip above it.
+    /// Whether the cut handle of this strip or of the strip above is being dragged.
     bool isDragging() const { return dragging; }
     void setDragging(bool on) { dragging = on; }
 
@@ -69,26 +69,25 @@ public:
     void linkNext(PageItem *other);
 
     /// Moves the cut below this strip by \a delta pixels, positive downward:
-    /// this strip grows and the next one shrinks, whose bottom edge stays.
-    /// Does no range check: keep both strips higher than zero.
+    /// this strip grows and the next one shrinks; the bottom edge of the next one
+    /// stays. Does no range check: both strips must keep a positive height.
     void moveCut(double delta);
 
-    /// Draws the band into \a target, stretched to it. Rows of the band that
-    /// lie outside the image leave their share of \a target untouched; an
-    /// empty band draws nothing.
+    /// Draws the band stretched to \a target. Rows of the band outside the image
+    /// leave their share of \a target untouched; an empty band draws nothing.
     void drawSource(QPainter *painter, const QRectF &target);
 
-    /// Frees the memory that the strips of a chain share to convert rows for
-    /// drawing. It is little on a view, but all of a band in a document.
+    /// Frees the buffer in which all strips of the chain convert rows for drawing.
+    /// Views use few rows of it, but an export uses all rows of a band.
     void freeConvertedRows();
 
-    /// Draws the band centred on \a target and `minAspect` times the height of
-    /// \a target wide, in its own proportions. Does not clip to \a target.
+    /// Draws the band in its own proportions, centered in \a target and `minAspect`
+    /// times as wide as \a target is high. Does not clip to \a target.
     void drawSourceFitted(QPainter *painter, const QRectF &target);
 
     /// Moves the cut below this strip to the brightest row within 0.15 of the
-    /// strip's height above and below it. A second call takes the move back, a
-    /// third repeats it. Does nothing on the last strip.
+    /// strip's height above and below it. A second call undoes the move, a third
+    /// repeats it. Does nothing on the last strip.
     void autoPlaceCut();
 
     /// See brightestRow().
@@ -116,27 +115,29 @@ private:
     void paintDragHandle(QPainter *painter) const;
 
     QPixmap sourcePixmap;
-    [[maybe_unused]] QRectF initialRect; // the band at construction; kept for reference only
     QRectF m_sourceRect;
     std::shared_ptr<RowConverter> converter; // one for the whole chain
     QRectF m_bodyRect;
     QRectF m_handleRect;
     QRectF m_dragRect;
-    [[maybe_unused]] double reservedScaleX = 1.05;
-    [[maybe_unused]] double reservedScaleY = 1.05;
     int m_pageIndex = 0;
     int m_handleHeight = 20;
     PageItem *m_prevItem = nullptr;
     PageItem *m_nextItem = nullptr;
-    [[maybe_unused]] PageItem *reservedLink = nullptr;
     bool dragging = false;
     bool hovering = false; // the pointer was last seen on this strip's handle
-    double lastShift = 0.0; // what the last automatic placement applied
-    double pressOffset = 0.0; // from the top of the handle to the point of the press
+    double lastShift = 0.0; // applied by the last automatic placement
+    double pressOffset = 0.0; // from the top of the handle to the press
     QList<PreviewItem *> previews;
-    double lastMinAspect = 0.0; // `minAspect` at the last fresh automatic placement
+
+    // Reserved: stored, and read nowhere.
+    [[maybe_unused]] QRectF initialRect; // the band at construction
+    [[maybe_unused]] double reservedScaleX = 1.05;
+    [[maybe_unused]] double reservedScaleY = 1.05;
+    [[maybe_unused]] PageItem *reservedLink = nullptr;
+    double lastMinAspect = 0.0; // `minAspect` at the last automatic placement that searched
 };
 
-/// Moves each cut below \a strip, and below those that follow, to a blank row.
-/// Does nothing for a null pointer.
+/// Calls autoPlaceCut() on \a strip and the strips below it, from top to bottom.
+/// Does nothing if \a strip is null.
 void placeCuts(PageItem *strip);

@@ -8,7 +8,7 @@
 
 namespace {
 
-// The pointer's place within the joined height of a strip and the next one.
+// Limits of the pointer while a cut is dragged, as shares of the total height of both strips.
 constexpr double lowestShare = 0.4;
 constexpr double highestShare = 0.6;
 
@@ -17,22 +17,22 @@ QPen handlePen(int alpha, double width, Qt::PenStyle style = Qt::SolidLine)
     return QPen(QBrush(QColor(255, 255, 255, alpha), Qt::SolidPattern), width, style, Qt::SquareCap, Qt::BevelJoin);
 }
 
-/// Two strokes over (\a centre.x, \a centre.y): from the left foot to the tip
-/// and from the tip to the right foot. Positive y points down.
-void drawChevron(QPainter *painter, QPointF centre, double halfWidth, double footY, double tipY)
+/// Two strokes, from the left foot to the tip and on to the right foot, with
+/// coordinates relative to \a center. Positive y points down.
+void drawChevron(QPainter *painter, QPointF center, double halfWidth, double footY, double tipY)
 {
-    const QPointF left(centre.x() - halfWidth, centre.y() + footY);
-    const QPointF tip(centre.x(), centre.y() + tipY);
-    const QPointF right(centre.x() + halfWidth, centre.y() + footY);
+    const QPointF left(center.x() - halfWidth, center.y() + footY);
+    const QPointF tip(center.x(), center.y() + tipY);
+    const QPointF right(center.x() + halfWidth, center.y() + footY);
     painter->drawLine(QLineF(left, tip));
     painter->drawLine(QLineF(tip, right));
 }
 
-/// A column of \a count dots of \a size by \a size, centred on \a centreY.
-void drawDotColumn(QPainter *painter, double left, double centreY, int count, double size)
+/// A column of \a count dots of \a size by \a size, centered on \a centerY.
+void drawDotColumn(QPainter *painter, double left, double centerY, int count, double size)
 {
     for (int i = -(count / 2); i <= count / 2; ++i) {
-        painter->drawEllipse(QRectF(left, i * size + centreY - size / 2, size, size));
+        painter->drawEllipse(QRectF(left, i * size + centerY - size / 2, size, size));
     }
 }
 
@@ -52,7 +52,7 @@ void PageItem::hoverMoveEvent(QGraphicsSceneHoverEvent *event)
         update();
     }
     if (m_prevItem != nullptr) {
-        m_prevItem->unsetCursor(); // left over if the pointer came in from the handle just above
+        m_prevItem->unsetCursor(); // still set if the pointer came directly from the handle above
     }
 }
 
@@ -97,7 +97,7 @@ void PageItem::mouseReleaseEvent(QGraphicsSceneMouseEvent *event)
     unsetCursor();
     dragging = false;
     if (m_nextItem == nullptr) {
-        update(); // the last strip has a handle, but no cut to move
+        update(); // the last strip has a handle but no cut
         return;
     }
     m_nextItem->dragging = false;
@@ -109,7 +109,7 @@ void PageItem::mouseReleaseEvent(QGraphicsSceneMouseEvent *event)
         y = joined * highestShare;
     }
     moveCut(y - m_handleRect.y() - pressOffset);
-    m_nextItem->update(); // a cut that is back at its old place does not repaint it
+    m_nextItem->update(); // a cut that did not move would not repaint it
     update();
     prepareGeometryChange();
 }
@@ -129,11 +129,11 @@ void PageItem::paintIdleHandle(QPainter *painter) const
     gradient.setColorAt(1.0, QColor(0, 0, 0, 13));
     painter->fillRect(m_handleRect, gradient);
 
-    const QPointF centre = m_handleRect.center();
+    const QPointF center = m_handleRect.center();
     painter->setPen(Qt::NoPen);
     painter->setBrush(QColor(153, 153, 153, 255));
-    for (const double x : {centre.x() - 8, centre.x(), centre.x() + 8}) {
-        painter->drawEllipse(QRectF(x - 2, centre.y() - 2, 4, 4));
+    for (const double x : {center.x() - 8, center.x(), center.x() + 8}) {
+        painter->drawEllipse(QRectF(x - 2, center.y() - 2, 4, 4));
     }
     painter->restore();
 }
@@ -143,16 +143,16 @@ void PageItem::paintHoverHandle(QPainter *painter) const
     painter->save();
     painter->fillRect(m_handleRect, QColor(74, 144, 226, 230));
 
-    const QPointF centre = m_handleRect.center();
+    const QPointF center = m_handleRect.center();
     painter->setPen(handlePen(240, 2.5));
     painter->setBrush(Qt::NoBrush);
-    drawChevron(painter, centre, 6, 3, -3);
-    drawChevron(painter, centre, 6, -3, 3);
+    drawChevron(painter, center, 6, 3, -3);
+    drawChevron(painter, center, 6, -3, 3);
 
     painter->setPen(Qt::NoPen);
     painter->setBrush(QColor(255, 255, 255, 180));
-    drawDotColumn(painter, 28, centre.y(), 3, 4);
-    drawDotColumn(painter, m_handleRect.width() - 32, centre.y(), 3, 4);
+    drawDotColumn(painter, 28, center.y(), 3, 4);
+    drawDotColumn(painter, m_handleRect.width() - 32, center.y(), 3, 4);
     painter->restore();
 }
 
@@ -161,16 +161,16 @@ void PageItem::paintDragHandle(QPainter *painter) const
     painter->save();
     painter->fillRect(m_handleRect, QColor(0, 102, 204, 250));
 
-    const QPointF centre = m_handleRect.center();
+    const QPointF center = m_handleRect.center();
     painter->setPen(handlePen(255, 3.0));
     painter->setBrush(Qt::NoBrush);
-    drawChevron(painter, centre, 7, 2.5, -4.5);
-    drawChevron(painter, centre, 7, -2.5, 4.5);
+    drawChevron(painter, center, 7, 2.5, -4.5);
+    drawChevron(painter, center, 7, -2.5, 4.5);
 
     painter->setPen(Qt::NoPen);
     painter->setBrush(QColor(255, 255, 255, 220));
-    drawDotColumn(painter, 22.5, centre.y(), 5, 5);
-    drawDotColumn(painter, m_handleRect.width() - 27.5, centre.y(), 5, 5);
+    drawDotColumn(painter, 22.5, center.y(), 5, 5);
+    drawDotColumn(painter, m_handleRect.width() - 27.5, center.y(), 5, 5);
 
     if (dragging) {
         painter->setPen(handlePen(180, 3.0, Qt::DashLine));

@@ -11,21 +11,22 @@ namespace {
 
 constexpr int thresholdForOneLevel = 200;
 
-// A line of this many pixels may hold one more speck before it is content.
-constexpr int speckShare = 1000;
+// For each this many pixels, a row or column may have one more ink pixel as noise.
+constexpr int pixelsPerSpeck = 1000;
 
-// So many rows are counted, in bytes, before the edges are looked for.
-constexpr int rowsAtOnce = 128;
+// How many rows are counted, in 8-bit counters, between two searches for the edges.
+constexpr int rowsPerPass = 128;
 
-/// How many ink pixels make a line of \a length pixels content.
-quint32 contentCount(int length)
+/// The least number of ink pixels that makes a row or column of \a length pixels
+/// content.
+quint32 leastContentInk(int length)
 {
-    return quint32(length / speckShare + 2);
+    return quint32(length / pixelsPerSpeck + 2);
 }
 
 bool isContentRow(const uchar *row, int width, int threshold)
 {
-    const quint32 needed = contentCount(width);
+    const quint32 needed = leastContentInk(width);
     quint32 ink = 0;
     for (int x = 0; x < width; ++x) {
         ink += row[x] <= threshold ? 1U : 0U;
@@ -36,23 +37,23 @@ bool isContentRow(const uchar *row, int width, int threshold)
     return false;
 }
 
-/// Adds 1 to each of \a counts whose pixel of \a row is ink.
-Q_ALWAYS_INLINE void countInkOf(const uchar *row, int length, uchar threshold, quint8 *counts)
+/// Increments each of \a counts where \a row has an ink pixel.
+Q_ALWAYS_INLINE void countInkInline(const uchar *row, int length, uchar threshold, quint8 *counts)
 {
     for (int x = 0; x < length; ++x) {
         counts[x] = quint8(counts[x] + (row[x] <= threshold ? 1 : 0));
     }
 }
 
-void countInkPlainly(const uchar *row, int length, uchar threshold, quint8 *counts)
+void countInk(const uchar *row, int length, uchar threshold, quint8 *counts)
 {
-    countInkOf(row, length, threshold, counts);
+    countInkInline(row, length, threshold, counts);
 }
 
 #ifdef QUILLMARCH_HAS_VECTORS
 QUILLMARCH_AVX2 void countInkAvx2(const uchar *row, int length, uchar threshold, quint8 *counts)
 {
-    countInkOf(row, length, threshold, counts);
+    countInkInline(row, length, threshold, counts);
 }
 #endif
 
@@ -63,30 +64,30 @@ struct Columns
     int right;
 };
 
-/// Counts row by row, as the image is stored, and only in the columns that can
-/// still move an edge outward.
+/// Counts ink row by row, in the order of the memory, and only in the columns that
+/// can still move an edge outward.
 Columns contentColumns(const GrayScan &scan, int threshold)
 {
     const int width = scan.width();
     const int height = scan.height();
-    const quint32 needed = contentCount(height);
-    std::vector<quint8> added(size_t(width), 0); // by the last rows
+    const quint32 needed = leastContentInk(height);
+    std::vector<quint8> added(size_t(width), 0); // in this pass
     std::vector<quint32> ink(size_t(width), 0);
     Columns found{width, -1};
-    const auto countInk = QUILLMARCH_FASTEST(countInkPlainly, countInkAvx2);
-    const auto takeColumns = [&](int from, int to, int top, int bottom) {
+    const auto count = QUILLMARCH_FASTEST(countInk, countInkAvx2);
+    const auto countColumns = [&](int from, int to, int top, int bottom) {
         for (int y = top; y < bottom; ++y) {
-            countInk(scan.levels(y, from, to), to - from, uchar(threshold), added.data() + from);
+            count(scan.levels(y, from, to), to - from, uchar(threshold), added.data() + from);
         }
         for (int x = from; x < to; ++x) {
             ink[size_t(x)] += std::exchange(added[size_t(x)], quint8(0));
         }
     };
-    const auto isContent = [needed](quint32 count) { return count >= needed; };
-    for (int top = 0; top < height; top += rowsAtOnce) {
-        const int bottom = std::min(top + rowsAtOnce, height);
-        takeColumns(0, found.left, top, bottom);
-        takeColumns(found.left == width ? width : found.right + 1, width, top, bottom);
+    const auto isContent = [needed](quint32 pixels) { return pixels >= needed; };
+    for (int top = 0; top < height; top += rowsPerPass) {
+        const int bottom = std::min(top + rowsPerPass, height);
+        countColumns(0, found.left, top, bottom);
+        countColumns(found.left == width ? width : found.right + 1, width, top, bottom);
         const auto first = std::find_if(ink.cbegin(), ink.cbegin() + found.left, isContent);
         found.left = int(first - ink.cbegin());
         const auto last = std::find_if(ink.crbegin(), ink.crend() - (found.right + 1), isContent);
@@ -95,8 +96,8 @@ Columns contentColumns(const GrayScan &scan, int threshold)
     return found;
 }
 
-/// The bounds of what is not blank border in \a image. Nothing if the memory does
-/// not suffice to find them.
+/// The bounds of the content of \a image. Nothing if there is none, or if memory
+/// runs out.
 std::optional<QRect> trimmedBounds(const QImage &image)
 {
     try {

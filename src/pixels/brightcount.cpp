@@ -12,16 +12,16 @@
 
 namespace {
 
-// After so many pixels a row is looked at whether it can still win: enough for
-// the vector units, few enough to count eight pixels wide in bytes.
+// How many pixels of a row are counted between checks of whether it can still win:
+// enough for the vector units, few enough for 8-bit counters.
 constexpr int blockLength = 256;
 
-// Both top bits, so that a level is bright if it has all bits of this one.
+// A level is bright if both of its top bits are set.
 static_assert(brightLevel == 0b11000000);
 constexpr QRgb brightRed = QRgb(brightLevel) << 16;
 
-/// The red that premultiplying by alpha leaves of \a product, red x alpha, as
-/// qPremultiply() computes it.
+/// The premultiplied red for \a product, which is red x alpha, as qPremultiply()
+/// computes it.
 constexpr int premultipliedRed(int product)
 {
     return (product + (product >> 8) + 128) >> 8;
@@ -31,13 +31,13 @@ constexpr int premultipliedRed(int product)
 constexpr int brightProduct = 48834;
 static_assert(premultipliedRed(brightProduct) == brightLevel && premultipliedRed(brightProduct - 1) < brightLevel);
 
-// So far ahead, in bytes, memory is asked for what will be read: about a row.
+// How far ahead memory is prefetched, in bytes: about a row.
 constexpr qsizetype fetchDistance = 4096;
 constexpr qsizetype cacheLine = 64;
 
-/// Asks for what lies behind a block of \a length \a pixels. Whether a row is left
-/// early depends on what is read, so that the processor does not run ahead far
-/// enough by itself.
+/// Prefetches the memory some way after a block of \a length \a pixels. Since a row
+/// may be left early, depending on its pixels, the processor does not read far
+/// enough ahead by itself.
 template <typename Pixel>
 Q_ALWAYS_INLINE void fetchAhead([[maybe_unused]] const Pixel *pixels, [[maybe_unused]] int length)
 {
@@ -49,15 +49,15 @@ Q_ALWAYS_INLINE void fetchAhead([[maybe_unused]] const Pixel *pixels, [[maybe_un
 #endif
 }
 
-/// Whether a row with \a count bright pixels among those that were read, and
-/// \a rest others, can have more than \a best.
-constexpr bool canExceed(quint32 count, int rest, quint32 best)
+/// Whether a row with \a count bright pixels so far, and \a unread pixels to go, can
+/// have more than \a best.
+constexpr bool canExceed(quint32 count, int unread, quint32 best)
 {
-    return count + quint32(rest) > best;
+    return count + quint32(unread) > best;
 }
 
 /// Counts block by block with \a countBlock(pixels, length). Inlined, so that it
-/// is compiled for the instructions of its caller.
+/// is compiled for the instruction set of its caller.
 template <typename Pixel, typename CountBlock>
 Q_ALWAYS_INLINE quint32 countRow(const Pixel *row, int width, quint32 best, CountBlock countBlock)
 {
@@ -88,7 +88,7 @@ Q_ALWAYS_INLINE quint32 productsOfBlock(const QRgb *pixels, int length)
     return bright;
 }
 
-// Eight pixels at a time: a byte of `sums` counts every eighth pixel.
+// Eight pixels at a time: each byte of `sums` counts every eighth pixel.
 Q_ALWAYS_INLINE quint32 graysOfBlock(const uchar *pixels, int length)
 {
     constexpr quint64 ones = 0x0101010101010101;
@@ -110,7 +110,7 @@ Q_ALWAYS_INLINE quint32 graysOfBlock(const uchar *pixels, int length)
 
 Q_ALWAYS_INLINE quint32 indexesOfBlock(const uchar *pixels, int length, const IndexSet &wanted)
 {
-    std::array<quint32, 4> counts{}; // additions that do not wait for each other
+    std::array<quint32, 4> counts{}; // separate sums, so that no addition waits for another
     int x = 0;
     for (; x + 4 <= length; x += 4) {
         for (size_t i = 0; i < counts.size(); ++i) {
@@ -157,7 +157,7 @@ QUILLMARCH_AVX2 quint32 countGraysAvx2(const uchar *row, int width, quint32 best
 }
 
 template <typename Pixel>
-QUILLMARCH_AVX2 __m256i eightWords(const Pixel *pixels)
+QUILLMARCH_AVX2 __m256i load32Bytes(const Pixel *pixels)
 {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pixels));
 }
@@ -181,19 +181,19 @@ QUILLMARCH_AVX2 quint32 countProductsAvx2(const QRgb *row, int width, quint32 be
         __m256i sums = _mm256_setzero_si256();
         fetchAhead(row + x, end - x);
         for (; x < end; x += step) {
-            const __m256i pixels = eightWords(row + x);
-            // In each upper half the red, and the alpha; the lower halves meet a zero.
+            const __m256i pixels = load32Bytes(row + x);
+            // Red x alpha from the upper 16 bits of each pixel; the lower ones are multiplied by zero.
             const __m256i product = _mm256_madd_epi16(_mm256_and_si256(pixels, redMask), _mm256_srli_epi32(pixels, 8));
             sums = _mm256_sub_epi32(sums, _mm256_cmpgt_epi32(product, limit));
         }
-        count += total(_mm256_sad_epu8(sums, _mm256_setzero_si256())); // a block gives a lane at most 32
+        count += total(_mm256_sad_epu8(sums, _mm256_setzero_si256())); // a lane is at most 32, so one byte
     }
     return x + step > width ? count + productsOfBlock(row + x, width - x) : count;
 }
 
-/// Tests 32 indexes at a time, each in a set of 256 bits: the low half of an
-/// index chooses a byte of the set and the high half a bit of it. A set test by
-/// shuffles, as in Mula, "SIMD-ized check which bytes are in a set", 2018.
+/// Looks up 32 indexes at a time in a set of 256 bits: the low four bits of an
+/// index select a byte in each half of the set, the high four bits the half and the
+/// bit. By W. Mula's method ("SIMD-ized check which bytes are in a set", 2018).
 QUILLMARCH_AVX2 quint32 countIndexesAvx2(const uchar *row, int width, quint32 best, const IndexSet &wanted)
 {
     constexpr int step = 32;
@@ -211,8 +211,8 @@ QUILLMARCH_AVX2 quint32 countIndexesAvx2(const uchar *row, int width, quint32 be
         __m256i sums = _mm256_setzero_si256();
         fetchAhead(row + x, end - x);
         for (; x < end; x += step) {
-            const __m256i index = eightWords(row + x);
-            const __m256i place = _mm256_and_si256(index, topAndLow); // a shuffle gives zero where the top bit is set
+            const __m256i index = load32Bytes(row + x);
+            const __m256i place = _mm256_and_si256(index, topAndLow); // a shuffle returns zero where the top bit is set
             const __m256i set = _mm256_or_si256(_mm256_shuffle_epi8(firstHalf, place),
                                                 _mm256_shuffle_epi8(secondHalf, _mm256_xor_si256(place, top)));
             const __m256i bit = _mm256_shuffle_epi8(bitOfHigh, _mm256_and_si256(_mm256_srli_epi16(index, 4), low));
@@ -223,13 +223,13 @@ QUILLMARCH_AVX2 quint32 countIndexesAvx2(const uchar *row, int width, quint32 be
     return x + step > width ? count + indexesOfBlock(row + x, width - x, wanted) : count;
 }
 
-/// Tests the 64 \a indexes: the lower six bits of an index choose a byte of
-/// \a quarters and the upper two a bit of it.
+/// Looks up 64 \a indexes: the low six bits of an index select a byte of
+/// \a quarters, the high two bits a bit of that byte.
 QUILLMARCH_AVX512 __mmask64 areBright(__m512i indexes, __m512i quarters)
 {
     const __m512i bitOfQuarter = _mm512_set1_epi32(0x08040201);
     const __m512i quarter = _mm512_and_si512(_mm512_srli_epi16(indexes, 6), _mm512_set1_epi8(3));
-    // Masked, though all are wanted: gcc warns of its own header without (bug 105593).
+    // With a full mask, because gcc warns about its own header for the unmasked form (bug 105593).
     const __m512i set = _mm512_maskz_permutexvar_epi8(~__mmask64(0), indexes, quarters);
     return _mm512_test_epi8_mask(set, _mm512_shuffle_epi8(bitOfQuarter, quarter));
 }

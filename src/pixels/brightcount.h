@@ -14,16 +14,17 @@ class IndexSet
 public:
     explicit IndexSet(const std::array<bool, 256> &contained);
 
-    std::array<quint8, 256> flags{}; ///< a byte an index, 1 or 0
-    /// Bit h % 8 of byte l of half h / 8 stands for the index of the high half h and the low half l.
+    std::array<quint8, 256> flags{}; ///< one byte for each index, 1 or 0
+    /// Bit h % 8 of halves[h / 8][l] represents the index 16 h + l.
     std::array<std::array<quint8, 16>, 2> halves{};
-    /// Bit q of byte i stands for the index 64 q + i.
+    /// Bit q of quarters[i] represents the index 64 q + i.
     std::array<quint8, 64> quarters{};
 };
 
-/// Functions that count the bright pixels of a row of \a width pixels, or return
-/// some number not above \a best as soon as the row can no longer exceed it.
-/// They differ in the instructions that they use, not in what they find.
+/// Functions that count the bright pixels of a row of \a width pixels. As soon as
+/// the row can no longer exceed \a best, they may stop and return any number up to
+/// \a best. Counters differ in the processor instructions that they use, not in
+/// their results.
 struct BrightCounter
 {
     const char *instructions;
@@ -38,8 +39,8 @@ struct BrightCounter
     quint32 (*indexes)(const uchar *row, int width, quint32 best, const IndexSet &wanted);
 };
 
-/// The counters that this machine can run, from the plainest to the fastest.
-QList<BrightCounter> brightCounters();
+/// The counters that this machine can run, from the most portable to the fastest.
+[[nodiscard]] QList<BrightCounter> brightCounters();
 
-/// The last of them.
-const BrightCounter &fastestBrightCounter();
+/// The last one of brightCounters().
+[[nodiscard]] const BrightCounter &fastestBrightCounter();

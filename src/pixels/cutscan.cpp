@@ -18,9 +18,9 @@ struct BestRow
     int row = 0;
 };
 
-/// Looks for a row of \a image with more than the best number of bright pixels.
-/// \a count is called with a row, its width and the number to exceed, as the
-/// functions of BrightCounter are; the top of \a image is row \a firstRow.
+/// Replaces \a best by the brightest row of \a image if that has more bright pixels.
+/// \a count is called with a row, its width and the number to exceed, like the
+/// functions of BrightCounter. The top row of \a image has the number \a firstRow.
 template <typename Pixel, typename Count>
 void scanRows(const QImage &image, int firstRow, Count count, BestRow &best)
 {
@@ -43,14 +43,14 @@ int bestRow(const QImage &image, Count count)
     return best.row;
 }
 
-/// The indexes of \a image that are bright once its conversion to \a format has
-/// made colors of them. An index without an entry in the color table is dark.
+/// The palette indexes of \a image whose colors are bright after conversion to
+/// \a format. An index without an entry in the color table is dark.
 IndexSet brightIndexes(const QImage &image, QImage::Format format)
 {
     std::array<bool, 256> bright{};
     const int count = std::min(image.colorCount(), int(bright.size()));
     if (count == 0) {
-        return IndexSet(bright); // the conversion would take the indexes for gray levels
+        return IndexSet(bright); // the conversion would treat the indexes as gray levels
     }
     const QImage colors = rowsView(everyPixelValue(image), QRect(0, 0, count, 1)).convertToFormat(format);
     const auto *color = pixelRow<QRgb>(colors, 0);
@@ -58,8 +58,8 @@ IndexSet brightIndexes(const QImage &image, QImage::Format format)
     return IndexSet(bright);
 }
 
-/// The best row of \a image, whose indexes count by the color that a conversion
-/// to \a format gives them.
+/// The brightest row of a palette image, by its colors after conversion to
+/// \a format.
 int bestRowOfPalette(const QImage &image, QImage::Format format)
 {
     const IndexSet bright = brightIndexes(image, format);
@@ -118,7 +118,7 @@ int brightestRow(const QImage &image)
         return bestRowOfPalette(image, pixelFormat(image));
     case QImage::Format_RGBA16FPx4:
     case QImage::Format_RGBA32FPx4:
-        return bestRowByPixel(image); // their conversion to 32 bits goes through premultiplied colours
+        return bestRowByPixel(image); // Qt converts them to 32 bits by way of premultiplied colors
     default:
         return bestRowConverted(image, pixelFormat(image));
     }
@@ -140,7 +140,7 @@ int brightestRow(const QPixmap &source, const QRect &window)
         return bestRow<uchar>(view, fastestBrightCounter().grays);
     case QImage::Format_Indexed8:
         if (view.colorCount() == 0) {
-            return bestRow<uchar>(view, fastestBrightCounter().grays); // in a copy the indexes are gray levels
+            return bestRow<uchar>(view, fastestBrightCounter().grays); // a copy would have the indexes as gray levels
         }
         return bestRowOfPalette(view, copied);
     default:

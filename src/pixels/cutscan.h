@@ -10,11 +10,11 @@
 /// `brightLevel`; the other channels play no part. Of rows with the same
 /// number the upper one is taken. Row 0 if no pixel is bright, and for a null
 /// image.
-int brightestRow(const QImage &image);
+[[nodiscard]] int brightestRow(const QImage &image);
 
-/// The same for the part \a window of \a source: exactly the row that
-/// `brightestRow(source.copy(window).toImage())` finds, counted from the top
-/// of the window as it is cut off at the edges of the source, with the colours
-/// of a palette, which such a copy would lose. 0 if the window lies wholly
+/// The same for the part \a window of \a source, which is clipped to the source;
+/// rows are counted from the top of the clipped window. This is the row that
+/// `brightestRow(source.copy(window).toImage())` finds, except that the colors of
+/// a palette, which such a copy would lose, are kept. 0 if the window is entirely
 /// outside the source.
-int brightestRow(const QPixmap &source, const QRect &window);
+[[nodiscard]] int brightestRow(const QPixmap &source, const QRect &window);

@@ -8,16 +8,16 @@
 
 namespace {
 
-// So many rows are left to the toolkit where there are too many colours.
-constexpr int colorfulRows = 256;
+// How many rows Qt converts at a time where there are too many colors for the table.
+constexpr int rowsConvertedByQt = 256;
 
 const QRgb *colorRow(const QImage &image, int y)
 {
     return reinterpret_cast<const QRgb *>(image.constScanLine(y));
 }
 
-/// Counts levels, a block of equal neighbours in one step, and others in several
-/// histograms in turn, so that they do not wait for each other.
+/// Counts gray levels. A block of equal pixels is counted in one step; other pixels
+/// go to several histograms in turn, so that no addition waits for another.
 class LevelCounter
 {
 public:
@@ -50,15 +50,15 @@ public:
 
 private:
     using Block = std::array<quint64, 4>;
-    static constexpr qsizetype wordLength = sizeof(quint64); // a byte a level
+    static constexpr qsizetype wordLength = sizeof(quint64); // one byte per pixel
     static constexpr qsizetype blockLength = sizeof(Block);
 
-    static quint64 eightOf(quint64 level) { return level * 0x0101010101010101; }
+    static quint64 repeated(quint64 level) { return level * 0x0101010101010101; }
 
     void addBlock(const Block &block)
     {
         const quint64 level = block[0] & 0xff;
-        const quint64 same = eightOf(level);
+        const quint64 same = repeated(level);
         if (((block[0] ^ same) | (block[1] ^ same) | (block[2] ^ same) | (block[3] ^ same)) == 0) {
             counts[0][level] += blockLength;
             return;
@@ -78,7 +78,7 @@ private:
     std::array<GrayHistogram, wordLength> counts{};
 };
 
-/// How often each byte occurs in \a image, of eight bits a pixel.
+/// The number of each pixel value in \a image, which has eight bits per pixel.
 GrayHistogram countBytes(const QImage &image)
 {
     GrayHistogram histogram{};
@@ -90,13 +90,13 @@ GrayHistogram countBytes(const QImage &image)
     return histogram;
 }
 
-/// Finds the gray levels of the 256 indexes of \a image, of a palette. False if
-/// there is no memory for their conversion.
+/// Finds the gray levels of the 256 indexes of a palette image. Returns false if
+/// memory runs out.
 bool findLevels(const QImage &image, std::array<uchar, 256> &levels)
 {
     QImage indexes = everyPixelValue(image);
     QList<QRgb> colors = image.colorTable();
-    colors.resize(qsizetype(levels.size()), 0xff000000U); // the toolkit reads beyond a short table
+    colors.resize(qsizetype(levels.size()), 0xff000000U); // Qt reads beyond the end of a short table
     indexes.setColorTable(colors);
     const QImage converted = indexes.convertToFormat(QImage::Format_Grayscale8);
     if (converted.isNull()) {
@@ -172,7 +172,7 @@ bool GrayScan::scanColors()
         if (table->count(colorRow(source, y), source.width())) {
             ++y;
         } else {
-            const int bottom = std::min(y + colorfulRows, source.height());
+            const int bottom = std::min(y + rowsConvertedByQt, source.height());
             if (!convertRows(y, bottom)) {
                 return false;
             }
@@ -186,7 +186,7 @@ bool GrayScan::scanColors()
     return true;
 }
 
-/// Has Qt convert the rows from \a top to \a bottom, excluded.
+/// Lets Qt convert the rows from \a top up to, but not including, \a bottom.
 bool GrayScan::convertRows(int top, int bottom)
 {
     if (gray.isNull()) {

@@ -12,15 +12,14 @@ class GrayTable;
 using GrayHistogram = std::array<quint32, 256>;
 
 /// The histogram of \a gray, an image of Format_Grayscale8.
-GrayHistogram grayHistogram(const QImage &gray);
+[[nodiscard]] GrayHistogram grayHistogram(const QImage &gray);
 
 /// The gray levels of an image and their histogram. The levels are those of
 /// `image.convertToFormat(QImage::Format_Grayscale8)`.
 ///
-/// That conversion works in linear light and is slow; an image of up to some
-/// ten thousand colours, as most screenshots are, needs it only once for each
-/// of them, as one of a palette does, and is turned to gray only where the levels
-/// are asked for.
+/// That conversion works in linear light and is slow. For a palette image, and for
+/// one of up to 65536 colors, as most screenshots are, each color is converted only
+/// once, and pixels are looked up only where their levels are requested.
 class GrayScan
 {
 public:
@@ -29,18 +28,18 @@ public:
     GrayScan(const GrayScan &) = delete;
     GrayScan &operator=(const GrayScan &) = delete;
 
-    /// The size of the image; 0 if there is no memory for its conversion.
+    /// The size of the image; 0 if its conversion ran out of memory.
     int width() const { return size.width(); }
     int height() const { return size.height(); }
 
     const GrayHistogram &histogram() const { return m_histogram; }
 
-    /// The levels of the pixels \a from to \a to, excluded, of row \a y. Valid
-    /// until the next call.
+    /// The levels of row \a y from pixel \a from up to, but not including, \a to.
+    /// Valid until the next call.
     const uchar *levels(int y, int from, int to) const;
 
 private:
-    // False without the memory for a conversion.
+    // These return false if memory runs out.
     bool scan();
     bool scanColors();
     bool scanIndexes();
@@ -48,10 +47,10 @@ private:
 
     QImage source;
     QSize size{0, 0};
-    QImage gray; // of all rows, or of those in `isConverted`, or null
+    QImage gray; // all rows, or those marked in `isConverted`, or null
     std::vector<bool> isConverted;
-    std::unique_ptr<GrayTable> table; // of the other rows
-    std::array<uchar, 256> indexLevels{}; // of a palette
+    std::unique_ptr<GrayTable> table; // for the other rows
+    std::array<uchar, 256> indexLevels{}; // for a palette
     GrayHistogram m_histogram{};
-    mutable std::vector<uchar> row; // of the last call of levels()
+    mutable std::vector<uchar> row; // the result of the last levels()
 };

@@ -7,23 +7,22 @@ namespace {
 
 constexpr int slotBits = 17;
 constexpr size_t slotCount = size_t(1) << slotBits;
-constexpr size_t mostColors = slotCount / 2;
+constexpr size_t maxColors = slotCount / 2;
 
-/// The length of the run of equal pixels at the start of \a pixels, 1 to
-/// \a length.
+/// The number of equal pixels at the start of \a pixels, 1 to \a length.
 qsizetype runLength(const QRgb *pixels, qsizetype length)
 {
-    constexpr qsizetype atOnce = 8;
+    constexpr qsizetype pixelsPerStep = 8;
     const QRgb first = pixels[0];
     const quint64 two = (quint64(first) << 32) | first;
     qsizetype run = 0;
-    while (run + atOnce <= length) {
+    while (run + pixelsPerStep <= length) {
         std::array<quint64, 4> words{};
         std::memcpy(words.data(), pixels + run, sizeof words);
         if (((words[0] ^ two) | (words[1] ^ two) | (words[2] ^ two) | (words[3] ^ two)) != 0) {
             break;
         }
-        run += atOnce;
+        run += pixelsPerStep;
     }
     while (run < length && pixels[run] == first) {
         ++run;
@@ -31,7 +30,7 @@ qsizetype runLength(const QRgb *pixels, qsizetype length)
     return run;
 }
 
-size_t placeOf(quint64 slot)
+size_t indexOf(quint64 slot)
 {
     return size_t(slot >> 32) - 1;
 }
@@ -41,7 +40,7 @@ size_t placeOf(quint64 slot)
 GrayTable::GrayTable(const QImage &image)
     : format(image.format())
     , colorSpace(image.colorSpace())
-    , slotted(slotCount, 0)
+    , hashSlots(slotCount, 0)
 {
 }
 
@@ -88,33 +87,32 @@ void GrayTable::toLevels(const QRgb *pixels, qsizetype length, uchar *row) const
 {
     for (qsizetype x = 0; x < length;) {
         const qsizetype run = runLength(pixels + x, length - x);
-        std::memset(row + x, levels[placeOf(slotted[slotOf(pixels[x])])], size_t(run));
+        std::memset(row + x, levels[indexOf(hashSlots[slotOf(pixels[x])])], size_t(run));
         x += run;
     }
 }
 
-/// Where \a color is, or belongs.
+/// The slot that holds \a color, or the free slot where it belongs.
 size_t GrayTable::slotOf(QRgb color) const
 {
     size_t index = (color * 0x9e3779b1U) >> (32 - slotBits);
-    while (slotted[index] != 0 && QRgb(slotted[index]) != color) {
+    while (hashSlots[index] != 0 && QRgb(hashSlots[index]) != color) {
         index = (index + 1) % slotCount;
     }
     return index;
 }
 
-/// The count of \a color, which is taken in if it is new; null if it is one too
-/// many.
+/// The count of \a color, which is added if it is new; null if the table is full.
 quint32 *GrayTable::countOf(QRgb color)
 {
-    quint64 &slot = slotted[slotOf(color)];
+    quint64 &slot = hashSlots[slotOf(color)];
     if (slot == 0) {
-        if (colors.size() == mostColors) {
+        if (colors.size() == maxColors) {
             return nullptr;
         }
         colors.push_back(color);
         counts.push_back(0);
         slot = (quint64(colors.size()) << 32) | color;
     }
-    return &counts[placeOf(slot)];
+    return &counts[indexOf(slot)];
 }

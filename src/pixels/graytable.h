@@ -7,26 +7,26 @@
 
 #include <vector>
 
-/// The colours of an image of 32-bit colours, how often they occur, and their
-/// gray levels: a hash table with open addressing.
+/// The colors of a 32-bit image, their counts and their gray levels: a hash table
+/// with open addressing.
 class GrayTable
 {
 public:
-    /// For colours in the format and the colour space of \a image.
+    /// For colors in the format and color space of \a image.
     explicit GrayTable(const QImage &image);
 
-    /// Counts the colours of \a pixels. False, and nothing is counted, if there
-    /// are too many for the table.
+    /// Counts the colors of \a pixels. Returns false, and counts none of them, if
+    /// there are too many for the table.
     bool count(const QRgb *pixels, qsizetype length);
 
-    /// Finds the levels of all colours. Call it once, after the last count().
-    /// False without the memory for that.
+    /// Finds the gray levels of all colors. Call it once, after the last count().
+    /// Returns false if memory runs out.
     bool convert();
 
-    /// Adds the counted pixels to \a histogram by their levels.
+    /// Adds the counts of all pixels to \a histogram, by gray level.
     void addTo(GrayHistogram &histogram) const;
 
-    /// Puts the levels of \a pixels, whose colours were counted, into \a row.
+    /// Writes the gray levels of \a pixels, which must have been counted, to \a row.
     void toLevels(const QRgb *pixels, qsizetype length, uchar *row) const;
 
 private:
@@ -35,7 +35,7 @@ private:
 
     QImage::Format format;
     QColorSpace colorSpace;
-    std::vector<quint64> slotted; // the colour in the low half, 1 + its place in the lists above it
+    std::vector<quint64> hashSlots; // color in the low half, 1 + its index in the lists in the high half; 0 if free
     std::vector<QRgb> colors;
     std::vector<quint32> counts;
     std::vector<uchar> levels;

@@ -8,7 +8,7 @@
 
 namespace {
 
-Q_ALWAYS_INLINE QRgb commonBitsOf(const QRgb *pixels, int length)
+Q_ALWAYS_INLINE QRgb commonBitsInline(const QRgb *pixels, int length)
 {
     QRgb common = ~QRgb(0);
     for (int x = 0; x < length; ++x) {
@@ -17,7 +17,7 @@ Q_ALWAYS_INLINE QRgb commonBitsOf(const QRgb *pixels, int length)
     return common;
 }
 
-Q_ALWAYS_INLINE quint32 partlyTransparentOf(const QRgb *pixels, int length)
+Q_ALWAYS_INLINE quint32 partlyTransparentInline(const QRgb *pixels, int length)
 {
     quint32 count = 0;
     for (int x = 0; x < length; ++x) {
@@ -28,24 +28,24 @@ Q_ALWAYS_INLINE quint32 partlyTransparentOf(const QRgb *pixels, int length)
 
 QRgb commonBits(const QRgb *pixels, int length)
 {
-    return commonBitsOf(pixels, length);
+    return commonBitsInline(pixels, length);
 }
 
 quint32 partlyTransparent(const QRgb *pixels, int length)
 {
-    return partlyTransparentOf(pixels, length);
+    return partlyTransparentInline(pixels, length);
 }
 
 #ifdef QUILLMARCH_HAS_VECTORS
 
 QUILLMARCH_AVX2 QRgb commonBitsAvx2(const QRgb *pixels, int length)
 {
-    return commonBitsOf(pixels, length);
+    return commonBitsInline(pixels, length);
 }
 
 QUILLMARCH_AVX2 quint32 partlyTransparentAvx2(const QRgb *pixels, int length)
 {
-    return partlyTransparentOf(pixels, length);
+    return partlyTransparentInline(pixels, length);
 }
 
 #endif
@@ -61,13 +61,14 @@ bool hasOpaquePixels(const QImage &image)
     return true;
 }
 
-/// Whether every color that a pixel of \a image, of a palette, uses is opaque.
+/// Whether all pixels of a palette image have opaque colors.
 bool usesOpaqueColors(const QImage &image)
 {
     std::array<bool, 256> transparent{};
     const QList<QRgb> colors = image.colorTable();
     for (qsizetype i = 0; i < qsizetype(transparent.size()); ++i) {
-        transparent[size_t(i)] = i >= colors.size() || qAlpha(colors.at(i)) != 255; // no color beyond the table
+        transparent[size_t(i)] =
+            i >= colors.size() || qAlpha(colors.at(i)) != 255; // beyond the table there is no color
     }
     const IndexSet indexes(transparent);
     const BrightCounter &counter = fastestBrightCounter();

@@ -8,6 +8,6 @@
 [[nodiscard]] bool isOpaque(const QImage &image);
 
 /// Whether any pixel of \a image is partly transparent, or fully transparent with
-/// a color. Without one, the pixels are the same in every 32-bit format with
-/// alpha. For Format_ARGB32 and Format_ARGB32_Premultiplied.
+/// nonzero color bits. If none is, the pixels are the same in every 32-bit format
+/// with alpha. For Format_ARGB32 and Format_ARGB32_Premultiplied.
 [[nodiscard]] bool hasPartlyTransparent(const QImage &image);

@@ -12,7 +12,7 @@ namespace {
 // How many rows are converted at a time, so that they stay in the cache.
 constexpr int convertedRows = 32;
 
-Q_ALWAYS_INLINE void expandGraysOf(const uchar *levels, int length, QRgb *colors)
+Q_ALWAYS_INLINE void expandGraysInline(const uchar *levels, int length, QRgb *colors)
 {
     for (int x = 0; x < length; ++x) {
         colors[x] = 0xff000000U | (levels[x] * 0x010101U);
@@ -21,18 +21,18 @@ Q_ALWAYS_INLINE void expandGraysOf(const uchar *levels, int length, QRgb *colors
 
 void expandGrays(const uchar *levels, int length, QRgb *colors)
 {
-    expandGraysOf(levels, length, colors);
+    expandGraysInline(levels, length, colors);
 }
 
 #ifdef QUILLMARCH_HAS_VECTORS
 QUILLMARCH_AVX2 void expandGraysAvx2(const uchar *levels, int length, QRgb *colors)
 {
-    expandGraysOf(levels, length, colors);
+    expandGraysInline(levels, length, colors);
 }
 #endif
 
-/// The 256 levels or indexes of \a image, of eight bits a pixel, in the first of
-/// \a formats, that in the second, and so on; the last one has 32 bits.
+/// The 256 pixel values of \a image, which has eight bits per pixel, converted to
+/// each of \a formats in turn; the last format has 32 bits.
 std::array<QRgb, 256> convertedColors(const QImage &image, const QList<QImage::Format> &formats)
 {
     std::array<QRgb, 256> colors{};

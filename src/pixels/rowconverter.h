@@ -3,7 +3,7 @@
 #include <QImage>
 #include <QList>
 
-/// The rows from `first` to `last`, both included; none if `last` is less.
+/// The rows from `first` to `last`, both included; none if `last` is smaller.
 struct RowRange
 {
     int first;
@@ -12,16 +12,16 @@ struct RowRange
 
 /// Converts images of changing sizes, each for immediate use.
 ///
-/// Keeps its memory from one image to the next: allocating it anew costs as
-/// much as the conversion.
+/// Reuses its memory for the next image: allocating it anew costs as much as the
+/// conversion.
 class RowConverter
 {
 public:
-    /// \a image in the first of \a formats, that in the second, and so on. All
-    /// but the last may be left out if they change no pixel.
+    /// \a image converted to each of \a formats in turn. Formats before the last
+    /// one may be skipped where that changes no pixel.
     ///
-    /// Only the rows \a rows are converted; the others are there, but hold
-    /// anything. The result is valid until the next call; null without memory.
+    /// Only \a rows are converted; the contents of the other rows are undefined.
+    /// The result is valid until the next call; null if memory runs out.
     [[nodiscard]] QImage convert(const QImage &image, const QList<QImage::Format> &formats, const RowRange &rows);
 
     /// Frees the memory.

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// An image of \a size on the rows of \a image that begin at \a first, which keeps
+/// An image of \a size that reads the pixels of \a image from \a first on, and keeps
 /// \a image alive.
 QImage viewOf(const QImage &image, const uchar *first, const QSize &size, QImage::Format format)
 {
@@ -21,7 +21,7 @@ QImage viewOf(const QImage &image, const uchar *first, const QSize &size, QImage
 
 QImage rowsView(const QImage &image, const QRect &rect)
 {
-    const QRect part = rect & image.rect(); // turns a rectangle of negative size inside out
+    const QRect part = rect & image.rect(); // normalizes a rectangle of negative size
     if (rect.isEmpty() || part.isEmpty()) {
         return {};
     }

@@ -5,16 +5,17 @@
 
 /// The pixels of \a image inside \a rect, without a copy: the result reads the
 /// rows of \a image and keeps them alive. \a rect is clipped to the image; if it
-/// is empty or wholly outside, the result is null. Images of less than eight
-/// bits a pixel are copied.
+/// is empty or entirely outside, the result is null. Images of less than eight
+/// bits per pixel are copied.
 [[nodiscard]] QImage rowsView(const QImage &image, const QRect &rect);
 
 /// \a view without its alpha channel, without a copy. For Format_ARGB32 and
 /// Format_ARGB32_Premultiplied with opaque pixels only.
 [[nodiscard]] QImage withoutAlpha(const QImage &view);
 
-/// A row of the 256 values that a pixel of \a image, of eight bits, can have, in
-/// its format and with its colors: converts each of them once.
+/// A row with each of the 256 values that a pixel of \a image, which has eight bits
+/// per pixel, can have, in its format and with its colors. Converting the row
+/// converts each value once.
 [[nodiscard]] QImage everyPixelValue(const QImage &image);
 
 /// Row \a y of \a image as pixels of the type \a Pixel.

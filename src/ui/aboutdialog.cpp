@@ -8,38 +8,26 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr double highestDensity = 1.6;
 constexpr int logoHeight = 60;
 constexpr int emptyLogoHeight = 20;
 
-/// \a base points, growing with the screen's density up to \a most.
 double limited(double base, double most)
 {
-    const double density = screenDensity().value_or(1.0);
-    if (density > highestDensity) {
-        return most;
-    }
-    return density > 1.0 ? std::min(density * base, most) : base;
+    return scaledToDensity(base, most, screenDensity());
 }
 
 int okButtonHeight()
 {
-    const double density = screenDensity().value_or(1.0);
-    if (density > highestDensity) {
-        return 40;
-    }
-    return density > 1.0 ? std::clamp(int(density * 34.0 + 0.5), 32, 40) : 34;
+    return int(limited(34, 40) + 0.5);
 }
 
 double lineHeight()
 {
-    return std::clamp(screenDensity().value_or(1.0), 1.0, highestDensity) * 1.2;
+    return limited(1.0, 1.6) * 1.2;
 }
 
 void setPointSize(QWidget *widget, double size)
@@ -87,7 +75,7 @@ void AboutDialog::setLanguage(const QString &code)
         logoLabel->setMinimumHeight(emptyLogoHeight);
         return;
     }
-    logoLabel->setMinimumHeight(logoHeight); // a crowded dialog would cut the logo to less
+    logoLabel->setMinimumHeight(logoHeight); // or a crowded layout would shrink it
     const QPixmap logo(u":/images/sitelogo.png"_s);
     if (!logo.isNull()) {
         logoLabel->setPixmap(logo.scaled(120, logoHeight, Qt::KeepAspectRatio, Qt::SmoothTransformation));
@@ -102,7 +90,7 @@ void AboutDialog::onOkClicked()
 void AboutDialog::applyStyle()
 {
     QFont dialogFont = font();
-    dialogFont.setPointSize(14); // takes the place of the size that follows the screen
+    dialogFont.setPointSize(14); // overrides the size that depends on the screen
     setFont(dialogFont);
     setAutoFillBackground(true);
     QPalette colors = palette();

@@ -5,8 +5,8 @@
 class QLabel;
 class QPushButton;
 
-/// The modal dialog of fixed size that tells what the program is. It shows the
-/// logo in English only.
+/// The modal dialog about the program, of fixed size. It shows the logo in English
+/// only.
 class AboutDialog : public QDialog
 {
     Q_OBJECT

@@ -33,8 +33,8 @@ QPen strokePen(const QColor &color, double width = 3)
     return QPen(QBrush(color, Qt::SolidPattern), width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
 }
 
-/// A transparent square, one pixel larger than the toolbar shows it, so that
-/// it has a true centre pixel.
+/// A transparent square, one pixel larger than the tool bar shows it, so that it
+/// has a true center pixel.
 QPixmap emptyIcon()
 {
     const int size = toolBarIconSize(screenDensity()) + 1;
@@ -43,8 +43,8 @@ QPixmap emptyIcon()
     return pixmap;
 }
 
-/// The centre pixel of \a rect.
-QPoint centreOf(const QRect &rect)
+/// The center pixel of \a rect.
+QPoint centerOf(const QRect &rect)
 {
     return {(rect.left() + rect.right()) / 2, (rect.top() + rect.bottom()) / 2};
 }
@@ -59,27 +59,27 @@ QRect circle(int x, int y, int radius)
     return {x - radius, y - radius, 2 * radius, 2 * radius};
 }
 
-/// A frame, and a smaller one of \a share of its width in the second colour.
+/// A frame, and inside it a square of \a share of its width in the second color.
 void drawNestedFrames(QPainter &painter, const QRect &rect, double share)
 {
-    const QPoint centre = centreOf(rect);
+    const QPoint center = centerOf(rect);
     const int side = rounded(share * rect.width());
     const int half = rounded(0.5 * side);
     painter.drawRect(rect);
     painter.setPen(strokePen(secondColor(), 2));
-    painter.drawRect(centre.x() - half, centre.y() - half, side, side);
+    painter.drawRect(center.x() - half, center.y() - half, side, side);
 }
 
-/// A frame with a minus sign, and with a plus sign if \a plus is set.
+/// A frame with a plus sign if \a plus is set, otherwise with a minus sign.
 void drawSignInFrame(QPainter &painter, const QRect &rect, const QColor &color, bool plus)
 {
-    const QPoint centre = centreOf(rect);
+    const QPoint center = centerOf(rect);
     const int arm = rounded(0.28 * std::min(rect.width(), rect.height()));
     painter.drawRect(rect);
     painter.setPen(strokePen(color, 2));
-    painter.drawLine(centre.x() - arm, centre.y(), centre.x() + arm, centre.y());
+    painter.drawLine(center.x() - arm, center.y(), center.x() + arm, center.y());
     if (plus) {
-        painter.drawLine(centre.x(), centre.y() - arm, centre.x(), centre.y() + arm);
+        painter.drawLine(center.x(), center.y() - arm, center.x(), center.y() + arm);
     }
 }
 
@@ -103,7 +103,7 @@ QIcon openIcon()
         const double w = rect.width();
         const double h = rect.height();
         const QPoint foot(int(rect.left() + 0.2 * w), int(rect.bottom() - 0.1 * h));
-        const QPoint peak(int(centreOf(rect).x() - 0.1 * w), int(rect.bottom() - 0.3 * h));
+        const QPoint peak(int(centerOf(rect).x() - 0.1 * w), int(rect.bottom() - 0.3 * h));
         const QPoint end(int(rect.left() + 0.6 * w), int(rect.bottom() - 0.1 * h));
         painter.drawRect(rect);
         painter.drawLine(foot, peak);
@@ -128,7 +128,7 @@ QIcon exportPdfIcon()
         painter.drawLine(right, top + rect.height() / 2, right, bottom);
         painter.drawLine(right, bottom, left, bottom);
         painter.drawLine(left, bottom, left, top);
-        painter.drawLine(centreOf(rect), rect.topRight());
+        painter.drawLine(centerOf(rect), rect.topRight());
         const int head = std::min(rect.width(), rect.height()) / 4;
         painter.drawLine(right, top, right - head, top);
         painter.drawLine(right, top, right, top + head);
@@ -163,9 +163,9 @@ QIcon helpIcon()
     QPixmap pixmap = emptyIcon();
     const QColor color = mainColor();
     drawCommandIcon(pixmap, color, helpIconMargin, [&color](QPainter &painter, const QRect &rect) {
-        const QPoint centre = centreOf(rect);
-        const int cx = centre.x();
-        const int cy = centre.y();
+        const QPoint center = centerOf(rect);
+        const int cx = center.x();
+        const int cy = center.y();
         const int radius = rounded(0.4 * std::min(rect.width(), rect.height()));
         const int arm = rounded(0.6 * radius);
         painter.drawEllipse(circle(cx, cy, radius));

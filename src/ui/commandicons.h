@@ -6,9 +6,9 @@
 
 class QPainter;
 
-/// The icons of the commands, drawn for the density of the screen. All but the
-/// last are a pixel larger than the tool bar shows them, so that they have a true
-/// center pixel; that of the update is 20 x 20.
+/// The icons of the commands, drawn for the density of the screen. All but
+/// updateIcon(), which is 20 x 20 pixels, are one pixel larger than the tool bar
+/// shows them, so that they have a true center pixel.
 [[nodiscard]] QIcon openIcon();
 [[nodiscard]] QIcon exportPdfIcon();
 [[nodiscard]] QIcon printIcon();
@@ -22,7 +22,7 @@ class QPainter;
 [[nodiscard]] QIcon pageNumIcon();
 [[nodiscard]] QIcon updateIcon();
 
-/// Calls \a draw with a painter on \a pixmap, which has a pen of \a color, and
+/// Calls \a draw with a painter on \a pixmap, whose pen has the color \a color, and
 /// with the frame of the icon, \a margin pixels inside the pixmap; see iconFrame().
 void drawCommandIcon(QPixmap &pixmap, const QColor &color, int margin,
                      const std::function<void(QPainter &, const QRect &)> &draw);

@@ -14,8 +14,7 @@ QPen strokePen(int alpha, double width)
                 Qt::BevelJoin);
 }
 
-/// Where the looks stand: the handle's rectangle and its centre, which is
-/// taken in whole pixels.
+/// The handle's rectangle, and its center in whole pixels.
 struct Frame
 {
     explicit Frame(const QWidget *handle)
@@ -37,7 +36,7 @@ void drawDot(QPainter *painter, double x, double y, double size)
     painter->drawEllipse(QRectF(x - size / 2, y - size / 2, size, size));
 }
 
-/// A row of \a count dots, one dot's size apart, centred on (\a x, \a y).
+/// A row of \a count dots, one dot's size apart, centered on (\a x, \a y).
 void drawDotRow(QPainter *painter, double x, double y, int count, double size)
 {
     for (int i = -(count / 2); i <= count / 2; ++i) {

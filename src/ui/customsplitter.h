@@ -2,8 +2,8 @@
 
 #include <QSplitter>
 
-/// A splitter with a narrow handle that is drawn by hand; its widgets cannot
-/// be collapsed.
+/// A splitter with a narrow handle that paints itself; its widgets cannot be
+/// collapsed.
 class CustomSplitter : public QSplitter
 {
     Q_OBJECT
@@ -16,8 +16,8 @@ protected:
     QSplitterHandle *createHandle() override;
 };
 
-/// The handle of CustomSplitter, with looks of its own for rest, for the
-/// pointer over it and for a press. The looks assume a vertical bar.
+/// The handle of CustomSplitter. It looks different at rest, under the pointer and
+/// while pressed; all three looks assume a vertical bar.
 class CustomSplitterHandle : public QSplitterHandle
 {
     Q_OBJECT

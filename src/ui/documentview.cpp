@@ -27,14 +27,15 @@ QString styleSheetOfViews()
         "QScrollBar::add-page:horizontal, QScrollBar::sub-page:horizontal {    background: none;}");
 }
 
-/// Fills \a exposed, in the units of \a painter, in device pixels.
+/// Fills \a exposed, which is in the coordinates of \a painter, in whole device
+/// pixels.
 void fillWholePixels(QPainter *painter, const QRectF &exposed, const QBrush &brush)
 {
     const QRect area = painter->worldTransform().mapRect(exposed).toAlignedRect();
     painter->save();
     painter->resetTransform();
-    // A pixel more on each side, so that no edge is smoothed into what was there
-    // before where a pixel of the window is a fraction of the screen's.
+    // One pixel more on each side: with a fractional scale factor of the screen, a
+    // smooth edge would let old contents shine through.
     painter->fillRect(area.adjusted(-1, -1, 1, 1), brush);
     painter->restore();
 }
@@ -66,25 +67,25 @@ bool DocumentView::wouldShowScrollBarAgain(const QResizeEvent *event, double sca
     const QScrollBar *bar = verticalScrollBar();
     const QScrollBar *other = horizontalScrollBar();
     const QSize gained = event->size() - event->oldSize();
-    // A narrow view shows and hides both at once.
-    const bool otherHasGone = !other->isVisible() && gained.height() == other->sizeHint().height();
-    const bool barHasGone = verticalScrollBarPolicy() == Qt::ScrollBarAsNeeded && !bar->isVisible()
-        && gained.width() == bar->sizeHint().width() && (gained.height() == 0 || otherHasGone);
-    return barHasGone && sceneRect().height() * scale > event->size().height();
+    // A narrow view shows and hides both bars at once.
+    const bool otherDisappeared = !other->isVisible() && gained.height() == other->sizeHint().height();
+    const bool barDisappeared = verticalScrollBarPolicy() == Qt::ScrollBarAsNeeded && !bar->isVisible()
+        && gained.width() == bar->sizeHint().width() && (gained.height() == 0 || otherDisappeared);
+    return barDisappeared && sceneRect().height() * scale > event->size().height();
 }
 
 void DocumentView::dragEnterEvent(QDragEnterEvent *)
 {
-    // Left to the window, and kept from the scene.
+    // Left to the window; the scene must not handle it.
 }
 
 void DocumentView::dropEvent(QDropEvent *)
 {
-    // Left to the window, and kept from the scene.
+    // Left to the window; the scene must not handle it.
 }
 
-/// Fills a plain background in whole pixels: Qt gives it smooth edges, which cost
-/// time and reach beyond what is painted.
+/// Fills a plain background in whole pixels: Qt would antialias its edges, which
+/// takes time and reaches beyond the exposed area.
 void DocumentView::drawBackground(QPainter *painter, const QRectF &exposed)
 {
     if (hasPlainBackground()) {
@@ -92,13 +93,13 @@ void DocumentView::drawBackground(QPainter *painter, const QRectF &exposed)
         return;
     }
     if (viewport()->testAttribute(Qt::WA_OpaquePaintEvent)) {
-        // What Qt fills a widget with before it is painted.
+        // The brush with which Qt fills other widgets before they are painted.
         fillWholePixels(painter, exposed, viewport()->palette().brush(viewport()->backgroundRole()));
     }
     QGraphicsView::drawBackground(painter, exposed);
 }
 
-/// Whether the background is an opaque color of the scene.
+/// Whether the background is an opaque color that the scene sets.
 bool DocumentView::hasPlainBackground() const
 {
     const QBrush brush = scene()->backgroundBrush();

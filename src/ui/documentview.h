@@ -2,8 +2,9 @@
 
 #include <QGraphicsView>
 
-/// What the two views of a document share: slim scroll bars, which are off until
-/// there is a document, a background in whole pixels, and no drops of their own.
+/// The common base of the two views of a document. It has slim scroll bars, which
+/// are off until there is a document, paints its background in whole pixels, and
+/// leaves drops to the window.
 class DocumentView : public QGraphicsView
 {
     Q_OBJECT
@@ -11,20 +12,19 @@ class DocumentView : public QGraphicsView
 public:
     explicit DocumentView(QWidget *parent);
 
-    /// Lets the scroll bars come up as needed; they are off at first.
+    /// Shows the scroll bars as needed from now on; they are off at first.
     void showScrollBars();
 
     /// Shows the top of the scene; the horizontal place stays.
     void scrollToTop();
 
 protected:
-    /// Whether the resize \a event comes from the vertical scroll bar, which has
-    /// just disappeared, and a scene of the scale \a scale would bring it back at
-    /// once.
+    /// Whether the resize \a event was caused by the disappearance of the vertical
+    /// scroll bar, and the scene at \a scale would bring the bar back at once.
     ///
-    /// A view that fits its scene to the width would then go on for ever: with the
-    /// bar the scene is small enough to do without it, and without the bar it is
-    /// too large.
+    /// A view that fits its scene to the width would then resize forever: with the
+    /// bar the scene is small enough not to need it, without the bar it is too
+    /// large.
     bool wouldShowScrollBarAgain(const QResizeEvent *event, double scale) const;
 
     void dragEnterEvent(QDragEnterEvent *event) override;

@@ -2,7 +2,7 @@
 
 #include "ui/documentview.h"
 
-/// The preview of the output pages, which always takes 0.8 of its width.
+/// The preview of the output pages, which always fill 0.8 of its width.
 class LeftView : public DocumentView
 {
     Q_OBJECT
@@ -10,8 +10,8 @@ class LeftView : public DocumentView
 public:
     explicit LeftView(QWidget *parent);
 
-    /// Scales the scene to 0.8 of \a width pixels. Other than in the large
-    /// view the transform is set at every call.
+    /// Scales the scene to 0.8 of \a width pixels. Unlike MainView, sets the
+    /// transform at every call.
     void fitToWidth(double width);
 
 protected:

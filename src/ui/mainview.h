@@ -11,14 +11,14 @@ class MainView : public DocumentView
 public:
     explicit MainView(QWidget *parent);
 
-    /// The share of the viewport's width that the scene takes; 0.75 at first.
+    /// The share of the viewport's width that the scene takes; initially 0.75.
     double fitRatio() const { return m_fitRatio; }
 
-    /// Stores \a ratio as it is; takes effect at the next fit.
+    /// Stores \a ratio unchecked; it takes effect at the next fitToWidth().
     void setFitRatio(const double &ratio) { m_fitRatio = ratio; }
 
-    /// Scales the scene to `fitRatio` of \a width pixels. Leaves an equal
-    /// transform alone, so that the scroll position stays.
+    /// Scales the scene to `fitRatio` of \a width pixels. Does not set an equal
+    /// transform again, so that the scroll position stays.
     void fitToWidth(double width);
 
 protected:

@@ -4,6 +4,7 @@
 #include "ui/aboutdialog.h"
 #include "ui/screendensity.h"
 #include "ui/spokenname.h"
+#include "ui/statusstyles.h"
 
 #include <QAction>
 #include <QHBoxLayout>
@@ -24,8 +25,8 @@ constexpr int firstReportDelay = 1000; // milliseconds
 
 } // namespace
 
-/// Makes an action of the window. An empty \a shortcut or \a statusTip is left
-/// out.
+/// Creates an action of the window. An empty \a shortcut or \a statusTip means
+/// none.
 QAction *MainWindow::createAction(const char *name, const QString &text, const QString &shortcut,
                                   const QString &statusTip, const QIcon &icon, void (MainWindow::*slot)())
 {
@@ -134,9 +135,7 @@ void MainWindow::createStatusBar()
     versionLabel->setTextFormat(Qt::PlainText);
     versionLabel->setText(tr("检查更新中..."));
     versionLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    versionLabel->setStyleSheet(
-        u"QLabel {     color: #8E8E93;     font-size: 12px;     font-weight: 500;     padding: 2px 6px;     "
-        u"background-color: rgba(142, 142, 147, 0.1);     border-radius: 4px; }"_s);
+    versionLabel->setStyleSheet(plainVersionStyle());
     versionLabel->setVisible(false);
 
     updateButton = new QPushButton(this);

@@ -22,7 +22,7 @@ constexpr auto geometryKey = "windowGeometry"_L1;
 constexpr auto stateKey = "windowState"_L1;
 constexpr auto splitterKey = "splitterState"_L1;
 
-/// In 64 bits: the sum of stored coordinates can pass 32.
+/// In 64 bits, because the sum of stored coordinates can overflow 32.
 int middle(int from, int to)
 {
     return int((qint64(from) + to) / 2);
@@ -115,8 +115,8 @@ bool MainWindow::isGeometryUsable(const QRect &rect) const
     if (rect.width() < smallestWidth || rect.height() < smallestHeight) {
         return false;
     }
-    const QPoint centre(middle(rect.left(), rect.right()), middle(rect.top(), rect.bottom()));
-    const QScreen *screen = QGuiApplication::screenAt(centre);
+    const QPoint center(middle(rect.left(), rect.right()), middle(rect.top(), rect.bottom()));
+    const QScreen *screen = QGuiApplication::screenAt(center);
     if (screen == nullptr) {
         screen = QGuiApplication::primaryScreen();
     }

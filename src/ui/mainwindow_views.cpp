@@ -15,7 +15,7 @@ constexpr double zoomStep = 0.05;
 constexpr double zoomInBelow = 0.9;
 constexpr double zoomOutAbove = 0.45;
 
-/// A scene that nobody owns: the strips and pages in it outlive the window.
+/// A scene that is never deleted, so that its strips and pages outlive the window.
 QGraphicsScene *createScene()
 {
     auto *scene = keepForever(new QGraphicsScene);
@@ -58,7 +58,7 @@ void MainWindow::onTwoColsClicked()
 void MainWindow::createViews()
 {
     constexpr auto hints = QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform;
-    mainView = new MainView(nullptr); // the splitter takes both
+    mainView = new MainView(nullptr); // the splitter takes ownership of both
     leftView = new LeftView(nullptr);
     mainView->setObjectName("mainView"_L1);
     leftView->setObjectName("leftView"_L1);
@@ -69,8 +69,8 @@ void MainWindow::createViews()
     setAcceptDrops(true);
     mainView->setAcceptDrops(true);
     leftView->setAcceptDrops(true);
-    // The scene's background covers a view, so that the widget's own, painted
-    // before it, would never show.
+    // The scene's background covers the whole view, so Qt need not paint that of the
+    // widget before it.
     mainView->viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
     leftView->viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
 }

@@ -7,8 +7,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int fadeInTime = 150; // milliseconds, as are the others
-constexpr int standingTime = 3000;
+constexpr int fadeInTime = 150; // milliseconds, as are the next two
+constexpr int timeToFadeOut = 3000; // from show()
 constexpr int fadeOutTime = 1000;
 constexpr double rim = 5;
 constexpr double cornerRadius = 10;
@@ -30,7 +30,7 @@ PopUp::PopUp(QWidget *parent)
         u"QLabel { color : white; margin-top: 6px;margin-bottom: 6px;margin-left: 10px;margin-right: 10px; }"_s);
     m_layout.addWidget(&label, 0, 0);
     setLayout(&m_layout);
-    timer = new QTimer; // without a parent; the destructor deletes it
+    timer = new QTimer; // has no parent; the destructor deletes it
     connect(timer, &QTimer::timeout, this, &PopUp::hideAnimation);
 }
 
@@ -60,7 +60,7 @@ void PopUp::show()
     setGeometry(left, top, width(), height());
     QWidget::show();
     fade(fadeInTime, 0.0, 1.0);
-    timer->start(standingTime);
+    timer->start(timeToFadeOut);
 }
 
 void PopUp::hideAnimation()

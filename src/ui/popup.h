@@ -7,35 +7,34 @@
 
 class QTimer;
 
-/// The toast: a short message that fades in over the centre of its parent,
-/// stands until three seconds after show() and fades out. It takes no focus
-/// and no click.
+/// The toast: a short message that fades in over the center of its parent and fades
+/// out three seconds after show(). It takes no focus and does not react to clicks.
 class PopUp : public QWidget
 {
     Q_OBJECT
     Q_PROPERTY(float popupOpacity READ popupOpacity WRITE setPopupOpacity)
 
 public:
-    /// \a parent must be given: show() reads its geometry.
+    /// \a parent must not be null: show() reads its geometry.
     explicit PopUp(QWidget *parent);
     ~PopUp() override;
 
-    /// The present opacity, 0 to 1.
+    /// The current opacity, 0 to 1.
     float popupOpacity() const { return m_popupOpacity; }
     void setPopupOpacity(float opacity);
 
 public slots:
-    /// Sets the message and takes the size that it needs.
+    /// Sets the message and adapts the size of the toast to it.
     void setPopupText(const QString &text);
 
-    /// Starts the fade-in and the three seconds, also while a message stands.
+    /// Starts the fade-in and the three seconds, even if a message is shown.
     void show();
 
     /// Starts the fade-out.
     void hideAnimation();
 
-    /// Hides the toast if its opacity is 0: the end of the fade-out, as
-    /// opposed to the end of the fade-in.
+    /// Hides the toast if its opacity is 0. Called at the end of the fade-in, when it
+    /// does nothing, and of the fade-out.
     void hide();
 
 protected:

@@ -1,6 +1,7 @@
 #include "app/mainwindow.h"
 
 #include "base/buildconfig.h"
+#include "ui/statusstyles.h"
 #include "update/downloadupdatedialog.h"
 #include "update/simpleupdater.h"
 #include "update/updatedocuments.h"
@@ -58,9 +59,7 @@ void MainWindow::onVersionInfoReceived(const QString &version, bool hasUpdate, c
 {
     if (!hasUpdate) {
         versionLabel->setText(u"v%1"_s.arg(programVersion));
-        versionLabel->setStyleSheet(
-            u"QLabel {     color: #8E8E93;     font-size: 12px;     font-weight: 500;     padding: 2px 6px;     "
-            u"background-color: rgba(142, 142, 147, 0.1);     border-radius: 4px; }"_s);
+        versionLabel->setStyleSheet(plainVersionStyle());
         versionLabel->setToolTip(tr("当前版本: %1（已是最新）").arg(programVersion));
         versionLabel->setVisible(true);
         updateButton->setVisible(false);

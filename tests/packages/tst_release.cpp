@@ -272,7 +272,7 @@ void TestRelease::buildsTestsAndPackagesTheCommit_data()
               "cpack --config build/release/CPackSourceConfig.cmake\n"
                              << QString();
     QTest::newRow("a test fails") << true << false << configured << u"./test.sh failed"_s;
-    QTest::newRow("a change is not committed") << false << true << QByteArray() << u"not committed"_s;
+    QTest::newRow("a change is not committed") << false << true << QByteArray() << u"uncommitted changes"_s;
 }
 
 /// The commands are replaced by scripts that log their arguments.
@@ -327,12 +327,12 @@ void TestRelease::rejects_data()
     QTest::newRow("a lower version") << u"2.6.9"_s << nothing << QByteArray() << none << u"lists 2.6.9 above 2.7.1"_s;
     QTest::newRow("two numbers") << u"2.8"_s << nothing << QByteArray() << none << u"not a version of three numbers"_s;
     QTest::newRow("another version in the changes")
-        << higher << u"CHANGELOG.md"_s << QByteArray("## 2.9.0\n") << none << u"CHANGELOG.md about 2.9.0"_s;
+        << higher << u"CHANGELOG.md"_s << QByteArray("## 2.9.0\n") << none << u"CHANGELOG.md has 2.9.0"_s;
     QTest::newRow("another version of the project")
         << higher << u"CMakeLists.txt"_s << QByteArray("project(Quillmarch\n    VERSION 2.7.9\n") << none
-        << u"CMakeLists.txt about 2.7.9"_s;
+        << u"CMakeLists.txt has 2.7.9"_s;
     QTest::newRow("no version of the project")
-        << higher << u"CMakeLists.txt"_s << QByteArray("x\n") << none << u"CMakeLists.txt tells no version"_s;
+        << higher << u"CMakeLists.txt"_s << QByteArray("x\n") << none << u"CMakeLists.txt: no version found"_s;
     QTest::newRow("a damaged list of releases")
         << higher << u"packaging/releases.json"_s << QByteArray("{\"releases\": [{\"version\": \"2.8.0\"}]}") << none
         << u"releases.json is not complete"_s;

@@ -508,7 +508,7 @@ void TestSamples::toolRefuses_data()
     for (const QString &rim : {u"x"_s, u"-1"_s, u"1001"_s}) {
         add(u"--rim %1 a.png"_s.arg(rim), 2, u"bad rim \"%1\""_s.arg(rim));
     }
-    add(u"--kind palette --indexed a.png"_s, 2, u"249 colours by itself"_s);
+    add(u"--kind palette --indexed a.png"_s, 2, u"already has 249 colors"_s);
     add(u"--kind palette --rim 5 a.png"_s, 2, u"takes no rim"_s);
     add(u"--orientation 2 a.png"_s, 2, u"jpeg-orientation alone"_s);
     add(u"--kind jpeg-orientation --orientation 9 a.jpg"_s, 2, u"bad orientation \"9\""_s);

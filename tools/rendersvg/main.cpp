@@ -1,4 +1,4 @@
-// Renders a vector drawing to a PNG, for the logo and the icons:
+// Renders an SVG file to a PNG file, for the logo and the icons:
 //
 //     render-svg resources/sitelogo.svg 480x240 resources/sitelogo.png
 //
@@ -38,7 +38,7 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     parser.addHelpOption();
     parser.addPositionalArgument(u"source"_s, u"The SVG file."_s);
-    parser.addPositionalArgument(u"size"_s, u"Width and height in pixels, as 480x240."_s);
+    parser.addPositionalArgument(u"size"_s, u"Width and height in pixels, such as 480x240."_s);
     parser.addPositionalArgument(u"target"_s, u"The PNG file."_s);
     parser.process(app);
     const QStringList arguments = parser.positionalArguments();
@@ -47,7 +47,7 @@ int main(int argc, char *argv[])
     }
     const QSize size = parseSize(arguments.at(1));
     if (size.isEmpty()) {
-        return fail(u"not a size: "_s + arguments.at(1));
+        return fail(u"not a size such as 480x240: "_s + arguments.at(1));
     }
 
     QImageReader reader(arguments.at(0), "svg");
@@ -55,10 +55,10 @@ int main(int argc, char *argv[])
     reader.setBackgroundColor(Qt::transparent);
     const QImage image = reader.read();
     if (image.isNull()) {
-        return fail(reader.errorString());
+        return fail(u"%1: cannot read image: %2"_s.arg(arguments.at(0), reader.errorString()));
     }
     if (!image.save(arguments.at(2), "png")) {
-        return fail(u"cannot write "_s + arguments.at(2));
+        return fail(u"%1: cannot write image"_s.arg(arguments.at(2)));
     }
     return 0;
 }

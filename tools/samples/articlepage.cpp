@@ -46,7 +46,7 @@ constexpr std::array codeLines = {
     u"print(f\"most birds at {best}\")",
 };
 
-/// The measures are those of a page 1080 pixels wide.
+/// All lengths in the code are for a page 1080 pixels wide.
 class ArticlePage
 {
 public:
@@ -74,7 +74,7 @@ private:
     ArticleStyle style;
     Random random;
     double scale;
-    int count = 0; // of the blocks so far
+    int count = 0; // blocks so far
 };
 
 void ArticlePage::paint()

@@ -15,8 +15,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The smallest rectangle around the pixels that differ, in coordinates of the
-/// images. Both have the same size and format.
+/// The smallest rectangle around the pixels in which two images of the same size and
+/// format differ.
 QRect changedRect(const QImage &before, const QImage &after)
 {
     const qsizetype bytes = before.depth() / 8;
@@ -44,10 +44,10 @@ QRect changedRect(const QImage &before, const QImage &after)
 QString chineseFamily()
 {
     const QStringList families = QFontDatabase::families(QFontDatabase::SimplifiedChinese);
-    for (const QString &good : {u"Noto Sans CJK SC"_s, u"Source Han Sans SC"_s, u"PingFang SC"_s, u"Microsoft YaHei"_s,
-                                u"WenQuanYi Micro Hei"_s}) {
-        if (families.contains(good)) {
-            return good;
+    for (const QString &family : {u"Noto Sans CJK SC"_s, u"Source Han Sans SC"_s, u"PingFang SC"_s,
+                                  u"Microsoft YaHei"_s, u"WenQuanYi Micro Hei"_s}) {
+        if (families.contains(family)) {
+            return family;
         }
     }
     return families.value(0, QFont().family());
@@ -57,7 +57,7 @@ QFont plainFont(const QString &family, int pixelSize)
 {
     QFont font(family);
     font.setPixelSize(std::max(pixelSize, 6));
-    // Coloured fringes would depend on the desktop's settings.
+    // Subpixel antialiasing would depend on the desktop's settings.
     font.setStyleStrategy(QFont::StyleStrategy(QFont::PreferAntialias | QFont::NoSubpixelAntialias));
     font.setHintingPreference(QFont::PreferNoHinting);
     return font;
@@ -106,7 +106,7 @@ void Band::drawLine(const QString &text, const QFont &font, const QColor &color,
     const QImage before = view.copy(box);
     m_painter.setFont(font);
     m_painter.setPen(color);
-    // The middle of Chinese signs is 0.38 em above the base line.
+    // Chinese characters are centered 0.38 em above the baseline.
     m_painter.drawText(QPointF(x, middle + 0.38 * em), text);
     m_painter.setPen(Qt::NoPen);
     const QRect ink = changedRect(before, view.copy(box));

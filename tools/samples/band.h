@@ -8,8 +8,8 @@
 #include <functional>
 #include <random>
 
-/// Random numbers that are the same with every standard library: the engine is
-/// fixed by the standard, its distributions are not.
+/// Random numbers that are the same with every standard library: the C++ standard
+/// specifies the results of the engine, but not those of distributions.
 class Random
 {
 public:
@@ -26,11 +26,10 @@ private:
     std::mt19937 engine;
 };
 
-/// Some rows of a sample, to be painted together with the first of them as
-/// y 0.
+/// Consecutive rows of a sample, with a painter for which the first row is y 0.
 ///
-/// The raster painter draws nothing beyond 32767 pixels, so a long image can
-/// only be painted piece by piece. A band paints in place, without a copy.
+/// The raster painter draws nothing beyond 32767 pixels, so a long image must be
+/// painted in pieces. A band paints in place, without a copy.
 class Band
 {
 public:
@@ -40,33 +39,33 @@ public:
     int width() const { return view.width(); }
     int height() const { return view.height(); }
 
-    /// Draws one line of text that begins at \a x, centred on row \a middle,
-    /// and notes the pixels it changed as a line of text.
+    /// Draws one line of text that starts at \a x and is vertically centered on
+    /// row \a middle. Adds the rectangle of the changed pixels to the text lines.
     void drawLine(const QString &text, const QFont &font, const QColor &color, double x, double middle);
 
 private:
     Sample &sample;
     int firstRow;
-    QImage view; // of the rows of the sample
+    QImage view; // shares the rows of the sample
     QPainter m_painter;
 };
 
-/// A piece of a page that is never divided.
+/// A part of a page that is painted in one piece.
 struct Block
 {
     int height = 1;
     std::function<void(Band &)> paint;
 };
 
-/// Paints blocks from row \a top downward as long as they fit above row
-/// \a bottom, and spreads the rows that are left over between them.
+/// Paints blocks from row \a top downward as long as they fit above row \a bottom,
+/// and distributes the remaining rows between them.
 void stackBlocks(Sample &sample, int top, int bottom, const std::function<Block()> &nextBlock);
 
-/// A sans serif font with Chinese signs, if the machine has one.
+/// A sans serif font with Chinese characters, if one is installed.
 QFont textFont(int pixelSize, QFont::Weight weight = QFont::Normal);
 QFont codeFont(int pixelSize);
 
-/// Breaks \a text at \a width pixels.
+/// Breaks \a text into lines of at most \a width pixels.
 QStringList brokenLines(const QString &text, const QFont &font, int width);
 
 /// Paints hills; the sky comes from \a seed modulo 5, the hills from all of it.

@@ -38,7 +38,7 @@ const Theme &themeColors(ChatTheme theme)
 struct Message
 {
     Said said;
-    bool first; // of several from the same member
+    bool first; // of consecutive messages from the same member
     QStringList lines;
     quint32 picture;
     QRect body; // in the band
@@ -54,7 +54,7 @@ void paintPhoto(QPainter &painter, const QRectF &rect, int radius, quint32 numbe
     painter.restore();
 }
 
-/// The measures are those of a phone 1080 pixels wide.
+/// All lengths in the code are for a phone 1080 pixels wide.
 class ChatPage
 {
 public:
@@ -89,7 +89,7 @@ private:
     const Theme &colors;
     quint32 seed;
     double scale;
-    size_t position = 0; // in the conversation
+    size_t position = 0; // of the next entry in the conversation
     int lastWho = -1;
     quint32 photos = 0;
 };
@@ -218,7 +218,7 @@ void ChatPage::paintHeader(Band &band) const
     band.drawLine(u"9:41"_s, textFont(px(38), QFont::Bold), colors.text, px(64), px(48));
 
     painter.setBrush(colors.text);
-    for (int i = 0; i < 4; ++i) { // strength of the signal
+    for (int i = 0; i < 4; ++i) { // signal strength
         const int bar = px(12 + 8 * i);
         painter.drawRoundedRect(QRectF(w - px(222 - 15 * i), px(66) - bar, px(10), bar), px(3), px(3));
     }
@@ -290,7 +290,7 @@ void ChatPage::paintAvatar(QPainter &painter, QPointF center, int who) const
     shade.setColorAt(0, ground.lighter(112));
     shade.setColorAt(1, ground.darker(108));
     painter.fillRect(QRectF(center - QPointF(r, r), QSizeF(2 * r, 2 * r)), shade);
-    painter.setBrush(ground.darker(260)); // hair, coat and face of a bust
+    painter.setBrush(ground.darker(260)); // hair, then coat and face
     if (who == 1 || who == 2) {
         painter.drawEllipse(center + QPointF(0, -0.02 * r), 0.46 * r, 0.55 * r);
     } else {
@@ -317,7 +317,7 @@ void ChatPage::paintSmile(QPainter &painter, const QRectF &rect) const
     painter.drawEllipse(center + QPointF(0.6 * r, 0.15 * r), 0.16 * r, 0.11 * r);
     painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(QColor(0x5a3a17), 0.09 * r, Qt::SolidLine, Qt::RoundCap));
-    for (const double x : {-0.36, 0.36}) { // eyes that laugh
+    for (const double x : {-0.36, 0.36}) { // laughing eyes
         painter.drawArc(QRectF(center.x() + x * r - 0.16 * r, center.y() - 0.36 * r, 0.32 * r, 0.34 * r), 0, 180 * 16);
     }
     painter.drawArc(QRectF(center.x() - 0.5 * r, center.y() - 0.42 * r, r, r), 205 * 16, 130 * 16);
@@ -358,7 +358,7 @@ void ChatPage::paintBubble(QPainter &painter, const QRectF &rect, bool own, bool
     QPainterPath path;
     path.setFillRule(Qt::WindingFill);
     path.addRoundedRect(rect, r, r);
-    if (first) { // the corner beside the head is sharp
+    if (first) { // with a sharp corner next to the avatar
         const double s = px(8);
         path.addRoundedRect(QRectF(own ? rect.right() - r : rect.left(), rect.top(), r, r), s, s);
     }

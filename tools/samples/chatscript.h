@@ -9,7 +9,7 @@ struct Said
 
     int who; ///< index into `members`; 0 is the owner of the phone
     What what;
-    const char16_t *text; ///< for Voice the seconds, for Link title and text with a bar between
+    const char16_t *text; ///< for Voice, the seconds; for Link, title and text separated by "|"
 };
 
 constexpr std::array<const char16_t *, 5> members = {u"", u"林晓", u"Emma", u"大川", u"阿宁"};

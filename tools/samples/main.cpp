@@ -19,15 +19,14 @@ int fail(int code, const QString &message)
     return code;
 }
 
-/// What happens to the image after it is painted.
+/// How the image is changed after painting.
 struct Finish
 {
     int rim = 0; // pixels
     bool indexed = false;
 };
 
-/// Reads the options into \a finish; returns what is wrong with them, or
-/// nothing.
+/// Reads options into \a finish. Returns an error message; empty if there is none.
 QString readFinish(const QCommandLineParser &parser, SampleKind kind, Finish &finish)
 {
     bool ok = false;
@@ -37,7 +36,7 @@ QString readFinish(const QCommandLineParser &parser, SampleKind kind, Finish &fi
     }
     finish.indexed = parser.isSet(u"indexed"_s);
     if (kind == SampleKind::Palette && (finish.rim > 0 || finish.indexed)) {
-        return u"the kind palette has 249 colours by itself, and takes no rim"_s;
+        return u"the kind palette already has 249 colors, and takes no rim"_s;
     }
     return {};
 }
@@ -53,8 +52,8 @@ QImage finished(QImage image, const Finish &finish)
     return image;
 }
 
-/// Reads the options into \a params and the operand into \a file; returns what
-/// is wrong with them, or nothing.
+/// Reads options into \a params and the operand into \a file. Returns an error
+/// message; empty if there is none.
 QString readArguments(const QCommandLineParser &parser, SampleParams &params, QString &file)
 {
     const auto kind = sampleKindByName(parser.value(u"kind"_s));
@@ -82,7 +81,7 @@ QString readArguments(const QCommandLineParser &parser, SampleParams &params, QS
     }
     const bool jpeg = params.kind == SampleKind::JpegOrientation;
     if (!jpeg && parser.isSet(u"orientation"_s)) {
-        return u"an orientation is for the kind jpeg-orientation alone"_s;
+        return u"--orientation is for the kind jpeg-orientation alone"_s;
     }
 
     if (parser.positionalArguments().size() != 1) {
@@ -110,12 +109,12 @@ int main(int argc, char *argv[])
     parser.addOptions({
         {u"kind"_s, u"What to paint: %1."_s.arg(sampleKindNames().join(u", "_s)), u"kind"_s, u"chat"_s},
         {u"size"_s, u"Pixels of the image."_s, u"WIDTHxHEIGHT"_s, u"1080x12000"_s},
-        {u"seed"_s, u"Another number gives another image."_s, u"number"_s, u"1"_s},
+        {u"seed"_s, u"Different numbers give different images."_s, u"number"_s, u"1"_s},
         {u"rim"_s, u"Blank rows and columns around the image, 0 to 1000."_s, u"pixels"_s, u"0"_s},
-        {u"indexed"_s, u"Saves the image with 249 colours, in a smaller file."_s},
-        {u"orientation"_s, u"EXIF orientation of a jpeg-orientation, 1 to 8."_s, u"tag"_s, u"1"_s},
+        {u"indexed"_s, u"Saves the image with 249 colors, in a smaller file."_s},
+        {u"orientation"_s, u"EXIF orientation for the kind jpeg-orientation, 1 to 8."_s, u"tag"_s, u"1"_s},
     });
-    parser.addPositionalArgument(u"file"_s, u"The PNG to write, or the JPEG of a jpeg-orientation."_s);
+    parser.addPositionalArgument(u"file"_s, u"The PNG file to write; a JPEG file for the kind jpeg-orientation."_s);
     if (!parser.parse(app.arguments())) {
         return fail(badArguments, parser.errorText());
     }
@@ -126,16 +125,16 @@ int main(int argc, char *argv[])
     SampleParams params;
     QString file;
     Finish finish;
-    QString mistake = readArguments(parser, params, file);
-    if (mistake.isEmpty()) {
-        mistake = readFinish(parser, params.kind, finish);
+    QString error = readArguments(parser, params, file);
+    if (error.isEmpty()) {
+        error = readFinish(parser, params.kind, finish);
     }
-    if (!mistake.isEmpty()) {
-        return fail(badArguments, mistake);
+    if (!error.isEmpty()) {
+        return fail(badArguments, error);
     }
     const QImage image = finished(makeSampleImage(params), finish);
     if (image.isNull()) {
-        return fail(writeFailure, u"no memory for an image of this size"_s);
+        return fail(writeFailure, u"not enough memory for an image of this size"_s);
     }
     QString reason;
     if (!writeSampleImage(image, params, file, &reason)) {

@@ -2,15 +2,15 @@
 
 #include "samples/sampleimage.h"
 
-// The pages with text. The image of the sample is already allocated; the
-// functions fill it and append the lines of text.
+// The kinds of samples with text. The image of the sample must be allocated; the
+// functions paint it and add its text lines.
 
 enum class ChatTheme { Light, Dark };
 void paintChat(Sample &sample, quint32 seed, ChatTheme theme);
 
 enum class ArticleStyle {
     Illustrated, ///< with pictures, quotes and code
-    Cutout, ///< the same, with transparent columns left and right
+    Cutout, ///< the same, with transparent columns on the left and right
     TextOnly,
 };
 void paintArticle(Sample &sample, quint32 seed, ArticleStyle style);

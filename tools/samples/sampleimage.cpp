@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int maxWidth = 10000; // keeps every block of a page far below the painter's limit
+constexpr int maxWidth = 10000; // so that every block of a page is far below the painter's limit
 
 constexpr std::array<std::pair<const char *, SampleKind>, 10> kindNames = {{
     {"chat", SampleKind::Chat},
@@ -58,7 +58,7 @@ void fillPixels(QImage &image, Color color)
     }
 }
 
-/// The smooth colour of a pixel, from integers alone.
+/// The color of a pixel in a smooth gradient, computed only with integers.
 QRgb gradientColor(const QImage &image, int x, int y, quint32 seed)
 {
     const int across = x * 255 / std::max(1, image.width() - 1);
@@ -78,7 +78,7 @@ void fillNoise(QImage &image, quint32 seed)
     fillPixels(image, [&random](int, int) { return 0xff000000 | random.next(); });
 }
 
-/// Fields a third of the image wide and 256 rows high.
+/// Paints rectangles a third of the image wide and 256 rows high.
 void fillAlpha(QImage &image, quint32 seed)
 {
     constexpr std::array alphas = {255U, 128U, 0U};
@@ -103,7 +103,7 @@ void fillCorners(QImage &image, quint32 seed)
     });
 }
 
-/// The raster which the EXIF \a orientation turns into \a upright.
+/// The stored image that a reader turns into \a upright by the EXIF \a orientation.
 QImage storedRaster(const QImage &upright, int orientation)
 {
     const QTransform clockwise = QTransform().rotate(90);
@@ -128,8 +128,8 @@ QImage storedRaster(const QImage &upright, int orientation)
     }
 }
 
-/// Puts an APP1 segment with nothing but the orientation tag behind the JFIF
-/// segment of \a jpeg.
+/// Inserts an APP1 segment with only the orientation tag after the JFIF segment of
+/// \a jpeg.
 void insertOrientation(QByteArray &jpeg, int orientation)
 {
     QByteArray segment = QByteArray::fromHex("ffe10022" // marker, length
@@ -137,7 +137,7 @@ void insertOrientation(QByteArray &jpeg, int orientation)
                                              "49492a0008000000" // little endian TIFF, first directory at 8
                                              "0100" // one entry
                                              "1201030001000000" // tag 0x0112, one 16-bit number
-                                             "00000000" // the orientation, then nothing
+                                             "00000000" // the orientation, then padding
                                              "00000000"); // no further directory
     segment[28] = static_cast<char>(orientation);
     const auto byteAt = [&jpeg](qsizetype at) { return static_cast<uchar>(jpeg.at(at)); };
@@ -221,7 +221,7 @@ QImage makeSampleImage(const SampleParams &params)
 
 QImage toPalette(const QImage &image)
 {
-    // A transparent entry, a 6 x 6 x 6 cube of colours, and grays for the edges of letters.
+    // A transparent entry, a 6 x 6 x 6 color cube, and grays for the edges of letters.
     constexpr int cubeStart = 1;
     constexpr int grayStart = cubeStart + 216;
     constexpr int grays = 32;

@@ -11,15 +11,15 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::array titles = {u"日期 Date", u"地点 Place", u"鸟类 Bird", u"数量", u"天气", u"备注 Note"};
-constexpr std::array edges = {0.0, 0.17, 0.39, 0.58, 0.66, 0.75, 1.0}; // of the columns, shares of the table's width
+constexpr std::array edges = {0.0, 0.17, 0.39, 0.58, 0.66, 0.75, 1.0}; // of the columns, as shares of the table's width
 constexpr std::array places = {u"旧桥 Old bridge", u"渡口 Ferry", u"磨坊 The mill", u"芦苇荡 Reeds", u"船闸 Lock"};
 constexpr std::array birds = {u"白鹭 Egret", u"翠鸟 Kingfisher", u"苍鹭 Heron", u"绿头鸭 Mallard", u"燕子 Swallow"};
 constexpr std::array weathers = {u"晴", u"多云", u"小雨", u"雾"};
 constexpr std::array notes = {u"", u"两只幼鸟 two young", u"在飞 in flight", u"清晨 early", u""};
 
-constexpr int rowsOfGroup = 24; // then the titles stand again
+constexpr int rowsPerHeading = 24; // then the titles are repeated
 
-/// The measures are those of a page 1080 pixels wide.
+/// All lengths in the code are for a page 1080 pixels wide.
 class TablePage
 {
 public:
@@ -44,7 +44,7 @@ private:
     Sample &sample;
     Random random;
     double scale;
-    int count = 0; // of the rows so far
+    int count = 0; // rows so far
 };
 
 template <typename Texts>
@@ -57,7 +57,7 @@ Block TablePage::nextRow()
 {
     const int row = count++;
     QStringList cells;
-    if (row % (rowsOfGroup + 1) == 0) {
+    if (row % (rowsPerHeading + 1) == 0) {
         for (const char16_t *title : titles) {
             cells.append(QString::fromUtf16(title));
         }

@@ -9,8 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Steps the margin of every page of \a scene by \a step and stores the result
-/// of the last step. The other layout keeps its margin until a rebuild.
+/// Calls \a step, which changes the margin, on every page of \a scene and stores the
+/// last result. The other layout keeps its margins until a rebuild.
 void stepMargins(const QGraphicsScene *scene, unsigned int (PreviewItem::*step)())
 {
     unsigned int percent = 0;
