@@ -1,7 +1,9 @@
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/dialoganswer.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "ui/mainview.h"
 #include "ui/popup.h"
 #include "ui/windowaccess.h"
@@ -139,7 +141,7 @@ void TestBusyPointer::showsWhileAFileIsExported()
     const QString path = QDir::current().filePath(u"busy.pdf"_s);
     QFile::remove(path); // or the dialog would ask a question
     bool wasCalm = false;
-    onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
+    const NextDialog answer = onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
         wasCalm = !isBusy();
         dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
         static_cast<QDialog *>(dialog)->accept();
@@ -160,7 +162,7 @@ void TestBusyPointer::showsWhileADocumentIsPrinted()
     pagesOf(window).first()->scene()->addItem(new WatchingPage(stripsOf(window).first(), busyCalls));
     const QString path = QDir::current().filePath(u"busy-print.pdf"_s);
     bool wasCalm = false;
-    onNextDialog<QPrintDialog>([&](QPrintDialog *dialog) {
+    const NextDialog answer = onNextDialog<QPrintDialog>([&](QPrintDialog *dialog) {
         wasCalm = !isBusy();
         auto *printers = dialog->findChild<QComboBox *>(u"printers"_s);
         printers->setCurrentIndex(printers->count() - 1); // the PDF file
