@@ -52,9 +52,9 @@ class Elf:
 
 
 def compile_commands():
-    """The compiler's call for each source of the library and of the programs."""
+    """The source and compiler command of each source of the libraries and programs."""
     for entry in json.loads(pathlib.Path(os.environ["QUILLMARCH_COMMANDS"]).read_text()):
-        if re.search(r" -o \S*/(quillmarch|quillmarch-batch|quillmarch_core)\.dir/(?!.*autogen)", entry["command"]):
+        if re.search(r" -o (\S*/)?src/(\w+/)?CMakeFiles/[\w-]+\.dir/(?!.*autogen)", entry["command"]):
             yield entry["file"], entry["command"].split()
 
 
