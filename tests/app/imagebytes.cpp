@@ -1,8 +1,10 @@
 #include "imagebytes.h"
 
-#include <QBuffer>
+#include "support/pictures.h"
+
 #include <QColor>
 #include <QDataStream>
+#include <QIODevice>
 
 namespace {
 
@@ -55,18 +57,18 @@ QByteArray headerOfPpm(int width, int height)
 
 QByteArray gifOf(const QImage &image)
 {
-    constexpr int colours = 128;
+    constexpr int colors = 128;
     constexpr char clearCode = char(0x80);
     constexpr char endCode = char(0x81);
-    constexpr int pixelsPerClear = 100; // few enough for the codes to stay eight bits long
+    constexpr int pixelsPerClear = 100; // few enough to keep the codes at eight bits
     QByteArray palette;
     int transparent = -1;
-    for (int i = 0; i < colours; ++i) {
-        const QRgb colour = i < image.colorCount() ? image.color(i) : 0;
-        palette += char(qRed(colour));
-        palette += char(qGreen(colour));
-        palette += char(qBlue(colour));
-        if (i < image.colorCount() && qAlpha(colour) == 0) {
+    for (int i = 0; i < colors; ++i) {
+        const QRgb color = i < image.colorCount() ? image.color(i) : 0;
+        palette += char(qRed(color));
+        palette += char(qGreen(color));
+        palette += char(qBlue(color));
+        if (i < image.colorCount() && qAlpha(color) == 0) {
             transparent = i;
         }
     }
@@ -115,23 +117,20 @@ QByteArray tgaOf(const QImage &image)
 
 QByteArray mngOf(const QImage &image)
 {
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
+    const QByteArray png = encodedPicture(image, "PNG");
     const QByteArray size = number32(quint32(image.width())) + number32(quint32(image.height()));
     const QByteArray header = size + number32(1000) + number32(1) + number32(1) + number32(0) + number32(1);
     return QByteArray("\x8AMNG\r\n\x1a\n", 8) + chunk("MHDR", header) + png.mid(8) + chunk("MEND", {});
 }
 
-QByteArray svgOf(int side, const QList<QRgb> &colours)
+QByteArray svgOf(int side, const QList<QRgb> &colors)
 {
     const QByteArray length = QByteArray::number(side);
     const QByteArray twice = QByteArray::number(2 * side);
     QByteArray file = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + twice + "\" height=\"" + twice + "\">";
-    for (qsizetype i = 0; i < colours.size(); ++i) {
+    for (qsizetype i = 0; i < colors.size(); ++i) {
         file += "<rect x=\"" + QByteArray::number(i % 2 * side) + "\" y=\"" + QByteArray::number(i / 2 * side)
-            + "\" width=\"" + length + "\" height=\"" + length + "\" fill=\"" + QColor(colours.at(i)).name().toLatin1()
+            + "\" width=\"" + length + "\" height=\"" + length + "\" fill=\"" + QColor(colors.at(i)).name().toLatin1()
             + "\"/>";
     }
     return file + "</svg>";
@@ -139,7 +138,7 @@ QByteArray svgOf(int side, const QList<QRgb> &colours)
 
 QByteArray gzipOf(const QByteArray &bytes)
 {
-    const QByteArray deflated = qCompress(bytes); // four bytes of length, two of header, the data, four of checksum
+    const QByteArray deflated = qCompress(bytes); // 4 bytes length, 2 bytes header, data, 4 bytes checksum
     return QByteArray("\x1f\x8b\x08\x00\x00\x00\x00\x00\x00\x03", 10) + deflated.mid(6, deflated.size() - 10)
         + littleEndian(crc32(bytes), quint32(bytes.size()));
 }

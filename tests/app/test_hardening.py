@@ -1,6 +1,6 @@
-"""Reads the built program and proves that it was built with the protections of cmake/hardening.cmake.
+"""Checks that the program was built with the protections of cmake/hardening.cmake.
 
-The program goes by QUILLMARCH_PROGRAM; QUILLMARCH_COMMANDS is compile_commands.json.
+QUILLMARCH_PROGRAM is the path of the program, QUILLMARCH_COMMANDS is compile_commands.json.
 """
 
 import json
@@ -23,7 +23,7 @@ class Elf:
     def __init__(self, path):
         self.data = pathlib.Path(path).read_bytes()
         if self.data[:6] != b"\x7fELF\x02\x01":
-            raise ValueError(f"{path} is no 64-bit little-endian ELF file")
+            raise ValueError(f"{path} is not a 64-bit little-endian ELF file")
         self.type, = struct.unpack_from("<H", self.data, 16)
         start, = struct.unpack_from("<Q", self.data, 32)
         size, count = struct.unpack_from("<HH", self.data, 54)
@@ -48,13 +48,13 @@ class Elf:
             if start <= address < start + length:
                 table = self.data[offset + address - start:][:size]
                 return set(table.decode().split("\0"))
-        raise ValueError("the table of names lies in no segment")
+        raise ValueError("the string table is not in any segment")
 
 
 def compile_commands():
-    """The compiler's call for each source of the library and of the programs."""
+    """The source and compiler command of each source of the libraries and programs."""
     for entry in json.loads(pathlib.Path(os.environ["QUILLMARCH_COMMANDS"]).read_text()):
-        if re.search(r" -o \S*/(quillmarch|quillmarch-batch|quillmarch_core)\.dir/(?!.*autogen)", entry["command"]):
+        if re.search(r" -o (\S*/)?src/(\w+/)?CMakeFiles/[\w-]+\.dir/(?!.*autogen)", entry["command"]):
             yield entry["file"], entry["command"].split()
 
 

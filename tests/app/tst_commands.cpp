@@ -2,8 +2,10 @@
 #include "app/settings.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 
@@ -54,9 +56,9 @@ private slots:
 
     void stepsTheMargin_data();
     void stepsTheMargin();
-    void storesTheMarginAlsoUnchanged();
-    void stepsAllPagesOfTheShownLayout();
-    void leavesTheOtherLayout();
+    void storesAnUnchangedMarginToo();
+    void stepsAllPagesOfTheCurrentLayout();
+    void keepsTheOtherLayout();
     void twoColumnPagesStepFromTheirOwnValue();
     void marginStepKeepsStripsCutsAndScenes();
     void marginStepKeepsTheSelection();
@@ -126,7 +128,7 @@ void TestCommands::stepsTheMargin()
     QCOMPARE(percentsOf(window), QList<double>(5, percent));
 }
 
-void TestCommands::storesTheMarginAlsoUnchanged()
+void TestCommands::storesAnUnchangedMarginToo()
 {
     for (const auto &[margin, step] :
          {std::pair(u"0"_s, "decreaseMarginAction"), std::pair(u"30"_s, "increaseMarginAction")}) {
@@ -139,7 +141,7 @@ void TestCommands::storesTheMarginAlsoUnchanged()
     }
 }
 
-void TestCommands::stepsAllPagesOfTheShownLayout()
+void TestCommands::stepsAllPagesOfTheCurrentLayout()
 {
     MainWindow window;
     window.loadImageFile(path);
@@ -148,7 +150,7 @@ void TestCommands::stepsAllPagesOfTheShownLayout()
     QCOMPARE(percentsOf(window), QList<double>(2, 15));
 }
 
-void TestCommands::leavesTheOtherLayout()
+void TestCommands::keepsTheOtherLayout()
 {
     MainWindow window;
     window.loadImageFile(path);
@@ -224,7 +226,7 @@ void TestCommands::pageNumberSwitchRepaintsAllPages()
     window.show();
     window.loadImageFile(path);
     const QGraphicsScene *scene = leftViewOf(window)->scene();
-    QCoreApplication::processEvents(); // what the open has left
+    QCoreApplication::processEvents(); // handle what opening has posted
     QSignalSpy spy(scene, &QGraphicsScene::changed);
     trigger(window, "pageNumAction");
     QTRY_VERIFY(!spy.isEmpty());

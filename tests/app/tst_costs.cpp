@@ -1,14 +1,15 @@
-// What a command costs, where that can be counted: large allocations, which
-// stand for copies of pixels, and repaints. A change that brings a copy back
-// fails here, without a clock.
+// Costs of commands that can be counted instead of timed: repaints, and large
+// allocations, each of which is a copy of pixels.
 
 #include "app/mainwindow.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
 #include "pixels/blankborders.h"
 #include "pixels/cutscan.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 
@@ -97,7 +98,7 @@ private:
     QWidget *viewport;
 };
 
-/// What is left to paint is painted, and nothing more comes.
+/// Handles all pending paint events.
 void settle()
 {
     for (int i = 0; i < 5; ++i) {
@@ -193,8 +194,7 @@ void TestCosts::cutSearchCopiesNothing_data()
 void TestCosts::cutSearchCopiesNothing()
 {
     QFETCH(int, format);
-    const QPixmap pixmap =
-        QPixmap::fromImage(textPicture(width, height).convertToFormat(QImage::Format(format)), Qt::NoFormatConversion);
+    const QPixmap pixmap = keptPixmap(textPicture(width, height).convertToFormat(QImage::Format(format)));
     int row = -1;
     const QRect window(0, 100, width, height - 200);
     QCOMPARE(allocationsDuring([&] { row = brightestRow(pixmap, window); }), 0);
@@ -208,13 +208,13 @@ void TestCosts::trimNeedsNoGrayImage()
                  const GrayScan scan(image);
                  QVERIFY(contentBounds(scan, inkThreshold(scan.histogram())).has_value());
              }),
-             1); // the table of colours
+             1); // the color table
 }
 
 void TestCosts::repaintCopiesNothing()
 {
     MainWindow window;
-    window.resize(2600, 900); // wide, so that no view scales below a half: that takes memory of the toolkit's own
+    window.resize(2600, 900); // wide: below a scale of one half, Qt allocates memory
     window.loadImageFile(picture);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
@@ -240,8 +240,8 @@ void TestCosts::exportCopiesNoBand()
         QPainter painter(&printer);
         draw(&painter, &printer);
     };
-    // The toolkit takes memory for each picture that it encodes. So must a
-    // plain drawing of the same bands from images that exist already.
+    // Qt allocates memory for each image that it encodes. Drawing the same
+    // bands from existing images must allocate as much.
     QList<QImage> bands;
     for (const PageItem *strip : strips) {
         bands.append(source.copy(strip->sourceRect().toRect() & source.rect()));
@@ -306,7 +306,7 @@ void TestCosts::dragPaintsThePairAlone()
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     MainView *view = mainViewOf(window);
     const QList<PageItem *> strips = stripsOf(window);
-    PageItem *upper = strips.at(0); // whose page is in view
+    PageItem *upper = strips.at(0); // its page is visible
     view->centerOn(upper->mapToScene(upper->handleRect().center()));
     settle();
 
@@ -326,7 +326,7 @@ void TestCosts::dragPaintsThePairAlone()
     send(QEvent::MouseMove, grip + QPoint(0, 12), Qt::LeftButton);
     settle();
     QCOMPARE(main.count, 1);
-    QCOMPARE(left.count, 0); // the pages follow at the release
+    QCOMPARE(left.count, 0); // pages are updated on release
     const QRectF pair = upper->sceneBoundingRect() | upper->nextItem()->sceneBoundingRect();
     const QRect allowed = view->mapFromScene(pair).boundingRect().adjusted(-4, -4, 4, 4);
     QVERIFY(allowed.contains(main.region.boundingRect() & view->viewport()->rect()));

@@ -2,12 +2,14 @@
 #include "imagebytes.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "ui/mainview.h"
 
 #include <QAction>
-#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QGraphicsScene>
@@ -32,42 +34,31 @@ constexpr int side = 32; // of one square of the test picture, in pixels
 constexpr QSize pictureSize(2 * side, 2 * side);
 const QString failure = u"不支持的图片格式或文件已损坏"_s;
 
-const QList<QRgb> squareColours{qRgb(200, 30, 40), qRgb(240, 240, 240), qRgb(30, 40, 180), qRgb(60, 160, 60)};
+const QList<QRgb> squareColors{qRgb(200, 30, 40), qRgb(240, 240, 240), qRgb(30, 40, 180), qRgb(60, 160, 60)};
 const QList<QRgb> blackAndWhite{qRgb(0, 0, 0), qRgb(255, 255, 255), qRgb(255, 255, 255), qRgb(0, 0, 0)};
 
 /// Four squares: upper left and right, lower left and right.
-QImage squares(const QList<QRgb> &colours, QImage::Format format = QImage::Format_RGB32)
+QImage squares(const QList<QRgb> &colors, QImage::Format format = QImage::Format_RGB32)
 {
     QImage image(pictureSize, format);
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
-            image.setPixel(x, y, colours.at(y / side * 2 + x / side));
+            image.setPixel(x, y, colors.at(y / side * 2 + x / side));
         }
     }
     return image;
 }
 
-QImage paletteSquares(const QList<QRgb> &colours)
+QImage paletteSquares(const QList<QRgb> &colors)
 {
     QImage image(pictureSize, QImage::Format_Indexed8);
-    image.setColorTable(colours);
+    image.setColorTable(colors);
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
             image.setPixel(x, y, uint(y / side * 2 + x / side));
         }
     }
     return image;
-}
-
-QByteArray written(const QImage &image, const char *format)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    if (!image.save(&buffer, format)) {
-        qFatal("Cannot write the format %s", format);
-    }
-    return bytes;
 }
 
 QStringList enabledActions(const MainWindow &window)
@@ -91,15 +82,15 @@ class TestLoadImage : public QObject
 private slots:
     void cleanup();
 
-    void allocationLimitFollowsTheStatedSize_data();
-    void allocationLimitFollowsTheStatedSize();
+    void allocationLimitFollowsTheDeclaredSize_data();
+    void allocationLimitFollowsTheDeclaredSize();
     void allocationLimitIsHighForUnknownSize_data();
     void allocationLimitIsHighForUnknownSize();
-    void pdfNameLeavesTheAllocationLimit();
+    void pdfNameKeepsTheAllocationLimit();
 
     void refusesPdfByItsName_data();
     void refusesPdfByItsName();
-    void looksAtTheNameOnlyForPdf();
+    void checksTheSuffixOnlyForPdf();
     void needsElevenPixelsOnASide_data();
     void needsElevenPixelsOnASide();
     void turnsUpright_data();
@@ -109,15 +100,15 @@ private slots:
     void readsTheFormatFromTheContent();
     void findsAFileWithoutItsSuffix();
     void readsScaledNameAtFullSize();
-    void paletteKeepsItsColours_data();
-    void paletteKeepsItsColours();
+    void paletteKeepsItsColors_data();
+    void paletteKeepsItsColors();
     void paletteCutsAtItsBrightRow();
     void refusesFile_data();
     void refusesFile();
     void pipeDoesNotHang();
     void failedOpenKeepsThePages_data();
     void failedOpenKeepsThePages();
-    void trimOfNoSourceIsSilent();
+    void trimWithoutASourceIsSilent();
     void trimOfARefusedImageKeepsThePages();
     void goodOpenEndsTheDetachedState();
 };
@@ -127,7 +118,7 @@ void TestLoadImage::cleanup()
     clearConfigValues();
 }
 
-void TestLoadImage::allocationLimitFollowsTheStatedSize_data()
+void TestLoadImage::allocationLimitFollowsTheDeclaredSize_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<int>("limit");
@@ -136,8 +127,8 @@ void TestLoadImage::allocationLimitFollowsTheStatedSize_data()
     };
     add(1, 1, 256);
     add(1080, 50000, 256);
-    add(1024, 57344, 256); // 224 MiB to the byte
-    add(1024, 57345, 257); // a part of one more
+    add(1024, 57344, 256); // exactly 224 MiB
+    add(1024, 57345, 257); // a fraction of a MiB more
     add(2000, 60000, 490);
     add(4000, 100000, 1558);
     add(60000, 60000, 13765);
@@ -148,7 +139,7 @@ void TestLoadImage::allocationLimitFollowsTheStatedSize_data()
                                    << greatest;
 }
 
-void TestLoadImage::allocationLimitFollowsTheStatedSize()
+void TestLoadImage::allocationLimitFollowsTheDeclaredSize()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(int, limit);
@@ -178,11 +169,11 @@ void TestLoadImage::allocationLimitIsHighForUnknownSize()
     QCOMPARE(QImageReader::allocationLimit(), 1024);
 }
 
-void TestLoadImage::pdfNameLeavesTheAllocationLimit()
+void TestLoadImage::pdfNameKeepsTheAllocationLimit()
 {
     QImageReader::setAllocationLimit(77);
     MainWindow window;
-    window.loadImageFile(savedPicture(squares(squareColours), u"picture.pdf"_s, "PNG"));
+    window.loadImageFile(savedPicture(squares(squareColors), u"picture.pdf"_s, "PNG"));
     QCOMPARE(QImageReader::allocationLimit(), 77);
 }
 
@@ -197,18 +188,18 @@ void TestLoadImage::refusesPdfByItsName_data()
 void TestLoadImage::refusesPdfByItsName()
 {
     QFETCH(QString, name);
-    const QString path = savedPicture(squares(squareColours), name, "PNG");
+    const QString path = savedPicture(squares(squareColors), name, "PNG");
     MainWindow window;
     window.loadImageFile(path);
     QCOMPARE(toastText(window), failure);
     QVERIFY(stripsOf(window).isEmpty());
 }
 
-void TestLoadImage::looksAtTheNameOnlyForPdf()
+void TestLoadImage::checksTheSuffixOnlyForPdf()
 {
     for (const QString &name : {u"a.pdf.png"_s, u"a.pdfx.png"_s, u"pdf.png"_s}) {
         MainWindow window;
-        window.loadImageFile(savedPicture(squares(squareColours), name, "PNG"));
+        window.loadImageFile(savedPicture(squares(squareColors), name, "PNG"));
         QCOMPARE(toastText(window), QString());
         QCOMPARE(stripsOf(window).size(), 1);
     }
@@ -247,7 +238,8 @@ void TestLoadImage::needsElevenPixelsOnASide()
 void TestLoadImage::turnsUpright_data()
 {
     QTest::addColumn<int>("orientation");
-    QTest::addColumn<QList<int>>("corners"); // which stored square stands upper left and right, lower left and right
+    QTest::addColumn<QList<int>>(
+        "corners"); // index of the stored square at the upper left and right, lower left and right
     QTest::newRow("1 as stored") << 1 << QList<int>{0, 1, 2, 3};
     QTest::newRow("2 mirrored") << 2 << QList<int>{1, 0, 3, 2};
     QTest::newRow("3 upside down") << 3 << QList<int>{3, 2, 1, 0};
@@ -262,17 +254,17 @@ void TestLoadImage::turnsUpright()
 {
     QFETCH(int, orientation);
     QFETCH(QList<int>, corners);
-    const QSize stored(2 * side, 4 * side); // higher than wide, so that the turn shows in the size also
-    const QImage image = squares(squareColours).scaled(stored);
+    const QSize stored(2 * side, 4 * side); // not square, so that the size shows the rotation, too
+    const QImage image = squares(squareColors).scaled(stored);
     const QSize upright = orientation >= 5 ? stored.transposed() : stored;
 
     MainWindow window;
     window.setAutoPage(false);
-    window.loadImageFile(savedBytes(withOrientation(written(image, "JPG"), orientation), u"turned.jpg"_s));
+    window.loadImageFile(savedBytes(withOrientation(encodedPicture(image, "JPG"), orientation), u"turned.jpg"_s));
     QCOMPARE(mainViewOf(window)->scene()->sceneRect().width(), double(upright.width()));
     QImage expected(2, 2, QImage::Format_RGB32);
     for (int i = 0; i < 4; ++i) {
-        expected.setPixel(i % 2, i / 2, squareColours.at(corners.at(i)));
+        expected.setPixel(i % 2, i / 2, squareColors.at(corners.at(i)));
     }
     const QImage shown = shownPicture(window, upright);
     QImage actual(2, 2, QImage::Format_RGB32);
@@ -287,47 +279,49 @@ void TestLoadImage::turnsUpright()
 void TestLoadImage::readsFormat_data()
 {
     QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QList<QRgb>>("colours");
+    QTest::addColumn<QList<QRgb>>("colors");
     const QList<QByteArray> readable = QImageReader::supportedImageFormats();
     for (const char *format :
          {"png", "bmp", "ppm", "xpm", "jpg", "jpeg", "webp", "tif", "tiff", "ico", "cur", "icns"}) {
         if (readable.contains(format) && QImageWriter::supportedImageFormats().contains(format)) {
-            QTest::newRow(format) << written(squares(squareColours), format) << squareColours;
+            QTest::newRow(format) << encodedPicture(squares(squareColors), format) << squareColors;
         }
     }
     for (const char *format : {"pbm", "xbm", "wbmp", "pgm"}) {
         if (readable.contains(format) && QImageWriter::supportedImageFormats().contains(format)) {
-            QTest::newRow(format) << written(squares(blackAndWhite).convertToFormat(QImage::Format_Mono), format)
+            QTest::newRow(format) << encodedPicture(squares(blackAndWhite).convertToFormat(QImage::Format_Mono), format)
                                   << blackAndWhite;
         }
     }
     const auto add = [&readable](const char *format, const QByteArray &bytes) {
         if (readable.contains(format)) {
-            QTest::newRow(format) << bytes << squareColours;
+            QTest::newRow(format) << bytes << squareColors;
         }
     };
-    add("gif", gifOf(paletteSquares(squareColours)));
-    add("tga", tgaOf(squares(squareColours)));
-    add("mng", mngOf(squares(squareColours)));
-    add("svg", svgOf(side, squareColours));
-    add("svgz", gzipOf(svgOf(side, squareColours)));
-    const auto grayLevel = [](QRgb colour) { return qRgb(qGray(colour), qGray(colour), qGray(colour)); };
+    add("gif", gifOf(paletteSquares(squareColors)));
+    add("tga", tgaOf(squares(squareColors)));
+    add("mng", mngOf(squares(squareColors)));
+    add("svg", svgOf(side, squareColors));
+    add("svgz", gzipOf(svgOf(side, squareColors)));
+    const auto grayLevel = [](QRgb color) { return qRgb(qGray(color), qGray(color), qGray(color)); };
     QList<QRgb> grays;
-    std::transform(squareColours.begin(), squareColours.end(), std::back_inserter(grays), grayLevel);
+    std::transform(squareColors.begin(), squareColors.end(), std::back_inserter(grays), grayLevel);
     for (const auto &[name, format] : {std::pair("PNG in 8-bit gray", QImage::Format_Grayscale8),
                                        std::pair("PNG in 16-bit gray", QImage::Format_Grayscale16)}) {
-        QTest::newRow(name) << written(squares(grays).convertToFormat(format), "PNG") << grays;
+        QTest::newRow(name) << encodedPicture(squares(grays).convertToFormat(format), "PNG") << grays;
     }
-    QTest::newRow("PNG in 64 bits") << written(squares(squareColours).convertToFormat(QImage::Format_RGBA64), "PNG")
-                                    << squareColours;
-    QTest::newRow("PNG with alpha") << written(squares(squareColours).convertToFormat(QImage::Format_ARGB32), "PNG")
-                                    << squareColours;
+    QTest::newRow("PNG in 64 bits") << encodedPicture(squares(squareColors).convertToFormat(QImage::Format_RGBA64),
+                                                      "PNG")
+                                    << squareColors;
+    QTest::newRow("PNG with alpha") << encodedPicture(squares(squareColors).convertToFormat(QImage::Format_ARGB32),
+                                                      "PNG")
+                                    << squareColors;
 }
 
 void TestLoadImage::readsFormat()
 {
     QFETCH(QByteArray, bytes);
-    QFETCH(QList<QRgb>, colours);
+    QFETCH(QList<QRgb>, colors);
     MainWindow window;
     window.loadImageFile(
         savedBytes(bytes, u"picture."_s + QString::fromLatin1(QTest::currentDataTag()).section(u' ', 0, 0)));
@@ -337,7 +331,7 @@ void TestLoadImage::readsFormat()
     for (int i = 0; i < 4; ++i) {
         const QRect middle(i % 2 * side + side / 4, i / 2 * side + side / 4, side / 2, side / 2);
         QImage expected(middle.size(), QImage::Format_RGB32);
-        expected.fill(colours.at(i));
+        expected.fill(colors.at(i));
         QCOMPARE(firstDifference(shown.copy(middle), expected, 8), QString());
     }
 }
@@ -345,18 +339,18 @@ void TestLoadImage::readsFormat()
 void TestLoadImage::readsTheFormatFromTheContent()
 {
     MainWindow window;
-    window.loadImageFile(savedPicture(squares(squareColours), u"really.png.jpg"_s, "BMP"));
-    QCOMPARE(firstDifference(shownPicture(window, pictureSize), squares(squareColours)), QString());
+    window.loadImageFile(savedPicture(squares(squareColors), u"really.png.jpg"_s, "BMP"));
+    QCOMPARE(firstDifference(shownPicture(window, pictureSize), squares(squareColors)), QString());
     window.loadImageFile(savedPicture(squares(blackAndWhite), u"no suffix"_s, "PNG"));
     QCOMPARE(firstDifference(shownPicture(window, pictureSize), squares(blackAndWhite)), QString());
 }
 
 void TestLoadImage::findsAFileWithoutItsSuffix()
 {
-    const QString path = savedPicture(squares(squareColours), u"found.png"_s);
+    const QString path = savedPicture(squares(squareColors), u"found.png"_s);
     MainWindow window;
     window.loadImageFile(path.chopped(4));
-    QCOMPARE(firstDifference(shownPicture(window, pictureSize), squares(squareColours)), QString());
+    QCOMPARE(firstDifference(shownPicture(window, pictureSize), squares(squareColors)), QString());
 }
 
 void TestLoadImage::readsScaledNameAtFullSize()
@@ -370,25 +364,25 @@ void TestLoadImage::readsScaledNameAtFullSize()
     QCOMPARE(firstDifference(shownPicture(window, QSize(200, 285)), image.copy(0, 0, 200, 285)), QString());
 }
 
-void TestLoadImage::paletteKeepsItsColours_data()
+void TestLoadImage::paletteKeepsItsColors_data()
 {
     QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QImage::Format>("format"); // as read; the GIF reader expands its palette
+    QTest::addColumn<QImage::Format>("format"); // after reading; the GIF reader expands the palette
     QTest::addColumn<bool>("transparent"); // the lower left square
-    QList<QRgb> withHole = squareColours;
+    QList<QRgb> withHole = squareColors;
     withHole[2] = qRgba(0, 0, 0, 0);
     for (const bool transparent : {false, true}) {
-        const QImage image = paletteSquares(transparent ? withHole : squareColours);
+        const QImage image = paletteSquares(transparent ? withHole : squareColors);
         const char *suffix = transparent ? " with transparency" : "";
-        QTest::addRow("png%s", suffix) << written(image, "PNG") << QImage::Format_Indexed8 << transparent;
+        QTest::addRow("png%s", suffix) << encodedPicture(image, "PNG") << QImage::Format_Indexed8 << transparent;
         QTest::addRow("gif%s", suffix) << gifOf(image) << (transparent ? QImage::Format_ARGB32 : QImage::Format_RGB32)
                                        << transparent;
     }
-    QTest::newRow("bmp") << written(paletteSquares(squareColours), "BMP") << QImage::Format_Indexed8 << false;
-    QTest::newRow("tiff") << written(paletteSquares(squareColours), "TIFF") << QImage::Format_Indexed8 << false;
+    QTest::newRow("bmp") << encodedPicture(paletteSquares(squareColors), "BMP") << QImage::Format_Indexed8 << false;
+    QTest::newRow("tiff") << encodedPicture(paletteSquares(squareColors), "TIFF") << QImage::Format_Indexed8 << false;
 }
 
-void TestLoadImage::paletteKeepsItsColours()
+void TestLoadImage::paletteKeepsItsColors()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(QImage::Format, format);
@@ -398,7 +392,7 @@ void TestLoadImage::paletteKeepsItsColours()
     window.resize(900, 700);
     window.show();
     window.loadImageFile(savedBytes(bytes, u"palette.image"_s));
-    QImage expected = squares(squareColours);
+    QImage expected = squares(squareColors);
     if (transparent) {
         QPainter(&expected).fillRect(0, side, side, side, Qt::magenta);
     }
@@ -409,7 +403,7 @@ void TestLoadImage::paletteKeepsItsColours()
     for (int i = 0; i < 4; ++i) {
         const QPoint at = view->mapFromScene(QPointF(i % 2 * side + side / 2, i / 2 * side + side / 2));
         const QRgb ground = qRgb(150, 150, 150);
-        QCOMPARE(screen.pixel(at), transparent && i == 2 ? ground : squareColours.at(i));
+        QCOMPARE(screen.pixel(at), transparent && i == 2 ? ground : squareColors.at(i));
     }
 }
 
@@ -430,7 +424,7 @@ void TestLoadImage::paletteCutsAtItsBrightRow()
 void TestLoadImage::refusesFile_data()
 {
     QTest::addColumn<QString>("path");
-    const QByteArray png = written(blockPicture(200, 900), "PNG");
+    const QByteArray png = encodedPicture(blockPicture(200, 900), "PNG");
     QTest::newRow("damaged") << savedBytes(QByteArray(png).replace("IDAT", "XDAT"), u"damaged.png"_s);
     QTest::newRow("truncated") << savedBytes(png.left(png.size() / 2), u"truncated.png"_s);
     QTest::newRow("text") << savedBytes("no image", u"text.jpg"_s);
@@ -442,7 +436,7 @@ void TestLoadImage::refusesFile_data()
     QTest::newRow("no name") << QString();
 #ifdef Q_OS_UNIX
     const QString locked = savedPicture(blockPicture(100, 100), u"locked.png"_s);
-    if (geteuid() != 0) { // nothing is locked to the superuser
+    if (geteuid() != 0) { // root can read everything
         QFile::setPermissions(locked, {});
         QTest::newRow("unreadable") << locked;
     }
@@ -496,14 +490,14 @@ void TestLoadImage::failedOpenKeepsThePages()
     QCOMPARE(mainViewOf(window)->scene()->sceneRect(), sceneRect);
     QCOMPARE(firstDifference(shownPicture(window, image.size()), image), QString());
 
-    strips.first()->moveCut(10); // the strips hold on to the old image
+    strips.first()->moveCut(10); // the strips still show the old image
     QCOMPARE(firstDifference(shownPicture(window, image.size()), image), QString());
     const double before = pagesOf(window).first()->innerRect().width();
     trigger(window, "decreaseMarginAction");
     QVERIFY(pagesOf(window).first()->innerRect().width() > before);
 }
 
-void TestLoadImage::trimOfNoSourceIsSilent()
+void TestLoadImage::trimWithoutASourceIsSilent()
 {
     MainWindow window;
     window.loadImageFile(savedPicture(blockPicture(140, 900), u"good.png"_s));

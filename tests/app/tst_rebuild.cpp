@@ -2,8 +2,12 @@
 #include "app/settings.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/imagecomparison.h"
+#include "support/pdffacts.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "ui/customsplitter.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
@@ -52,15 +56,15 @@ QImage pagePicture(PreviewItem *page)
     return image;
 }
 
-QSet<QRgb> coloursOf(const QImage &image)
+QSet<QRgb> colorsOf(const QImage &image)
 {
-    QSet<QRgb> colours;
+    QSet<QRgb> colors;
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
-            colours.insert(image.pixel(x, y));
+            colors.insert(image.pixel(x, y));
         }
     }
-    return colours;
+    return colors;
 }
 
 } // namespace
@@ -85,11 +89,11 @@ private slots:
     void numbersThePages();
     void stripsKnowTheirPages();
     void setsTheSceneRects();
-    void placesCutsUnlessTold();
+    void placesCutsUnlessDisabled();
     void repeatedRebuildPlacesCutsAfresh();
     void resetsTheSharedValues();
     void enablesTheDocumentActions();
-    void showsTheScrollBarsAlsoWithoutADocument();
+    void showsTheScrollBarsWithoutADocumentToo();
     void readsTheMargin_data();
     void readsTheMargin();
 
@@ -297,11 +301,11 @@ void TestRebuild::setsTheSceneRects()
     QCOMPARE(leftViewOf(window)->scene()->sceneRect(), QRectF(0, 0, 84, 2 * (124 + 32)));
 }
 
-void TestRebuild::placesCutsUnlessTold()
+void TestRebuild::placesCutsUnlessDisabled()
 {
     QImage image(70, 450, QImage::Format_RGB32);
     image.fill(Qt::black);
-    QPainter(&image).fillRect(0, 94, 70, 1, Qt::white); // the first window reaches from 85 to 115
+    QPainter(&image).fillRect(0, 94, 70, 1, Qt::white); // the first search window is 85 to 115
     const QString path = savedPicture(image, u"bright.png"_s);
     MainWindow window;
     window.loadImageFile(path);
@@ -349,7 +353,7 @@ void TestRebuild::enablesTheDocumentActions()
     }
 }
 
-void TestRebuild::showsTheScrollBarsAlsoWithoutADocument()
+void TestRebuild::showsTheScrollBarsWithoutADocumentToo()
 {
     MainWindow window;
     const QList<QGraphicsView *> views{mainViewOf(window), leftViewOf(window)};
@@ -410,7 +414,7 @@ void TestRebuild::blankStripIsBlankOnScreen()
     const QRect body = view->mapFromScene(strip->mapRectToScene(strip->bodyRect())).boundingRect();
     const QRect visible = body.adjusted(2, 2, -2, -2) & view->viewport()->rect();
     QVERIFY(visible.width() > 100 && visible.height() > 100);
-    QCOMPARE(coloursOf(view->viewport()->grab(visible).toImage()), QSet<QRgb>({qRgb(150, 150, 150)}));
+    QCOMPARE(colorsOf(view->viewport()->grab(visible).toImage()), QSet<QRgb>({qRgb(150, 150, 150)}));
 }
 
 void TestRebuild::blankStripIsBlankOnItsPage()
@@ -419,14 +423,14 @@ void TestRebuild::blankStripIsBlankOnItsPage()
     MainWindow window;
     window.setAutoPage(false);
     window.loadImageFile(savedPicture(image, u"blank.png"_s));
-    QCOMPARE(coloursOf(pagePicture(pagesOf(window).at(3)).copy(0, 0, 840, 1204)), QSet<QRgb>({qRgb(255, 255, 255)}));
-    QVERIFY(coloursOf(pagePicture(pagesOf(window).at(2))).size() > 100);
+    QCOMPARE(colorsOf(pagePicture(pagesOf(window).at(3)).copy(0, 0, 840, 1204)), QSet<QRgb>({qRgb(255, 255, 255)}));
+    QVERIFY(colorsOf(pagePicture(pagesOf(window).at(2))).size() > 100);
 
     trigger(window, "twoColsAction");
     const QImage shared = pagePicture(pagesOf(window).first());
-    QVERIFY(coloursOf(shared.copy(70, 102, 700, 500)).size() > 100);
-    // Two columns of 2000 rows on 1000: the lower right quarter belongs to the blank strip.
-    QCOMPARE(coloursOf(shared.copy(421, 603, 348, 498)), QSet<QRgb>({qRgb(255, 255, 255)}));
+    QVERIFY(colorsOf(shared.copy(70, 102, 700, 500)).size() > 100);
+    // Two columns of 2000 rows, scaled to 1000: the blank strip is the lower right quarter.
+    QCOMPARE(colorsOf(shared.copy(421, 603, 348, 498)), QSet<QRgb>({qRgb(255, 255, 255)}));
 }
 
 void TestRebuild::blankStripIsBlankInTheFile()
@@ -442,8 +446,8 @@ void TestRebuild::blankStripIsBlankInTheFile()
     painter.end();
     const QList<QImage> pictures = pdfPictures(u"blank.pdf"_s, 36);
     QCOMPARE(pictures.size(), 4);
-    QCOMPARE(coloursOf(pictures.at(3)), QSet<QRgb>({qRgb(255, 255, 255)}));
-    QVERIFY(coloursOf(pictures.at(2)).size() > 100);
+    QCOMPARE(colorsOf(pictures.at(3)), QSet<QRgb>({qRgb(255, 255, 255)}));
+    QVERIFY(colorsOf(pictures.at(2)).size() > 100);
 }
 
 void TestRebuild::secondOpenReplacesStripsAndPages()

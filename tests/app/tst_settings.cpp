@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Notes at each paint event whether a file is there.
+/// Records at each paint event whether a file exists.
 class FileWatchingWidget : public QWidget
 {
 public:
@@ -30,11 +30,11 @@ private slots:
     void refusesEmptyNames_data();
     void refusesEmptyNames();
     void readsAbsentKeyAsEmpty();
-    void throwsAwayThePresetValue();
+    void overwritesThePresetValue();
     void readsBackInTheSameRun();
     void writesOneSectionOnReturnToTheEventLoop();
     void writesWhenEverythingIsPainted();
-    void liesBesideTheExecutable();
+    void isNextToTheExecutable();
     void rememberedFolderStartsAtTheExecutable();
     void remembersTheFolderOfAPath_data();
     void remembersTheFolderOfAPath();
@@ -68,7 +68,7 @@ void TestSettings::readsAbsentKeyAsEmpty()
     QCOMPARE(value, QString());
 }
 
-void TestSettings::throwsAwayThePresetValue()
+void TestSettings::overwritesThePresetValue()
 {
     QTemporaryDir dir;
     const QString file = dir.filePath(u"user.ini"_s);
@@ -127,7 +127,7 @@ void TestSettings::writesWhenEverythingIsPainted()
     QVERIFY(QFile::exists(widget.file));
 }
 
-void TestSettings::liesBesideTheExecutable()
+void TestSettings::isNextToTheExecutable()
 {
     QCOMPARE(executableFolder(), QCoreApplication::applicationDirPath());
     QCOMPARE(configFilePath(), QCoreApplication::applicationDirPath() + u"/user.ini"_s);

@@ -2,15 +2,17 @@
 #include "app/startup.h"
 #include "base/buildconfig.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/files.h"
 #include "support/httpserver.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTranslator>
 
 #include <optional>
 
@@ -20,28 +22,14 @@ namespace {
 
 constexpr int startTime = 30000; // milliseconds
 
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
-        qFatal("Cannot write %s", qPrintable(path));
-    }
-}
-
-QByteArray fileBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// A copy of the program in a folder of its own, with a home of its own.
+/// A copy of the program in a separate folder with a separate home directory.
 ///
-/// It runs on the platform "minimal", which saves each picture of the window
-/// in the working directory.
+/// It runs on the platform "minimal", which saves each frame of the window in
+/// the working directory.
 class ProgramCopy
 {
 public:
-    /// Writes \a config to `user.ini` beside the copy; there is none without.
+    /// Writes \a config to `user.ini` next to the copy; if null, there is no file.
     explicit ProgramCopy(const std::optional<QByteArray> &config)
     {
         QDir(dir.path()).mkpath(u"home/.config"_s);
@@ -50,7 +38,7 @@ public:
             qFatal("Cannot copy %s", QUILLMARCH_EXECUTABLE);
         }
         if (config) {
-            writeFile(dir.filePath(u"user.ini"_s), *config);
+            savedBytes(*config, dir.filePath(u"user.ini"_s));
         }
     }
 
@@ -62,8 +50,8 @@ public:
 
     QString filePath(const QString &name) const { return dir.filePath(name); }
 
-    /// All that goes over the network goes to this port of 127.0.0.1. Nobody
-    /// listens on the one that is set at first.
+    /// Routes all network traffic to this port of 127.0.0.1. Nothing listens
+    /// on the initial one.
     void setProxyPort(quint16 port) { proxyPort = port; }
 
     void start()
@@ -76,13 +64,13 @@ public:
         environment.insert(u"https_proxy"_s, u"http://127.0.0.1:%1"_s.arg(proxyPort));
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(dir.filePath(u"work"_s));
-        process.start(dir.filePath(u"program"_s), {u"--help"_s, u"picture.png"_s}); // which it never looks at
+        process.start(dir.filePath(u"program"_s), {u"--help"_s, u"picture.png"_s}); // both are ignored
     }
 
-    /// The window as it was first shown; null until the whole picture is there.
+    /// The first frame of the window; null until it is complete.
     QImage firstPicture() const
     {
-        const bool isComplete = QFile::exists(dir.filePath(u"work/output0001.png"_s)); // which is written later
+        const bool isComplete = QFile::exists(dir.filePath(u"work/output0001.png"_s)); // the next frame
         return isComplete ? QImage(dir.filePath(u"work/output0000.png"_s)) : QImage();
     }
 
@@ -112,16 +100,16 @@ private slots:
     void readsTheCutChoice();
     void cutChoiceReachesTheDocument_data();
     void cutChoiceReachesTheDocument();
-    void windowPlacesCutsUnlessTold();
+    void windowPlacesCutsUnlessDisabled();
 
-    void programSpeaksEnglishIfAsked();
-    void programSpeaksChineseOtherwise_data();
-    void programSpeaksChineseOtherwise();
+    void programUsesEnglishIfConfigured();
+    void programUsesChineseOtherwise_data();
+    void programUsesChineseOtherwise();
     void programReadsTheSampleOfTheDocuments();
-    void programReadsTheFileBesideItself();
-    void programLeavesTheConfigurationAlone();
+    void programReadsTheFileNextToItself();
+    void programDoesNotChangeTheConfiguration();
     void programKeepsTheWindowStateOfTheUser();
-    void programAsksForAReleaseOnceAndQuietly();
+    void programChecksForAReleaseOnceAndSilently();
 };
 
 void TestStartup::readsTheLanguage_data()
@@ -143,7 +131,7 @@ void TestStartup::readsTheLanguage()
 {
     QFETCH(QByteArray, config);
     QTemporaryDir dir;
-    writeFile(dir.filePath(u"user.ini"_s), config);
+    savedBytes(config, dir.filePath(u"user.ini"_s));
     QTEST(interfaceLanguage(dir.filePath(u"user.ini"_s)), "language");
     QCOMPARE(interfaceLanguage(dir.filePath(u"absent.ini"_s)), u"zh"_s);
 }
@@ -166,7 +154,7 @@ void TestStartup::readsTheCutChoice()
 {
     QFETCH(QByteArray, config);
     QTemporaryDir dir;
-    writeFile(dir.filePath(u"user.ini"_s), config);
+    savedBytes(config, dir.filePath(u"user.ini"_s));
     QTEST(isAutoPageWanted(dir.filePath(u"user.ini"_s)), "wanted");
     QVERIFY(isAutoPageWanted(dir.filePath(u"absent.ini"_s)));
 }
@@ -175,7 +163,7 @@ void TestStartup::cutChoiceReachesTheDocument_data()
 {
     QTest::addColumn<bool>("wanted");
     QTest::addColumn<QRectF>("firstBand");
-    QTest::newRow("on") << true << QRectF(0, 0, 140, 170); // blank: the uppermost row of the window wins
+    QTest::newRow("on") << true << QRectF(0, 0, 140, 170); // blank: the top row of the search window wins
     QTest::newRow("off") << false << QRectF(0, 0, 140, 200);
 }
 
@@ -190,7 +178,7 @@ void TestStartup::cutChoiceReachesTheDocument()
     QTEST(stripsOf(window).first()->sourceRect(), "firstBand");
 }
 
-void TestStartup::windowPlacesCutsUnlessTold()
+void TestStartup::windowPlacesCutsUnlessDisabled()
 {
     QImage image(140, 700, QImage::Format_RGB32);
     image.fill(Qt::white);
@@ -199,7 +187,7 @@ void TestStartup::windowPlacesCutsUnlessTold()
     QCOMPARE(stripsOf(window).first()->sourceRect(), QRectF(0, 0, 140, 170));
 }
 
-void TestStartup::programSpeaksEnglishIfAsked()
+void TestStartup::programUsesEnglishIfConfigured()
 {
     ProgramCopy english(iniWith("language", "en"));
     ProgramCopy chinese(iniWith("language", "zh"));
@@ -211,7 +199,7 @@ void TestStartup::programSpeaksEnglishIfAsked()
     QVERIFY(english.isRunning());
 }
 
-void TestStartup::programSpeaksChineseOtherwise_data()
+void TestStartup::programUsesChineseOtherwise_data()
 {
     QTest::addColumn<QByteArray>("config");
     for (const char *value : {"fr", "EN", ""}) {
@@ -220,7 +208,7 @@ void TestStartup::programSpeaksChineseOtherwise_data()
     QTest::newRow("no key") << QByteArray("[config]\n");
 }
 
-void TestStartup::programSpeaksChineseOtherwise()
+void TestStartup::programUsesChineseOtherwise()
 {
     QFETCH(QByteArray, config);
     ProgramCopy program(config);
@@ -233,7 +221,7 @@ void TestStartup::programSpeaksChineseOtherwise()
 
 void TestStartup::programReadsTheSampleOfTheDocuments()
 {
-    const QByteArray config = fileBytes(QFINDTESTDATA("../../docs/user.ini.sample"));
+    const QByteArray config = contentOf(QFINDTESTDATA("../../docs/user.ini.sample"));
     QVERIFY(config.contains("language=en"));
     ProgramCopy program(config);
     ProgramCopy english(iniWith("language", "en"));
@@ -243,10 +231,10 @@ void TestStartup::programReadsTheSampleOfTheDocuments()
     QCOMPARE(firstDifference(program.firstPicture(), english.firstPicture()), QString());
 }
 
-void TestStartup::programReadsTheFileBesideItself()
+void TestStartup::programReadsTheFileNextToItself()
 {
     ProgramCopy program(std::nullopt);
-    writeFile(program.filePath(u"work/user.ini"_s), iniWith("language", "en"));
+    savedBytes(iniWith("language", "en"), program.filePath(u"work/user.ini"_s));
     ProgramCopy chinese(iniWith("language", "zh"));
     program.start();
     chinese.start();
@@ -254,7 +242,7 @@ void TestStartup::programReadsTheFileBesideItself()
     QCOMPARE(firstDifference(program.firstPicture(), chinese.firstPicture()), QString());
 }
 
-void TestStartup::programLeavesTheConfigurationAlone()
+void TestStartup::programDoesNotChangeTheConfiguration()
 {
     const QByteArray config = "; by hand\n[config]\nlanguage=fr\nautopage=off\n";
     ProgramCopy program(config);
@@ -262,7 +250,7 @@ void TestStartup::programLeavesTheConfigurationAlone()
     program.start();
     fresh.start();
     QTRY_VERIFY_WITH_TIMEOUT(!program.firstPicture().isNull() && !fresh.firstPicture().isNull(), startTime);
-    QCOMPARE(fileBytes(program.filePath(u"user.ini"_s)), config);
+    QCOMPARE(contentOf(program.filePath(u"user.ini"_s)), config);
     QVERIFY(!QFile::exists(fresh.filePath(u"user.ini"_s)));
     QVERIFY(!QFile::exists(fresh.filePath(u"work/user.ini"_s)));
 }
@@ -272,10 +260,10 @@ void TestStartup::programKeepsTheWindowStateOfTheUser()
     ProgramCopy program(std::nullopt);
     program.start();
     const QString state = program.filePath(u"home/.config/Quillmarch/Settings.conf"_s);
-    QTRY_VERIFY_WITH_TIMEOUT(fileBytes(state).contains("windowGeometry"), startTime);
+    QTRY_VERIFY_WITH_TIMEOUT(contentOf(state).contains("windowGeometry"), startTime);
 }
 
-void TestStartup::programAsksForAReleaseOnceAndQuietly()
+void TestStartup::programChecksForAReleaseOnceAndSilently()
 {
     HttpServer server; // refuses the tunnel, so the check fails
     ProgramCopy program(std::nullopt);

@@ -1,9 +1,10 @@
 #include "app/mainwindow.h"
 #include "app/startup.h"
-#include "support/documents.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 
 #include <QAction>
+#include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
@@ -79,11 +80,11 @@ private slots:
     void leavesUntranslated();
     void catalogueHoldsNothingElse();
     void everyEntryIsUsed();
-    void windowSpeaksEnglish_data();
-    void windowSpeaksEnglish();
-    void windowFurnitureSpeaksEnglish();
-    void failureSpeaksEnglish();
-    void windowSpeaksChineseWithoutTheCatalogue();
+    void windowIsInEnglish_data();
+    void windowIsInEnglish();
+    void toolBarAndMenusAreInEnglish();
+    void failureIsReportedInEnglish();
+    void windowIsInChineseWithoutTheCatalogue();
 
 private:
     QTranslator english;
@@ -186,7 +187,7 @@ void TestTranslation::everyEntryIsUsed()
     }
 }
 
-void TestTranslation::windowSpeaksEnglish_data()
+void TestTranslation::windowIsInEnglish_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("tip");
@@ -204,24 +205,24 @@ void TestTranslation::windowSpeaksEnglish_data()
     QTest::newRow("autoTrimAction") << u"自动切边"_s << u"去除原图四周空白并重新处理"_s;
 }
 
-void TestTranslation::windowSpeaksEnglish()
+void TestTranslation::windowIsInEnglish()
 {
     QVERIFY(QCoreApplication::installTranslator(&english));
     MainWindow window;
     QCoreApplication::removeTranslator(&english);
-    const auto *action = window.findChild<QAction *>(QString::fromLatin1(QTest::currentDataTag()));
+    const auto *action = actionOf(window, QTest::currentDataTag());
     QTEST(action->text(), "text");
     QTEST(action->statusTip(), "tip");
 }
 
-void TestTranslation::windowFurnitureSpeaksEnglish()
+void TestTranslation::toolBarAndMenusAreInEnglish()
 {
     QVERIFY(QCoreApplication::installTranslator(&english));
     MainWindow window;
     QCoreApplication::removeTranslator(&english);
     QCOMPARE(window.windowTitle(), u"墨舟卷轴翻页器"_s);
     QCOMPARE(window.statusBar()->currentMessage(), u"Ready"_s);
-    QCOMPARE(window.findChild<QToolBar *>(u"mainToolbar"_s)->windowTitle(), u"main"_s);
+    QCOMPARE(childOf<QToolBar>(window, "mainToolbar")->windowTitle(), u"main"_s);
     QStringList titles;
     const QList<QMenu *> menus = window.findChildren<QMenu *>();
     for (const QMenu *menu : menus) {
@@ -232,7 +233,7 @@ void TestTranslation::windowFurnitureSpeaksEnglish()
     }
 }
 
-void TestTranslation::failureSpeaksEnglish()
+void TestTranslation::failureIsReportedInEnglish()
 {
     MainWindow window;
     QVERIFY(QCoreApplication::installTranslator(&english));
@@ -241,10 +242,10 @@ void TestTranslation::failureSpeaksEnglish()
     QCOMPARE(toastText(window), u"Unsupported image format or corrupted file"_s);
 }
 
-void TestTranslation::windowSpeaksChineseWithoutTheCatalogue()
+void TestTranslation::windowIsInChineseWithoutTheCatalogue()
 {
     MainWindow window;
-    QCOMPARE(window.findChild<QAction *>(u"openAction"_s)->text(), u"打开文件"_s);
+    QCOMPARE(actionOf(window, "openAction")->text(), u"打开文件"_s);
     QCOMPARE(window.statusBar()->currentMessage(), u"就绪"_s);
 }
 

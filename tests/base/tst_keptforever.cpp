@@ -8,10 +8,10 @@ class TestKeptForever : public QObject
     Q_OBJECT
 
 private slots:
-    void returnsTheObjectItKeeps();
+    void returnsTheKeptObject();
 };
 
-void TestKeptForever::returnsTheObjectItKeeps()
+void TestKeptForever::returnsTheKeptObject()
 {
     auto *first = new QObject;
     auto *second = new QObject;

@@ -5,20 +5,26 @@
 #include "page/handledriver.h"
 #include "page/pageitem.h"
 #include "samples/sampleimage.h"
-#include "support/documents.h"
+#include "support/englishcatalogue.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 #include "ui/windowaccess.h"
 
-#include <QBuffer>
+#include <QAction>
+#include <QDir>
 #include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
+#include <QGraphicsView>
 #include <QImageReader>
 #include <QMenu>
 #include <QMenuBar>
 #include <QRegularExpression>
 #include <QScrollBar>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QToolBar>
 
@@ -47,7 +53,7 @@ QString textOf(const QString &path)
     return QString::fromUtf8(file.readAll());
 }
 
-/// All documents of the project, relative to its folder.
+/// All documents of the project, relative to the project folder.
 QStringList documents()
 {
     const QDir project(QStringLiteral(PROJECT_FOLDER));
@@ -61,7 +67,7 @@ QStringList documents()
     return names;
 }
 
-/// \a text without blocks of code and without code within lines.
+/// \a text without code blocks and inline code.
 QString withoutCode(QString text)
 {
     static const QRegularExpression fences(
@@ -71,7 +77,7 @@ QString withoutCode(QString text)
     return text.remove(fences).remove(indented).remove(quoted);
 }
 
-/// Where the links and pictures of \a text lead to.
+/// The targets of the links and images in \a text.
 QStringList targetsOf(const QString &text)
 {
     static const QRegularExpression link(u"\\]\\(([^)\\s]+)\\)"_s);
@@ -82,7 +88,7 @@ QStringList targetsOf(const QString &text)
     return targets;
 }
 
-/// The names by which the headings of \a text are linked to.
+/// The anchors of the headings in \a text.
 QStringList anchorsOf(const QString &text)
 {
     static const QRegularExpression heading(u"^#+ (.*)$"_s, QRegularExpression::MultilineOption);
@@ -94,8 +100,8 @@ QStringList anchorsOf(const QString &text)
     return anchors;
 }
 
-/// The first table behind the heading \a heading of \a text: its rows below
-/// the titles, each cell without blanks and code marks around it.
+/// The first table after the heading \a heading in \a text: the rows below the
+/// column titles, each cell without surrounding blanks and backticks.
 QList<QStringList> tableBelow(const QString &text, const QString &heading)
 {
     QList<QStringList> rows;
@@ -114,7 +120,7 @@ QList<QStringList> tableBelow(const QString &text, const QString &heading)
     return rows.mid(2);
 }
 
-/// Each entry of the menus of a window: text, Chinese text, shortcut and menu.
+/// All menu entries of a window: text, Chinese text, shortcut and menu.
 QList<QStringList> menuRows(bool english)
 {
     const MainWindow chinese;
@@ -149,9 +155,9 @@ QString allSources()
     return text;
 }
 
-/// How many cuts of \a window fall into one of \a lines, and of how many. The
-/// outermost rows of a line, which smoothing makes as bright as paper, do not
-/// count.
+/// The number of cuts of \a window that slice one of \a lines, and the number of
+/// all cuts. The outermost rows of a line do not count: smoothing makes them as
+/// bright as paper.
 std::pair<int, int> slicedLines(const MainWindow &window, const QList<QRect> &lines, int height)
 {
     int sliced = 0;
@@ -168,8 +174,8 @@ std::pair<int, int> slicedLines(const MainWindow &window, const QList<QRect> &li
     return {sliced, cuts};
 }
 
-/// How high the content of each shown page of \a window is, without repeats.
-/// The scale of a page follows from it.
+/// The distinct content heights of the pages of \a window, which determine their
+/// scales.
 QSet<double> contentHeights(const MainWindow &window)
 {
     QSet<double> heights;
@@ -179,8 +185,8 @@ QSet<double> contentHeights(const MainWindow &window)
     return heights;
 }
 
-/// By how many pixels of the image the left column of a page runs under
-/// the right one, on the page of \a window where that is most.
+/// The greatest overlap of the two columns on a page of \a window, in image
+/// pixels.
 double widestOverlap(const MainWindow &window)
 {
     double widest = 0;
@@ -215,11 +221,11 @@ class TestGuides : public QObject
 private slots:
     void init() { forgetEverything(); }
 
-    void linksLeadSomewhere_data();
-    void linksLeadSomewhere();
+    void linkTargetsExist_data();
+    void linkTargetsExist();
     void everyPictureIsShown();
-    void languagesAreInStep_data();
-    void languagesAreInStep();
+    void translationsHaveTheSameStructure_data();
+    void translationsHaveTheSameStructure();
     void listsEveryCommandWithItsKeys_data();
     void listsEveryCommandWithItsKeys();
     void listsEverySetting_data();
@@ -234,15 +240,15 @@ private slots:
     void downwardDragGoesTwentyRowsBelowItsLine_data();
     void downwardDragGoesTwentyRowsBelowItsLine();
     void hiddenToolBarStaysHidden();
-    void transparentRowsAreDarkToTheSearch();
-    void trimTakesTheColourBehindTransparency_data();
-    void trimTakesTheColourBehindTransparency();
-    void brokenOffJpegEndsInGray();
+    void transparentRowsCountAsDark();
+    void trimUsesTheColorOfTransparentPixels_data();
+    void trimUsesTheColorOfTransparentPixels();
+    void truncatedJpegEndsInGray();
     void scrollsByTheseKeys_data();
     void scrollsByTheseKeys();
 };
 
-void TestGuides::linksLeadSomewhere_data()
+void TestGuides::linkTargetsExist_data()
 {
     QTest::addColumn<QString>("name");
     const QStringList names = documents();
@@ -252,7 +258,7 @@ void TestGuides::linksLeadSomewhere_data()
     }
 }
 
-void TestGuides::linksLeadSomewhere()
+void TestGuides::linkTargetsExist()
 {
     QFETCH(QString, name);
     const QFileInfo document(projectFile(name));
@@ -287,7 +293,7 @@ void TestGuides::everyPictureIsShown()
     }
 }
 
-void TestGuides::languagesAreInStep_data()
+void TestGuides::translationsHaveTheSameStructure_data()
 {
     QTest::addColumn<QString>("english");
     QTest::addColumn<QString>("chinese");
@@ -295,7 +301,7 @@ void TestGuides::languagesAreInStep_data()
     QTest::newRow("guide") << u"docs/guide.md"_s << u"docs/guide.zh.md"_s;
 }
 
-void TestGuides::languagesAreInStep()
+void TestGuides::translationsHaveTheSameStructure()
 {
     QFETCH(QString, english);
     QFETCH(QString, chinese);
@@ -320,7 +326,7 @@ void TestGuides::listsEveryCommandWithItsKeys()
     QFETCH(QString, name);
     QFETCH(QString, heading);
     QFETCH(bool, english);
-    static const QRegularExpression gloss(u" \\([A-Za-z ]+\\)$"_s); // of a command that stays Chinese
+    static const QRegularExpression gloss(u" \\([A-Za-z ]+\\)$"_s); // follows a command without an English text
     QList<QStringList> rows = tableBelow(textOf(projectFile(name)), heading);
     for (QStringList &row : rows) {
         row.first().remove(gloss);
@@ -408,7 +414,7 @@ void TestGuides::placedCutsSliceFewerLines_data()
     QTest::newRow("gray") << SampleKind::Gray;
 }
 
-/// The README tells these numbers.
+/// The README quotes these numbers.
 void TestGuides::placedCutsSliceFewerLines()
 {
     QFETCH(SampleKind, kind);
@@ -425,7 +431,7 @@ void TestGuides::placedCutsSliceFewerLines()
     qInfo("lines of text sliced by %d cuts: %d at regular distances, %d placed", cuts, slicedBefore, slicedAfter);
     QCOMPARE_GE(slicedBefore, 5);
     QCOMPARE(placed, cuts);
-    QCOMPARE_LE(slicedAfter * 4, slicedBefore); // none with the fonts of Debian 12
+    QCOMPARE_LE(slicedAfter * 4, slicedBefore); // 0 with the fonts of Debian 12
 }
 
 void TestGuides::marginStepsGivePagesTheirOwnScale()
@@ -436,10 +442,10 @@ void TestGuides::marginStepsGivePagesTheirOwnScale()
     QCOMPARE(contentHeights(window).size(), 1);
     trigger(window, "increaseMarginAction");
     QCOMPARE_GE(contentHeights(window).size(), 3);
-    trigger(window, "decreaseMarginAction"); // the old percent, but not the old scale
+    trigger(window, "decreaseMarginAction"); // restores the margin, but not the scale
     QCOMPARE_GE(contentHeights(window).size(), 3);
     trigger(window, "decreaseMarginAction");
-    trigger(window, "decreaseMarginAction"); // no margin at all
+    trigger(window, "decreaseMarginAction"); // margin 0
     QCOMPARE(contentHeights(window).size(), 1);
     trigger(window, "increaseMarginAction");
     window.loadImageFile(path);
@@ -456,7 +462,7 @@ void TestGuides::largeMarginsMakeColumnsOverlap()
     for (int step = 0; step < 4; ++step) {
         trigger(window, "increaseMarginAction");
     }
-    QCOMPARE_GT(widestOverlap(window), 20.0); // of a picture 540 pixels wide
+    QCOMPARE_GT(widestOverlap(window), 20.0); // the image is 540 pixels wide
     window.loadImageFile(path);
     QCOMPARE_LE(widestOverlap(window), 0.0);
 }
@@ -511,19 +517,19 @@ void TestGuides::hiddenToolBarStaysHidden()
     QVERIFY(!toolBar->isHidden());
 }
 
-void TestGuides::transparentRowsAreDarkToTheSearch()
+void TestGuides::transparentRowsCountAsDark()
 {
     QImage image(700, 2000, QImage::Format_ARGB32);
     image.fill(QColor(255, 255, 255, 0));
     for (int x = 0; x < 60; ++x) {
-        image.setPixelColor(x, 1040, Qt::white); // the only light that is there
+        image.setPixelColor(x, 1040, Qt::white); // the only bright pixels
     }
     MainWindow window;
     window.loadImageFile(savedPicture(image, u"transparent.png"_s));
     QCOMPARE(std::round(stripsOf(window).first()->sourceRect().bottom()), 1040.0);
 }
 
-void TestGuides::trimTakesTheColourBehindTransparency_data()
+void TestGuides::trimUsesTheColorOfTransparentPixels_data()
 {
     QTest::addColumn<QColor>("border");
     QTest::addColumn<int>("width");
@@ -531,7 +537,7 @@ void TestGuides::trimTakesTheColourBehindTransparency_data()
     QTest::newRow("white") << QColor(255, 255, 255, 0) << 200;
 }
 
-void TestGuides::trimTakesTheColourBehindTransparency()
+void TestGuides::trimUsesTheColorOfTransparentPixels()
 {
     QFETCH(QColor, border);
     QFETCH(int, width);
@@ -548,13 +554,12 @@ void TestGuides::trimTakesTheColourBehindTransparency()
     QCOMPARE(int(stripsOf(window).first()->sourceRect().width()), width);
 }
 
-void TestGuides::brokenOffJpegEndsInGray()
+void TestGuides::truncatedJpegEndsInGray()
 {
-    QBuffer file;
-    QVERIFY(blockPicture(700, 1600).save(&file, "JPG"));
+    const QByteArray file = encodedPicture(blockPicture(700, 1600), "JPG");
     MainWindow window;
     window.setAutoPage(false);
-    window.loadImageFile(savedBytes(file.data().first(file.data().size() / 2), u"half.jpg"_s));
+    window.loadImageFile(savedBytes(file.first(file.size() / 2), u"half.jpg"_s));
     QCOMPARE(toastText(window), QString());
     const QImage shown = shownPicture(window, {700, 1600});
     for (const int x : {0, 350, 699}) {

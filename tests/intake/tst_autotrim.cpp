@@ -1,9 +1,11 @@
 #include "app/mainwindow.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
 #include "support/plaintrim.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 #include "ui/mainview.h"
 
 #include <QAction>
@@ -17,16 +19,16 @@ namespace {
 const QString message = u"未检测到可裁剪的空白边"_s;
 constexpr QRect content(30, 20, 140, 120);
 
-/// Blocks of colour within a border of \a border, 200 x 160 pixels.
+/// Blocks of color within a border of the color \a border, 200 x 160 pixels.
 QImage bordered(const QColor &border)
 {
     QImage image(200, 160, QImage::Format_ARGB32);
     image.fill(border);
     QPainter painter(&image);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    const QList<QColor> colours{QColor(200, 20, 30), QColor(20, 90, 30), QColor(30, 40, 160), QColor(90, 60, 20)};
+    const QList<QColor> colors{QColor(200, 20, 30), QColor(20, 90, 30), QColor(30, 40, 160), QColor(90, 60, 20)};
     for (int i = 0; i < 4; ++i) {
-        painter.fillRect(content.left() + i % 2 * 70, content.top() + i / 2 * 60, 70, 60, colours.at(i));
+        painter.fillRect(content.left() + i % 2 * 70, content.top() + i / 2 * 60, 70, 60, colors.at(i));
     }
     return image;
 }
@@ -46,13 +48,13 @@ private slots:
     void cropsToTheContent_data();
     void cropsToTheContent();
     void keepsTransparencyInTheContent();
-    void imageWithoutABorderIsRebuilt();
-    void darkImageIsKeptWhole();
+    void imageWithoutABorderIsOnlyRebuilt();
+    void darkImageIsNotCropped();
     void showsTheMessage_data();
     void showsTheMessage();
-    void cropsPixelForPixelLikeThePlainTrim();
+    void cropsPixelForPixelLikeTheOracle();
     void secondTrimCanTakeMore();
-    void tinyContentLeavesThePages();
+    void tinyContentKeepsThePages();
     void replacesCutsAndKeepsSettings();
     void doesNothingWithoutADocument();
 };
@@ -67,7 +69,7 @@ void TestAutoTrim::cropsToTheContent_data()
     QTest::newRow("transparent white border") << bordered(QColor(255, 255, 255, 0));
     QTest::newRow("gray") << onWhite.convertToFormat(QImage::Format_Grayscale8);
     QTest::newRow("palette") << onWhite.convertToFormat(QImage::Format_Indexed8);
-    QTest::newRow("two colours") << onWhite.convertToFormat(QImage::Format_Mono, Qt::ThresholdDither);
+    QTest::newRow("two colors") << onWhite.convertToFormat(QImage::Format_Mono, Qt::ThresholdDither);
     QTest::newRow("cream border") << bordered(QColor(250, 245, 220));
 }
 
@@ -102,11 +104,11 @@ void TestAutoTrim::keepsTransparencyInTheContent()
     window.loadImageFile(savedPicture(image, u"hole.png"_s));
     trigger(window, "autoTrimAction");
     QImage expected = image.copy(content).convertToFormat(QImage::Format_RGB32);
-    QPainter(&expected).fillRect(30, 40, 30, 20, Qt::magenta); // the ground shows
+    QPainter(&expected).fillRect(30, 40, 30, 20, Qt::magenta); // transparent
     QCOMPARE(firstDifference(shownPicture(window, content.size()), expected), QString());
 }
 
-void TestAutoTrim::imageWithoutABorderIsRebuilt()
+void TestAutoTrim::imageWithoutABorderIsOnlyRebuilt()
 {
     const QImage image = blockPicture(140, 600);
     MainWindow window;
@@ -115,11 +117,11 @@ void TestAutoTrim::imageWithoutABorderIsRebuilt()
     stripsOf(window).first()->moveCut(25);
     trigger(window, "autoTrimAction");
     QCOMPARE(toastText(window), QString());
-    QCOMPARE(stripsOf(window).first()->sourceRect(), QRectF(0, 0, 140, 200)); // the dragged cut is lost
+    QCOMPARE(stripsOf(window).first()->sourceRect(), QRectF(0, 0, 140, 200)); // discards the dragged cut
     QCOMPARE(firstDifference(shownPicture(window, image.size()), image), QString());
 }
 
-void TestAutoTrim::darkImageIsKeptWhole()
+void TestAutoTrim::darkImageIsNotCropped()
 {
     QImage image(140, 150, QImage::Format_RGB32);
     image.fill(QColor(10, 10, 20));
@@ -131,7 +133,7 @@ void TestAutoTrim::darkImageIsKeptWhole()
     QCOMPARE(toastText(window), QString());
     QCOMPARE(firstDifference(shownPicture(window, image.size()), image), QString());
 
-    image.fill(QColor(200, 200, 200)); // one level, the last that counts as ink
+    image.fill(QColor(200, 200, 200)); // a single level, the lightest that counts as ink
     window.loadImageFile(savedPicture(image, u"level.png"_s));
     trigger(window, "autoTrimAction");
     QCOMPARE(toastText(window), QString());
@@ -169,13 +171,13 @@ void TestAutoTrim::showsTheMessage()
     QCOMPARE(toastText(window), message);
     QCOMPARE(stripsOf(window), strips);
     QCOMPARE(firstDifference(shownPicture(window, image.size()), image), QString());
-    window.rebuildDocument(); // from the source, which stays
+    window.rebuildDocument(); // from the unchanged source
     QCOMPARE(firstDifference(shownPicture(window, image.size()), image), QString());
 }
 
-void TestAutoTrim::cropsPixelForPixelLikeThePlainTrim()
+void TestAutoTrim::cropsPixelForPixelLikeTheOracle()
 {
-    QImage image(1100, 1500, QImage::Format_RGB32); // long enough for a line to hold two specks
+    QImage image(1100, 1500, QImage::Format_RGB32); // long enough for two specks to be ignored in a line
     image.fill(QColor(245, 250, 255));
     QPainter painter(&image);
     for (int y = 310; y < 1200; y += 37) {
@@ -217,7 +219,7 @@ void TestAutoTrim::secondTrimCanTakeMore()
     QCOMPARE(firstDifference(shownPicture(window, QSize(110, 90)), image.copy(240, 250, 110, 90)), QString());
 }
 
-void TestAutoTrim::tinyContentLeavesThePages()
+void TestAutoTrim::tinyContentKeepsThePages()
 {
     QImage image(140, 150, QImage::Format_RGB32);
     image.fill(Qt::white);
@@ -227,7 +229,7 @@ void TestAutoTrim::tinyContentLeavesThePages()
     window.loadImageFile(savedPicture(image, u"tiny.png"_s));
     const QList<PageItem *> strips = stripsOf(window);
     for (int i = 0; i < 2; ++i) {
-        trigger(window, "autoTrimAction"); // the source is 10 x 40 then, too small for a document
+        trigger(window, "autoTrimAction"); // the source becomes 10 x 40, too small for a document
         QCOMPARE(toastText(window), QString());
         QCOMPARE(stripsOf(window), strips);
         QCOMPARE(firstDifference(shownPicture(window, image.size()), image), QString());
@@ -258,7 +260,7 @@ void TestAutoTrim::replacesCutsAndKeepsSettings()
 void TestAutoTrim::doesNothingWithoutADocument()
 {
     MainWindow window;
-    QVERIFY(!window.findChild<QAction *>(u"autoTrimAction"_s)->isEnabled());
+    QVERIFY(!actionOf(window, "autoTrimAction")->isEnabled());
     window.onAutoTrimClicked();
     QCOMPARE(toastText(window), QString());
     QVERIFY(stripsOf(window).isEmpty());

@@ -1,14 +1,16 @@
 #include "app/mainwindow.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/useractions.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 
 #include <QDir>
-#include <QDragEnterEvent>
-#include <QDropEvent>
 #include <QGraphicsScene>
 #include <QMimeData>
 #include <QUrl>
@@ -19,31 +21,6 @@ namespace {
 
 const QString failure = u"不支持的图片格式或文件已损坏"_s;
 
-struct Outcome
-{
-    bool entered = false; // the drag was accepted
-    Qt::DropAction action = Qt::IgnoreAction; // that the window accepted
-};
-
-/// Drags \a data over \a target and drops it there.
-Outcome drop(QWidget *target, const QMimeData &data, Qt::DropActions offered = Qt::CopyAction)
-{
-    const QPoint middle = target->rect().center();
-    QDragEnterEvent enter(middle, offered, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(target, &enter);
-    const Outcome outcome{enter.isAccepted(), enter.dropAction()};
-    QDropEvent dropped(middle, offered, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(target, &dropped);
-    return outcome;
-}
-
-Outcome dropUrls(QWidget *target, const QList<QUrl> &urls)
-{
-    QMimeData data;
-    data.setUrls(urls);
-    return drop(target, data);
-}
-
 } // namespace
 
 class TestFileDrop : public QObject
@@ -53,20 +30,20 @@ class TestFileDrop : public QObject
 private slots:
     void init();
 
-    void opensTheFileWhereverItFalls_data();
-    void opensTheFileWhereverItFalls();
+    void opensTheFileWhereverItIsDropped_data();
+    void opensTheFileWhereverItIsDropped();
     void opensName_data();
     void opensName();
-    void doesNotFindNamesThatAddressesEncode_data();
-    void doesNotFindNamesThatAddressesEncode();
+    void doesNotFindPercentEncodedNames_data();
+    void doesNotFindPercentEncodedNames();
     void ignoresAddress_data();
     void ignoresAddress();
     void ignoresDropWithoutAddress();
     void opensTheFirstOfTwoFiles();
-    void looksAtTheFirstAddressOnly();
-    void tellsAboutDamagedFiles_data();
-    void tellsAboutDamagedFiles();
-    void leavesTheFolderOfTheDialog();
+    void usesOnlyTheFirstUrl();
+    void reportsDamagedFiles_data();
+    void reportsDamagedFiles();
+    void keepsTheFolderOfTheDialog();
     void acceptsEveryDrag_data();
     void acceptsEveryDrag();
     void scenesNeverSeeADrag();
@@ -77,7 +54,7 @@ void TestFileDrop::init()
     clearConfigValues();
 }
 
-void TestFileDrop::opensTheFileWhereverItFalls_data()
+void TestFileDrop::opensTheFileWhereverItIsDropped_data()
 {
     QTest::addColumn<int>("place");
     QTest::newRow("window") << 0;
@@ -87,7 +64,7 @@ void TestFileDrop::opensTheFileWhereverItFalls_data()
     QTest::newRow("viewport of the left view") << 4;
 }
 
-void TestFileDrop::opensTheFileWhereverItFalls()
+void TestFileDrop::opensTheFileWhereverItIsDropped()
 {
     QFETCH(int, place);
     const QImage image = blockPicture(70, 90);
@@ -95,13 +72,14 @@ void TestFileDrop::opensTheFileWhereverItFalls()
     window.show();
     const QList<QWidget *> targets{&window, mainViewOf(window), leftViewOf(window), mainViewOf(window)->viewport(),
                                    leftViewOf(window)->viewport()};
-    const Outcome outcome = dropUrls(targets.at(place), {QUrl::fromLocalFile(savedPicture(image, u"dropped.png"_s))});
+    const DropOutcome outcome =
+        dropUrls(targets.at(place), {QUrl::fromLocalFile(savedPicture(image, u"dropped.png"_s))});
     QVERIFY(outcome.entered);
     QCOMPARE(outcome.action, Qt::CopyAction);
     QCOMPARE(toastText(window), QString());
     QCOMPARE(firstDifference(shownPicture(window, image.size()), image), QString());
 
-    const QImage second = blockPicture(70, 90, 2); // now that the views have items
+    const QImage second = blockPicture(70, 90, 2); // once more, with items in the views
     dropUrls(targets.at(place), {QUrl::fromLocalFile(savedPicture(second, u"second.png"_s))});
     QCOMPARE(firstDifference(shownPicture(window, second.size()), second), QString());
 }
@@ -126,16 +104,16 @@ void TestFileDrop::opensName()
     QCOMPARE(firstDifference(shownPicture(window, image.size()), image), QString());
 }
 
-void TestFileDrop::doesNotFindNamesThatAddressesEncode_data()
+void TestFileDrop::doesNotFindPercentEncodedNames_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("encoded"); // the file that is opened instead, if it is there
+    QTest::addColumn<QString>("encoded"); // the file that is opened instead, if it exists
     QTest::newRow("per cent") << u"100%.png"_s << u"100%25.png"_s;
     QTest::newRow("number sign") << u"no #1.png"_s << u"no %231.png"_s;
     QTest::newRow("question mark") << u"which?.png"_s << u"which%3F.png"_s;
 }
 
-void TestFileDrop::doesNotFindNamesThatAddressesEncode()
+void TestFileDrop::doesNotFindPercentEncodedNames()
 {
     QFETCH(QString, name);
     QFETCH(QString, encoded);
@@ -204,7 +182,7 @@ void TestFileDrop::opensTheFirstOfTwoFiles()
     QCOMPARE(firstDifference(shownPicture(window, first.size()), first), QString());
 }
 
-void TestFileDrop::looksAtTheFirstAddressOnly()
+void TestFileDrop::usesOnlyTheFirstUrl()
 {
     MainWindow window;
     dropUrls(&window,
@@ -214,7 +192,7 @@ void TestFileDrop::looksAtTheFirstAddressOnly()
     QVERIFY(stripsOf(window).isEmpty());
 }
 
-void TestFileDrop::tellsAboutDamagedFiles_data()
+void TestFileDrop::reportsDamagedFiles_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("damaged") << savedBytes("no image", u"damaged.png"_s);
@@ -224,7 +202,7 @@ void TestFileDrop::tellsAboutDamagedFiles_data()
     QTest::newRow("missing") << QDir::current().absoluteFilePath(u"absent.png"_s);
 }
 
-void TestFileDrop::tellsAboutDamagedFiles()
+void TestFileDrop::reportsDamagedFiles()
 {
     QFETCH(QString, path);
     MainWindow window;
@@ -233,7 +211,7 @@ void TestFileDrop::tellsAboutDamagedFiles()
     QVERIFY(stripsOf(window).isEmpty());
 }
 
-void TestFileDrop::leavesTheFolderOfTheDialog()
+void TestFileDrop::keepsTheFolderOfTheDialog()
 {
     MainWindow window;
     dropUrls(&window, {QUrl::fromLocalFile(savedPicture(blockPicture(70, 90), u"dropped.png"_s))});
@@ -258,9 +236,9 @@ void TestFileDrop::acceptsEveryDrag()
     data.setData(u"application/x-anything"_s, "bytes");
     const QList<QWidget *> targets{&window, mainViewOf(window)->viewport(), leftViewOf(window)->viewport()};
     for (QWidget *target : targets) {
-        const Outcome outcome = drop(target, data, action);
+        const DropOutcome outcome = drop(target, data, action);
         QVERIFY(outcome.entered);
-        QCOMPARE(outcome.action, action); // the one that was proposed
+        QCOMPARE(outcome.action, action); // as proposed
     }
 }
 

@@ -1,20 +1,23 @@
 #include "app/mainwindow.h"
 #include "app/settings.h"
-#include "app/startup.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/dialoganswer.h"
+#include "support/englishcatalogue.h"
+#include "support/imagecomparison.h"
+#include "support/pdffacts.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 
 #include <QAbstractButton>
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
-#include <QLineEdit>
 #include <QMessageBox>
 #include <QPainter>
 #include <QPrinter>
-#include <QTranslator>
 
 #include <algorithm>
 #include <cmath>
@@ -26,10 +29,10 @@ namespace {
 
 constexpr int dotsPerInch = 96;
 
-// Pictures of file and program are compared by the means of blocks of this
-// many pixels. The viewer widens an image to whole pixels, so an edge may lie
-// one pixel off. That changes a mean by at most 255 / 32 = 8 a direction, and
-// the lossy coding in the file adds some levels.
+// Rendered and expected pages are compared by the means of blocks of this side.
+// The renderer extends an image to whole pixels, so an edge may be off by one
+// pixel. That changes a mean by at most 255 / 32 = 8 per direction, and lossy
+// compression adds some levels.
 constexpr int meanSide = 32;
 constexpr int meanTolerance = 20;
 
@@ -38,19 +41,15 @@ QString pathOf(const QString &name)
     return QDir::current().absoluteFilePath(name);
 }
 
-/// Exports by the action; the dialog is given \a path.
+/// Triggers the export and chooses \a path in the dialog.
 void exportTo(MainWindow &window, const QString &path)
 {
-    QFile::remove(path); // or the dialog would ask a question
-    const NextDialog next = onNextDialog<QFileDialog>([path](QFileDialog *dialog) {
-        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
-        static_cast<QDialog *>(dialog)->accept();
-    });
+    QFile::remove(path); // the dialog would ask whether to replace it
+    const NextDialog next = onNextDialog<QFileDialog>([path](QFileDialog *dialog) { choosePath(dialog, path); });
     trigger(window, "exportPdfAction");
 }
 
-/// The sheet on which \a page is to be seen, on A4 paper with the margins that
-/// a printer of this kind begins with.
+/// The expected sheet of \a page: A4 with the default margins of a PDF printer.
 QImage expectedSheet(PreviewItem *page, QSize size)
 {
     QPrinter printer(QPrinter::HighResolution);
@@ -69,7 +68,7 @@ QImage expectedSheet(PreviewItem *page, QSize size)
     return image;
 }
 
-/// The greatest difference of the means of blocks in one channel.
+/// The greatest difference between block means in any channel.
 int greatestMeanDifference(const QImage &a, const QImage &b)
 {
     const QSize blocks(a.width() / meanSide, a.height() / meanSide);
@@ -119,14 +118,14 @@ private slots:
     void writesA4Pages();
     void writesWhatThePagesShow_data();
     void writesWhatThePagesShow();
-    void keepsTheColoursOf_data();
-    void keepsTheColoursOf();
+    void keepsTheColorsOf_data();
+    void keepsTheColorsOf();
     void writesNoSelectionFrame();
     void addsNoSuffix();
-    void replacesAFileThatIsThere();
-    void tellsTheOutcome();
-    void tellsTheOutcomeInEnglish();
-    void unwritableTargetIsToldLikeAnyOther();
+    void replacesAnExistingFile();
+    void reportsTheOutcome();
+    void reportsTheOutcomeInEnglish();
+    void unwritableTargetIsReportedLikeAnyOther();
 };
 
 void TestPdfExport::initTestCase()
@@ -151,40 +150,35 @@ void TestPdfExport::cleanup()
 void TestPdfExport::asksInChinese()
 {
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
-    int dialogs = 0;
+    window.loadImageFile(savedStrips(5));
     const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
-        ++dialogs;
         QCOMPARE(dialog->windowTitle(), u"导出到PDF"_s);
         QCOMPARE(dialog->nameFilters(), QStringList(u"PDF文件(*.pdf)"_s));
         QCOMPARE(dialog->acceptMode(), QFileDialog::AcceptSave);
         QCOMPARE(dialog->parentWidget(), &window);
     });
     trigger(window, "exportPdfAction");
-    QCOMPARE(dialogs, 1);
+    QVERIFY(next.wasMet());
 }
 
 void TestPdfExport::asksInEnglish()
 {
-    QTranslator english;
-    QVERIFY(loadEnglishTexts(english));
-    QVERIFY(QCoreApplication::installTranslator(&english));
+    const EnglishCatalogue english;
+    QVERIFY(english.isLoaded());
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
-    int dialogs = 0;
+    window.loadImageFile(savedStrips(5));
     const NextDialog next = onNextDialog<QFileDialog>([&](QFileDialog *dialog) {
-        ++dialogs;
         QCOMPARE(dialog->windowTitle(), u"Save as PDF"_s);
         QCOMPARE(dialog->nameFilters(), QStringList(u"pdf file(*.pdf)"_s));
     });
     trigger(window, "exportPdfAction");
-    QCOMPARE(dialogs, 1);
+    QVERIFY(next.wasMet());
 }
 
 void TestPdfExport::startsInTheFolderOfTheExecutable()
 {
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
+    window.loadImageFile(savedStrips(5));
     QString folder;
     const NextDialog next =
         onNextDialog<QFileDialog>([&](QFileDialog *dialog) { folder = dialog->directory().absolutePath(); });
@@ -196,7 +190,7 @@ void TestPdfExport::startsInTheFolderOfTheLastFile()
 {
     QVERIFY(QDir::current().mkpath(u"last one 名"_s));
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
+    window.loadImageFile(savedStrips(5));
     exportTo(window, pathOf(u"last one 名/out.pdf"_s));
     QCOMPARE(configValue(u"savepath"_s), pathOf(u"last one 名"_s));
     QCOMPARE(configValue(u"imagedir"_s), QString());
@@ -211,10 +205,10 @@ void TestPdfExport::cancelChangesNothing()
 {
     QVERIFY(QDir::current().mkpath(u"untouched"_s));
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
+    window.loadImageFile(savedStrips(5));
     const QStringList besideTheProgram = filesIn(QCoreApplication::applicationDirPath());
     const NextDialog next = onNextDialog<QFileDialog>([](QFileDialog *dialog) {
-        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(pathOf(u"untouched/out.pdf"_s));
+        typePath(dialog, pathOf(u"untouched/out.pdf"_s));
         static_cast<QDialog *>(dialog)->reject();
     });
     trigger(window, "exportPdfAction");
@@ -243,15 +237,18 @@ void TestPdfExport::writesA4Pages()
     QFETCH(bool, twoColumns);
     QFETCH(int, pages);
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, strips * 100 - 10), u"some.png"_s));
+    window.loadImageFile(savedStrips(strips));
     if (twoColumns) {
         trigger(window, "twoColsAction");
     }
     exportTo(window, pathOf(u"out.pdf"_s));
     const PdfFacts facts = pdfFacts(u"out.pdf"_s);
     QCOMPARE(facts.pages, pages);
-    QVERIFY(std::abs(facts.pageSizes.first().width() - 595.276) < 1); // 210 mm in points
-    QVERIFY(std::abs(facts.pageSizes.first().height() - 841.89) < 1); // 297 mm
+    QCOMPARE(facts.pageSizes.size(), pages);
+    for (const QSizeF &size : facts.pageSizes) {
+        QVERIFY(std::abs(size.width() - 595.276) < 1); // 210 mm in points
+        QVERIFY(std::abs(size.height() - 841.89) < 1); // 297 mm
+    }
 }
 
 void TestPdfExport::writesWhatThePagesShow_data()
@@ -284,7 +281,7 @@ void TestPdfExport::writesWhatThePagesShow()
     }
     stripsOf(window).first()->moveCut(30);
     exportTo(window, pathOf(u"out.pdf"_s));
-    exportTo(window, pathOf(u"out.pdf"_s)); // by now the scale of two columns has settled
+    exportTo(window, pathOf(u"out.pdf"_s)); // the scale of two columns is final only now
     const QList<QImage> sheets = pdfPictures(u"out.pdf"_s, dotsPerInch);
     const QList<PreviewItem *> pages = pagesOf(window);
     QCOMPARE(sheets.size(), pages.size());
@@ -293,7 +290,7 @@ void TestPdfExport::writesWhatThePagesShow()
         const int difference = greatestMeanDifference(sheets.at(i), expected);
         QVERIFY2(difference <= meanTolerance, qPrintable(QString::number(difference)));
         const QImage other = expectedSheet(pages.at((i + 1) % pages.size()), sheets.at(i).size());
-        QVERIFY(greatestMeanDifference(sheets.at(i), other) > 2 * meanTolerance); // so the test tells pages apart
+        QVERIFY(greatestMeanDifference(sheets.at(i), other) > 2 * meanTolerance); // the comparison distinguishes pages
     }
     if (numbered) {
         trigger(window, "pageNumAction");
@@ -306,19 +303,13 @@ void TestPdfExport::writesWhatThePagesShow()
     }
 }
 
-void TestPdfExport::keepsTheColoursOf_data()
+void TestPdfExport::keepsTheColorsOf_data()
 {
     QTest::addColumn<QImage>("image");
     const QImage blocks = blockPicture(350, 900);
     QTest::newRow("RGB32") << blocks;
     QTest::newRow("gray") << blocks.convertToFormat(QImage::Format_Grayscale8);
-    QImage translucent = blocks.convertToFormat(QImage::Format_ARGB32);
-    for (int y = 0; y < translucent.height(); ++y) {
-        for (int x = 0; x < translucent.width(); ++x) {
-            translucent.setPixelColor(x, y, QColor(200, 20, 60, y / 50 % 2 == 0 ? 255 : 90));
-        }
-    }
-    QTest::newRow("alpha") << translucent;
+    QTest::newRow("alpha") << translucentPicture(350, 900);
     QImage hole(350, 900, QImage::Format_Indexed8);
     hole.setColorTable(
         {qRgb(200, 190, 90), qRgb(80, 80, 150), qRgb(190, 80, 90), qRgb(80, 150, 90), qRgb(110, 110, 110)});
@@ -332,17 +323,17 @@ void TestPdfExport::keepsTheColoursOf_data()
     QTest::newRow("palette with transparency") << hole;
 }
 
-void TestPdfExport::keepsTheColoursOf()
+void TestPdfExport::keepsTheColorsOf()
 {
     QFETCH(QImage, image);
     MainWindow window;
     window.setAutoPage(false);
-    window.loadImageFile(savedPicture(image, u"colours.png"_s));
+    window.loadImageFile(savedPicture(image, u"colors.png"_s));
     exportTo(window, pathOf(u"out.pdf"_s));
     const QList<QImage> sheets = pdfPictures(u"out.pdf"_s, dotsPerInch);
     QCOMPARE(sheets.size(), 2);
 
-    // The page, drawn from the image as the test knows it.
+    // The expected page, drawn from the image.
     const PreviewItem *page = pagesOf(window).first();
     const double drawnWidth = 0.70707071 * 500;
     const double drawnHeight = drawnWidth * 500 / 350;
@@ -370,7 +361,7 @@ void TestPdfExport::keepsTheColoursOf()
 void TestPdfExport::writesNoSelectionFrame()
 {
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
+    window.loadImageFile(savedStrips(5));
     exportTo(window, pathOf(u"out.pdf"_s));
     const QList<QImage> plain = pdfPictures(u"out.pdf"_s, dotsPerInch);
     pagesOf(window).at(1)->setSelected(true);
@@ -388,60 +379,58 @@ void TestPdfExport::addsNoSuffix()
 {
     QVERIFY(QDir::current().mkpath(u"bare"_s));
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
+    window.loadImageFile(savedStrips(5));
     exportTo(window, pathOf(u"bare/no suffix"_s));
     QCOMPARE(filesIn(pathOf(u"bare"_s)), QStringList(u"no suffix"_s));
     QCOMPARE(pdfFacts(u"bare/no suffix"_s).pages, 5);
 }
 
-void TestPdfExport::replacesAFileThatIsThere()
+void TestPdfExport::replacesAnExistingFile()
 {
     savedBytes("an older file", u"out.pdf"_s);
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
-    int questions = 0;
-    const NextDialog next = onNextDialog<QFileDialog>([&questions](QFileDialog *dialog) {
-        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(pathOf(u"out.pdf"_s));
-        const NextDialog question = onNextDialog<QMessageBox>([&questions](QMessageBox *box) {
-            ++questions;
-            box->button(QMessageBox::Yes)->click();
-        });
+    window.loadImageFile(savedStrips(5));
+    bool isAsked = false;
+    const NextDialog next = onNextDialog<QFileDialog>([&isAsked](QFileDialog *dialog) {
+        typePath(dialog, pathOf(u"out.pdf"_s));
+        const NextDialog question =
+            onNextDialog<QMessageBox>([](QMessageBox *box) { box->button(QMessageBox::Yes)->click(); });
         static_cast<QDialog *>(dialog)->accept();
+        isAsked = question.wasMet();
     });
     trigger(window, "exportPdfAction");
-    QCOMPARE(questions, 1); // the dialog's own
+    QVERIFY(isAsked); // by the file dialog
     QCOMPARE(pdfFacts(u"out.pdf"_s).pages, 5);
 }
 
-void TestPdfExport::tellsTheOutcome()
+void TestPdfExport::reportsTheOutcome()
 {
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
+    window.loadImageFile(savedStrips(5));
     exportTo(window, pathOf(u"out.pdf"_s));
     QCOMPARE(toastText(window), u"处理结果已输出至文件"_s + pathOf(u"out.pdf"_s));
 }
 
-void TestPdfExport::tellsTheOutcomeInEnglish()
+void TestPdfExport::reportsTheOutcomeInEnglish()
 {
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
-    QTranslator english;
-    QVERIFY(loadEnglishTexts(english));
-    QVERIFY(QCoreApplication::installTranslator(&english));
+    window.loadImageFile(savedStrips(5));
+    const EnglishCatalogue english;
+    QVERIFY(english.isLoaded());
     exportTo(window, pathOf(u"out.pdf"_s));
     QCOMPARE(toastText(window), u"Save to PDF file succeeded"_s + pathOf(u"out.pdf"_s));
 }
 
-void TestPdfExport::unwritableTargetIsToldLikeAnyOther()
+void TestPdfExport::unwritableTargetIsReportedLikeAnyOther()
 {
     const QString path = pathOf(u"no such folder/out.pdf"_s);
     MainWindow window;
-    window.loadImageFile(savedPicture(blockPicture(70, 450), u"five.png"_s));
+    window.loadImageFile(savedStrips(5));
     exportTo(window, path);
     QVERIFY(!QFile::exists(path));
     QCOMPARE(toastText(window), u"处理结果已输出至文件"_s + path);
     QCOMPARE(configValue(u"savepath"_s), pathOf(u"no such folder"_s));
-    exportTo(window, pathOf(u"out.pdf"_s)); // and the next export works
+    exportTo(window, pathOf(u"out.pdf"_s)); // the next export works
     QCOMPARE(pdfFacts(u"out.pdf"_s).pages, 5);
 }
 

@@ -1,13 +1,17 @@
 #include "app/mainwindow.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/useractions.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 
 #include <QGraphicsScene>
 #include <QGraphicsSceneMouseEvent>
+#include <QGraphicsView>
 #include <QScrollBar>
 #include <QSignalSpy>
 
@@ -21,8 +25,8 @@ namespace {
 constexpr double width = 700;
 constexpr double height = 1000;
 
-/// A chain of strips, 700 x 1000 each, and one page a strip, in two scenes
-/// that no view shows.
+/// A chain of strips, 700 x 1000 each, and one page per strip, in two scenes
+/// without views.
 struct Chain
 {
     explicit Chain(int count)
@@ -30,13 +34,13 @@ struct Chain
         QPixmap source(int(width), int(height) * count);
         source.fill(Qt::white);
         for (int i = 0; i < count; ++i) {
-            auto *strip = new PageItem(source, QRectF(0, i * height, width, height)); // the scene takes it
+            auto *strip = new PageItem(source, QRectF(0, i * height, width, height)); // owned by the scene
             strip->setPageIndex(i);
             if (i > 0) {
                 strips.last()->linkNext(strip);
             }
             stripScene.addItem(strip);
-            auto *page = new PreviewItem(strip, 1); // the scene takes it
+            auto *page = new PreviewItem(strip, 1); // owned by the scene
             page->setPageNumber(i);
             if (i > 0) {
                 pages.last()->setNextPage(page);
@@ -53,15 +57,15 @@ struct Chain
     QList<PreviewItem *> pages;
 };
 
-/// What an operation repaints of a scene.
+/// Records what an operation repaints in a scene.
 class RepaintSpy
 {
 public:
     explicit RepaintSpy(const QGraphicsScene *scene)
         : spy(scene, &QGraphicsScene::changed)
     {
-        scene->items(); // settles the index
-        QCoreApplication::processEvents(); // what was there before
+        scene->items(); // updates the index
+        QCoreApplication::processEvents(); // handle earlier updates
         spy.clear();
     }
 
@@ -94,15 +98,7 @@ PreviewItem *pageOf(Chain &chain, int index)
     return chain.pages.at(index);
 }
 
-/// All that a double click brings: press, release, double click, release.
-void doubleClick(QWidget *widget, QPoint at)
-{
-    QTest::mouseClick(widget, Qt::LeftButton, {}, at);
-    QTest::mouseDClick(widget, Qt::LeftButton, {}, at);
-    QTest::mouseRelease(widget, Qt::LeftButton, {}, at);
-}
-
-QPointF centreOf(const QGraphicsView *view)
+QPointF centerOf(const QGraphicsView *view)
 {
     return view->mapToScene(view->viewport()->rect()).boundingRect().center();
 }
@@ -118,16 +114,16 @@ private slots:
 
     void constructs();
     void constructsForTenPercentWhateverIsStored();
-    void standsUnderItsForerunners_data();
-    void standsUnderItsForerunners();
-    void isSelectableAndNoMore();
-    void entersItselfIntoItsStrip();
-    void storesWhatItIsGiven();
+    void isBelowItsPredecessors_data();
+    void isBelowItsPredecessors();
+    void isOnlySelectable();
+    void registersWithItsStrip();
+    void storesWhatIsSet();
     void boundsIgnoreTheInnerPosition();
 
     void setsTheMargin_data();
     void setsTheMargin();
-    void marginGoesByTheStripAsItStands();
+    void marginFollowsTheCurrentStrip();
     void steps_data();
     void steps();
     void stepAtTheEndsDoesNotRepaint();
@@ -140,11 +136,11 @@ private slots:
     void lastPageRefreshesAlone();
     void toggleRepaintsThePageAndTheNext();
 
-    void clickCentresItsStrip_data();
-    void clickCentresItsStrip();
+    void clickCentersItsStrip_data();
+    void clickCentersItsStrip();
     void clickSelectsThePage();
-    void anyButtonCentres_data();
-    void anyButtonCentres();
+    void anyButtonCenters_data();
+    void anyButtonCenters();
     void releaseWithoutAViewIsHarmless();
     void doubleClickSwitchesPageNumbers();
 };
@@ -183,7 +179,7 @@ void TestPreviewItem::constructsForTenPercentWhateverIsStored()
     QCOMPARE(second.margins(), QRectF(10, 16.2, 10, 16.2));
 }
 
-void TestPreviewItem::standsUnderItsForerunners_data()
+void TestPreviewItem::isBelowItsPredecessors_data()
 {
     QTest::addColumn<int>("index");
     QTest::addColumn<unsigned int>("kind");
@@ -194,7 +190,7 @@ void TestPreviewItem::standsUnderItsForerunners_data()
     }
 }
 
-void TestPreviewItem::standsUnderItsForerunners()
+void TestPreviewItem::isBelowItsPredecessors()
 {
     QFETCH(int, index);
     QFETCH(unsigned int, kind);
@@ -205,7 +201,7 @@ void TestPreviewItem::standsUnderItsForerunners()
     QCOMPARE(page.pos(), QPointF(0, y));
 }
 
-void TestPreviewItem::isSelectableAndNoMore()
+void TestPreviewItem::isOnlySelectable()
 {
     PageItem strip(QPixmap(700, 1000), QRectF(0, 0, width, height));
     const PreviewItem page(&strip, 1);
@@ -214,7 +210,7 @@ void TestPreviewItem::isSelectableAndNoMore()
     QVERIFY(!page.acceptHoverEvents());
 }
 
-void TestPreviewItem::entersItselfIntoItsStrip()
+void TestPreviewItem::registersWithItsStrip()
 {
     PageItem first(QPixmap(700, 2000), QRectF(0, 0, width, height));
     PageItem second(QPixmap(700, 2000), QRectF(0, height, width, height));
@@ -224,7 +220,7 @@ void TestPreviewItem::entersItselfIntoItsStrip()
     QCOMPARE(second.firstPreview(), &page);
 }
 
-void TestPreviewItem::storesWhatItIsGiven()
+void TestPreviewItem::storesWhatIsSet()
 {
     PageItem strip(QPixmap(700, 1000), QRectF(0, 0, width, height));
     PreviewItem page(&strip, 1);
@@ -287,7 +283,7 @@ void TestPreviewItem::setsTheMargin()
     }
 }
 
-void TestPreviewItem::marginGoesByTheStripAsItStands()
+void TestPreviewItem::marginFollowsTheCurrentStrip()
 {
     Chain chain(2);
     PreviewItem *page = chain.pages.first();
@@ -398,7 +394,7 @@ void TestPreviewItem::movedCutRepaintsEveryPageOfTheStrip()
 {
     Chain chain(2);
     QGraphicsScene sharedScene;
-    auto *shared = new PreviewItem(chain.strips.first(), 4); // the scene takes it
+    auto *shared = new PreviewItem(chain.strips.first(), 4); // owned by the scene
     shared->addStrip(chain.strips.last());
     sharedScene.addItem(shared);
     RepaintSpy onePage(&chain.pageScene);
@@ -432,7 +428,7 @@ void TestPreviewItem::toggleRepaintsThePageAndTheNext()
     QVERIFY(!showPageNumbers());
 }
 
-void TestPreviewItem::clickCentresItsStrip_data()
+void TestPreviewItem::clickCentersItsStrip_data()
 {
     QTest::addColumn<bool>("twoColumns");
     QTest::addColumn<int>("page");
@@ -443,7 +439,7 @@ void TestPreviewItem::clickCentresItsStrip_data()
     QTest::newRow("two columns, page 3") << true << 2 << 8;
 }
 
-void TestPreviewItem::clickCentresItsStrip()
+void TestPreviewItem::clickCentersItsStrip()
 {
     QFETCH(bool, twoColumns);
     QFETCH(int, page);
@@ -464,7 +460,7 @@ void TestPreviewItem::clickCentresItsStrip()
     QTest::mouseClick(leftView->viewport(), Qt::LeftButton, {},
                       leftView->mapFromScene(item->sceneBoundingRect().center()));
     const QPointF wanted = stripsOf(window).at(strip)->sceneBoundingRect().center();
-    QVERIFY(std::abs(centreOf(mainView).y() - wanted.y()) <= 2 / zoom.m22()); // scroll bars step by whole pixels
+    QVERIFY(std::abs(centerOf(mainView).y() - wanted.y()) <= 2 / zoom.m22()); // scroll bars step by whole pixels
     QCOMPARE(mainView->transform(), zoom);
 }
 
@@ -484,7 +480,7 @@ void TestPreviewItem::clickSelectsThePage()
     }
 }
 
-void TestPreviewItem::anyButtonCentres_data()
+void TestPreviewItem::anyButtonCenters_data()
 {
     QTest::addColumn<Qt::MouseButton>("button");
     QTest::newRow("left") << Qt::LeftButton;
@@ -492,7 +488,7 @@ void TestPreviewItem::anyButtonCentres_data()
     QTest::newRow("right") << Qt::RightButton;
 }
 
-void TestPreviewItem::anyButtonCentres()
+void TestPreviewItem::anyButtonCenters()
 {
     QFETCH(Qt::MouseButton, button);
     MainWindow window;
@@ -506,7 +502,7 @@ void TestPreviewItem::anyButtonCentres()
     release.setButton(button);
     page->scene()->sendEvent(page, &release);
     const QPointF wanted = stripsOf(window).at(6)->sceneBoundingRect().center();
-    QVERIFY(std::abs(centreOf(mainView).y() - wanted.y()) <= 2 / mainView->transform().m22());
+    QVERIFY(std::abs(centerOf(mainView).y() - wanted.y()) <= 2 / mainView->transform().m22());
     QVERIFY(!page->isSelected());
 }
 
@@ -516,7 +512,7 @@ void TestPreviewItem::releaseWithoutAViewIsHarmless()
     QGraphicsSceneMouseEvent release(QEvent::GraphicsSceneMouseRelease);
     chain.pageScene.sendEvent(chain.pages.first(), &release);
     PageItem strip(QPixmap(700, 1000), QRectF(0, 0, width, height)); // in no scene
-    auto *page = new PreviewItem(&strip, 1); // the scene takes it
+    auto *page = new PreviewItem(&strip, 1); // owned by the scene
     chain.pageScene.addItem(page);
     chain.pageScene.sendEvent(page, &release);
     QCOMPARE(chain.pageScene.items().size(), 2);
@@ -539,7 +535,7 @@ void TestPreviewItem::doubleClickSwitchesPageNumbers()
     QVERIFY(showPageNumbers());
     QVERIFY(page->isSelected());
     const QPointF wanted = stripsOf(window).at(5)->sceneBoundingRect().center();
-    QVERIFY(std::abs(centreOf(mainView).y() - wanted.y()) <= 2 / mainView->transform().m22());
+    QVERIFY(std::abs(centerOf(mainView).y() - wanted.y()) <= 2 / mainView->transform().m22());
     doubleClick(leftView->viewport(), at);
     QVERIFY(!showPageNumbers());
 }

@@ -1,8 +1,11 @@
 #include "app/mainwindow.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/imagecomparison.h"
+#include "support/pdffacts.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,13 +18,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString documentPath(int strips)
-{
-    return savedPicture(blockPicture(70, strips * 100 - 10), u"%1 strips.png"_s.arg(strips));
-}
-
-/// The sheets that \a window prints with the range \a first to \a last, as
-/// pictures; \a first 0 sets no range.
+/// The sheets that \a window prints for the range \a first to \a last, rendered;
+/// all pages if \a first is 0.
 QList<QImage> printedSheets(MainWindow &window, int first, int last)
 {
     const QString path = QDir::current().absoluteFilePath(u"printed.pdf"_s);
@@ -39,13 +37,6 @@ QList<QImage> printedSheets(MainWindow &window, int first, int last)
     return pictures.size() == pdfFacts(path).pages ? pictures : QList<QImage>();
 }
 
-bool isBlank(const QImage &image)
-{
-    QImage blank = image;
-    blank.fill(Qt::white);
-    return image == blank;
-}
-
 } // namespace
 
 class TestRenderDocument : public QObject
@@ -55,14 +46,14 @@ class TestRenderDocument : public QObject
 private slots:
     void printsSheets_data();
     void printsSheets();
-    void printsTheLayoutThatIsShown();
+    void printsTheCurrentLayout();
     void fitsThePageAtTheTopLeft_data();
     void fitsThePageAtTheTopLeft();
     void eachPageHasItsOwnScale();
-    void givesTheScaleBack();
+    void restoresTheScale();
     void laterPageOfTwoColumnsCanBeSmaller();
     void emptySceneDrawsNothing();
-    void painterThatDoesNotWorkIsHarmless();
+    void inactivePainterIsHarmless();
 };
 
 void TestRenderDocument::printsSheets_data()
@@ -72,7 +63,7 @@ void TestRenderDocument::printsSheets_data()
     QTest::addColumn<int>("first");
     QTest::addColumn<int>("last");
     QTest::addColumn<int>("drawn");
-    QTest::addColumn<int>("blank"); // sheets behind the drawn ones
+    QTest::addColumn<int>("blank"); // blank sheets after the drawn ones
     const auto add = [](int strips, bool twoColumns, int first, int last, int drawn, int blank) {
         QTest::addRow("%d strips in %s, %d to %d", strips, twoColumns ? "two columns" : "one column", first, last)
             << strips << twoColumns << first << last << drawn << blank;
@@ -85,7 +76,7 @@ void TestRenderDocument::printsSheets_data()
     add(5, false, 3, 5, 3, 0);
     add(5, false, 5, 5, 1, 0);
     add(5, false, 4, 99, 2, 0);
-    add(5, false, 6, 9, 0, 1); // the sheet that every job begins with
+    add(5, false, 6, 9, 0, 1); // every print job starts with a sheet
     add(1, false, 0, 0, 1, 0);
     add(1, false, 1, 1, 1, 0);
     add(5, true, 0, 0, 2, 0);
@@ -104,7 +95,7 @@ void TestRenderDocument::printsSheets()
     QFETCH(int, blank);
     MainWindow window;
     window.setAutoPage(false);
-    window.loadImageFile(documentPath(strips));
+    window.loadImageFile(savedStrips(strips));
     if (twoColumns) {
         trigger(window, "twoColsAction");
     }
@@ -120,11 +111,11 @@ void TestRenderDocument::printsSheets()
     }
 }
 
-void TestRenderDocument::printsTheLayoutThatIsShown()
+void TestRenderDocument::printsTheCurrentLayout()
 {
     MainWindow window;
     window.setAutoPage(false);
-    window.loadImageFile(documentPath(9));
+    window.loadImageFile(savedStrips(9));
     QCOMPARE(printedSheets(window, 0, 0).size(), 9);
     trigger(window, "twoColsAction");
     QCOMPARE(printedSheets(window, 0, 0).size(), 3);
@@ -147,7 +138,7 @@ void TestRenderDocument::fitsThePageAtTheTopLeft()
     QFETCH(double, scale);
     MainWindow window;
     window.setAutoPage(false);
-    window.loadImageFile(documentPath(1));
+    window.loadImageFile(savedStrips(1));
     QImage actual(area, QImage::Format_RGB32);
     actual.fill(Qt::magenta);
     QImage expected = actual;
@@ -167,7 +158,7 @@ void TestRenderDocument::eachPageHasItsOwnScale()
 {
     MainWindow window;
     window.setAutoPage(false);
-    window.loadImageFile(documentPath(3));
+    window.loadImageFile(savedStrips(3));
     PreviewItem *second = pagesOf(window).at(1);
     second->setMargins(QRectF(7, 12, 91, 136)); // twice as wide and as high
     QCOMPARE(second->boundingRect(), QRectF(0, 0, 168, 248));
@@ -180,7 +171,7 @@ void TestRenderDocument::eachPageHasItsOwnScale()
     window.renderDocument(&painter, &printer);
     painter.end();
     painter.begin(&expected);
-    painter.scale(10, 10); // the first page, taken back
+    painter.scale(10, 10); // undoes the scale of the first page
     painter.scale(0.1, 0.1);
     painter.scale(5, 5);
     second->renderPage(&painter);
@@ -188,10 +179,10 @@ void TestRenderDocument::eachPageHasItsOwnScale()
     QCOMPARE(firstDifference(actual, expected), QString());
 }
 
-void TestRenderDocument::givesTheScaleBack()
+void TestRenderDocument::restoresTheScale()
 {
     MainWindow window;
-    window.loadImageFile(documentPath(5));
+    window.loadImageFile(savedStrips(5));
     QImage image(840, 1240, QImage::Format_RGB32);
     QPrinter printer;
     QPainter painter(&image);
@@ -206,7 +197,7 @@ void TestRenderDocument::laterPageOfTwoColumnsCanBeSmaller()
 {
     MainWindow window;
     window.setAutoPage(false);
-    window.loadImageFile(documentPath(8));
+    window.loadImageFile(savedStrips(8));
     trigger(window, "twoColsAction");
     stripsOf(window).at(5)->moveCut(30); // the left column of the second page: 230
     resetColumnMaxHeight();
@@ -231,11 +222,11 @@ void TestRenderDocument::emptySceneDrawsNothing()
     QCOMPARE(firstDifference(image, before), QString());
 }
 
-void TestRenderDocument::painterThatDoesNotWorkIsHarmless()
+void TestRenderDocument::inactivePainterIsHarmless()
 {
     MainWindow window;
     window.setAutoPage(false);
-    window.loadImageFile(documentPath(5));
+    window.loadImageFile(savedStrips(5));
     const QList<PreviewItem *> pages = pagesOf(window);
     QPrinter printer;
     QPainter painter;
@@ -245,7 +236,7 @@ void TestRenderDocument::painterThatDoesNotWorkIsHarmless()
         trigger(window, "twoColsAction");
     }
     QCOMPARE(pagesOf(window), pages);
-    QCOMPARE(printedSheets(window, 0, 0).size(), 5); // and the pages draw as before
+    QCOMPARE(printedSheets(window, 0, 0).size(), 5); // the pages still draw
 }
 
 QUILLMARCH_TEST_MAIN(TestRenderDocument)

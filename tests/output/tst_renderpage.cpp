@@ -1,6 +1,8 @@
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
+#include "support/plaindrawing.h"
 #include "support/testmain.h"
 
 #include <QPainter>
@@ -10,8 +12,6 @@
 #include <cmath>
 #include <memory>
 #include <vector>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -48,24 +48,15 @@ struct Sheet
 
 void drawNumberLiterally(QPainter *painter, QSizeF sheet, int number)
 {
-    QPixmap pixmap(180, 60);
-    pixmap.fill(Qt::transparent);
-    QPainter numberPainter(&pixmap);
-    QFont font(u"Times New Roman"_s, 16, 100, false);
-    font.setLetterSpacing(QFont::AbsoluteSpacing, 2.0);
-    numberPainter.setFont(font);
-    numberPainter.setPen(QColor(Qt::gray));
-    numberPainter.drawText(QRect(0, 0, 180, 60), 132, QString::number(number + 1));
-    numberPainter.end();
     const double boxWidth = std::trunc(sheet.width() / 5);
     const double boxHeight = std::trunc(sheet.width() / 15);
     painter->drawPixmap(
         QRectF(std::trunc(sheet.width() - boxWidth), std::trunc(sheet.height() - boxHeight), boxWidth, boxHeight),
-        pixmap, QRectF(0, 0, 180, 60));
+        plainPageNumber(QString::number(number + 1)), QRectF(0, 0, 180, 60));
 }
 
-/// The page of \a sheet, drawn step by step. \a aspect is the smallest aspect
-/// of the document, \a tallest the greatest column so far, which it raises.
+/// The expected page of \a sheet, drawn step by step. \a aspect is the smallest
+/// aspect of the document; \a tallest, the tallest column so far, is updated.
 void drawLiterally(QPainter *painter, const Sheet &sheet, double aspect, double &tallest, bool numbered)
 {
     const QRectF outer = sheet.page->boundingRect();
@@ -74,8 +65,7 @@ void drawLiterally(QPainter *painter, const Sheet &sheet, double aspect, double 
     const QRectF content(margins.x(), margins.y(), outer.width() - margins.x() - margins.width(),
                          outer.height() - margins.y() - margins.height());
     const auto draw = [&](const PageItem &strip, const QRectF &target) {
-        const QRectF band = strip.sourceRect();
-        painter->drawPixmap(target, sheet.source.copy(band.toRect()), QRectF(0, 0, band.width(), band.height()));
+        plainDrawBand(painter, target, sheet.source, strip.sourceRect());
     };
     if (sheet.layoutKind == 1) {
         const QRectF band = sheet.strips.front()->sourceRect();
@@ -115,7 +105,7 @@ void drawLiterally(QPainter *painter, const Sheet &sheet, double aspect, double 
     }
 }
 
-/// A picture of what \a draw draws at \a scale, some pixels away from the edge.
+/// What \a draw draws at \a scale, with some pixels of space around it.
 template <typename Draw>
 QImage picture(double scale, Draw draw)
 {
@@ -141,7 +131,7 @@ QImage literalPicture(const Sheet &sheet, double aspect, double &tallest, bool n
 
 QPixmap sourcePixmap(int strips, QImage::Format format = QImage::Format_RGB32)
 {
-    return QPixmap::fromImage(blockPicture(width, height * strips).convertToFormat(format), Qt::NoFormatConversion);
+    return keptPixmap(blockPicture(width, height * strips).convertToFormat(format));
 }
 
 constexpr double fixedAspect = 0.70707071;
@@ -157,8 +147,8 @@ private slots:
 
     void oneStrip_data();
     void oneStrip();
-    void oneStripGoesByTheSmallestAspect();
-    void shortenedStripStandsInTheMiddle();
+    void oneStripFollowsTheSmallestAspect();
+    void shortenedStripIsCentered();
     void fourStrips_data();
     void fourStrips();
     void fourStripsWithMovedCuts_data();
@@ -167,11 +157,11 @@ private slots:
     void tallestColumnIsNeverLowered();
     void loneStripIsHalfAsLarge();
     void stripBelowTheImageLeavesWhite();
-    void keepsTheColoursOf_data();
-    void keepsTheColoursOf();
+    void keepsTheColorsOf_data();
+    void keepsTheColorsOf();
     void numbersThePage_data();
     void numbersThePage();
-    void drawsNoNumberUnlessTold();
+    void drawsNoNumberUnlessEnabled();
     void otherKindsShowNoStrip();
     void frameIsOnlyForTheScreen();
     void paintsNoFrameUnlessSelected();
@@ -209,17 +199,17 @@ void TestRenderPage::oneStrip()
              QString());
 }
 
-void TestRenderPage::oneStripGoesByTheSmallestAspect()
+void TestRenderPage::oneStripFollowsTheSmallestAspect()
 {
     const Sheet sheet(sourcePixmap(3), 3, 1, 1);
     sheet.strips.at(1)->moveCut(50); // 140 / 250
     double unused = 0;
     QCOMPARE(firstDifference(renderedPicture(sheet), literalPicture(sheet, 0.56, unused)), QString());
-    sheet.strips.at(1)->moveCut(-50); // which takes nothing back
+    sheet.strips.at(1)->moveCut(-50); // does not raise the aspect again
     QCOMPARE(firstDifference(renderedPicture(sheet), literalPicture(sheet, 0.56, unused)), QString());
 }
 
-void TestRenderPage::shortenedStripStandsInTheMiddle()
+void TestRenderPage::shortenedStripIsCentered()
 {
     const Sheet sheet(sourcePixmap(2), 2, 1, 1);
     sheet.strips.at(0)->moveCut(-60);
@@ -343,7 +333,7 @@ void TestRenderPage::stripBelowTheImageLeavesWhite()
     }
 }
 
-void TestRenderPage::keepsTheColoursOf_data()
+void TestRenderPage::keepsTheColorsOf_data()
 {
     QTest::addColumn<QImage>("image");
     QImage translucent = blockPicture(width, 4 * height).convertToFormat(QImage::Format_ARGB32);
@@ -367,10 +357,10 @@ void TestRenderPage::keepsTheColoursOf_data()
     }
 }
 
-void TestRenderPage::keepsTheColoursOf()
+void TestRenderPage::keepsTheColorsOf()
 {
     QFETCH(QImage, image);
-    const QPixmap source = QPixmap::fromImage(image, Qt::NoFormatConversion);
+    const QPixmap source = keptPixmap(image);
     QCOMPARE(source.toImage().format(), image.format());
     double tallest = 0;
     const Sheet one(source, 4, 1, 1);
@@ -395,7 +385,7 @@ void TestRenderPage::numbersThePage()
     QFETCH(int, number);
     const Sheet sheet(sourcePixmap(4), 4, kind, kind == 1 ? 1 : 4);
     sheet.page->setPageNumber(number);
-    sheet.page->setMarginPercent(0); // the box lies over the image
+    sheet.page->setMarginPercent(0); // the box covers part of the image
     const QImage without = renderedPicture(sheet, 2.0);
     sheet.page->togglePageNumbers();
     double tallest = 0;
@@ -406,7 +396,7 @@ void TestRenderPage::numbersThePage()
     QCOMPARE(firstDifference(with.copy(aboveTheBox), without.copy(aboveTheBox)), QString());
 }
 
-void TestRenderPage::drawsNoNumberUnlessTold()
+void TestRenderPage::drawsNoNumberUnlessEnabled()
 {
     const Sheet sheet(sourcePixmap(1), 1, 1, 1);
     double unused = 0;

@@ -2,11 +2,12 @@
 
 #include "page/pageitem.h"
 
+#include <QCursor>
 #include <QGraphicsScene>
 #include <QGraphicsSceneHoverEvent>
 #include <QGraphicsSceneMouseEvent>
 
-/// Sends pointer events straight to strips, at points in their coordinates.
+/// Sends pointer events directly to strips, at points in item coordinates.
 namespace handledriver {
 
 inline void hover(PageItem *strip, QPointF point)
@@ -16,7 +17,7 @@ inline void hover(PageItem *strip, QPointF point)
     strip->scene()->sendEvent(strip, &event);
 }
 
-/// Returns whether the event was still as accepted as \a accepted after it.
+/// Returns whether the strip left the accepted flag of the event at \a accepted.
 inline bool send(PageItem *strip, QEvent::Type type, QPointF point, Qt::MouseButton button = Qt::LeftButton,
                  bool accepted = true)
 {
@@ -41,6 +42,11 @@ inline void move(PageItem *strip, QPointF point)
 inline void release(PageItem *strip, QPointF point, Qt::MouseButton button = Qt::LeftButton)
 {
     send(strip, QEvent::GraphicsSceneMouseRelease, point, button);
+}
+
+[[nodiscard]] inline bool hasSplitCursor(const PageItem *strip)
+{
+    return strip->hasCursor() && strip->cursor().shape() == Qt::SplitVCursor;
 }
 
 } // namespace handledriver

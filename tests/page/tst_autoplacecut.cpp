@@ -1,14 +1,11 @@
 #include "app/mainwindow.h"
-#include "page/pageitem.h"
-#include "support/documents.h"
+#include "page/stripdocument.h"
 #include "support/plainbrightestrow.h"
-#include "support/plainchain.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
+#include "ui/mainview.h"
 
 #include <QGraphicsRectItem>
-#include <QGraphicsScene>
-#include <QGraphicsView>
-#include <QTemporaryDir>
 
 #include <cmath>
 
@@ -16,10 +13,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+/// A dark image with the given bright rows.
 QImage darkImage(QSize size, const QList<int> &brightRows)
 {
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(qRgb(30, 30, 30));
+    QImage image = plainPicture(size.width(), size.height(), QColor(30, 30, 30));
     for (const int y : brightRows) {
         for (int x = 0; x < size.width(); ++x) {
             image.setPixel(x, y, qRgb(250, 240, 230));
@@ -30,24 +27,18 @@ QImage darkImage(QSize size, const QList<int> &brightRows)
 
 QImage whiteImage(QSize size)
 {
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    return image;
+    return plainPicture(size.width(), size.height(), Qt::white);
 }
 
-/// A chain in a scene of its own.
-struct Document
+struct Document : StripDocument
 {
-    QGraphicsScene scene;
-    QList<PageItem *> strips;
-
     Document(const QImage &image, const QList<QRectF> &bands)
+        : StripDocument(keptPixmap(image), bands)
     {
-        resetMinAspect();
-        strips = addChain(scene, keptPixmap(image), bands);
     }
-    PageItem &upper() { return *strips.first(); }
-    double upperHeight() const { return strips.first()->bodyRect().height(); }
+
+    double upperHeight() const { return upper()->bodyRect().height(); }
+
     void placeAll()
     {
         for (PageItem *strip : std::as_const(strips)) {
@@ -56,8 +47,8 @@ struct Document
     }
 };
 
-/// The height at which half of the search window is exactly \a half, which
-/// must be small; 0 if there is none.
+/// The strip height at which half the search window is exactly \a half, a small
+/// number; 0 if there is none.
 double heightOfHalfWindow(double half)
 {
     double height = half / 0.15 * (1 - 1e-13);
@@ -70,26 +61,18 @@ double heightOfHalfWindow(double half)
     return 0.0;
 }
 
-/// A window with the image from a file, as the user gets it.
+/// A window that loads images from a file.
 class Window
 {
 public:
-    void load(const QImage &image)
-    {
-        const QString path = dir.filePath(u"image.png"_s);
-        QVERIFY(image.save(path));
-        window.loadImageFile(path);
-    }
-    QGraphicsScene *scene() const { return window.findChild<QGraphicsView *>("mainView"_L1)->scene(); }
+    void load(const QImage &image) { window.loadImageFile(savedPicture(image, u"image.png"_s)); }
+    QGraphicsScene *scene() const { return mainViewOf(window)->scene(); }
     PageItem *first() const { return dynamic_cast<PageItem *>(scene()->itemAt(QPointF(10, 10), QTransform())); }
 
     MainWindow window;
-
-private:
-    QTemporaryDir dir;
 };
 
-/// The bands that a document starts with.
+/// The initial bands of a document.
 QList<QRectF> documentBands(const QImage &image)
 {
     const double pageHeight = image.width() / 0.7;
@@ -109,29 +92,29 @@ class TestAutoPlaceCut : public QObject
 private slots:
     void movesTheCutToTheBrightestRow_data();
     void movesTheCutToTheBrightestRow();
-    void placesLikeThePlainSteps_data();
-    void placesLikeThePlainSteps();
-    void looksAtTheWholeWindow_data();
-    void looksAtTheWholeWindow();
+    void placesLikeTheOracle_data();
+    void placesLikeTheOracle();
+    void searchesTheWholeWindow_data();
+    void searchesTheWholeWindow();
     void takesTheTopmostRowOfAWhiteImage();
-    void goesByTheChangedBandOfTheStripBefore();
-    void leavesTheLastStripAlone();
+    void usesTheChangedBandOfThePreviousStrip();
+    void doesNotMoveTheLastStrip();
     void countsRowsOfAWindowThatReachesBelow();
     void movesUpByHalfTheWindowBelowTheImage();
     void togglesBetweenTwoPlaces();
-    void takesBackWhereverADragLeftTheCut();
+    void undoesTheShiftAfterADrag();
     void searchesAgainAfterATinyShift_data();
     void searchesAgainAfterATinyShift();
     void searchesAgainAfterAShiftOfTheTolerance();
-    void findsRowsOfTheImageGiven();
+    void findsRowsOfTheGivenImage();
     void windowPlacesCutsOnLoading_data();
     void windowPlacesCutsOnLoading();
-    void windowTogglesAndStartsAnewOnLoading();
-    void windowLeavesRegularCutsIfAskedTo();
+    void windowTogglesAndResetsOnLoading();
+    void windowKeepsRegularCutsIfConfigured();
     void windowWithOneStripOrNone();
     void windowNeedsAStripAtTheStart();
-    void sceneFindsHandlesWhereTheyStand_data();
-    void sceneFindsHandlesWhereTheyStand();
+    void sceneFindsHandlesAtTheirPosition_data();
+    void sceneFindsHandlesAtTheirPosition();
 };
 
 void TestAutoPlaceCut::movesTheCutToTheBrightestRow_data()
@@ -146,12 +129,12 @@ void TestAutoPlaceCut::movesTheCutToTheBrightestRow()
 {
     QFETCH(int, row);
     Document document(darkImage({70, 2000}, {row}), equalBands(2, 70, 1000));
-    document.upper().autoPlaceCut();
-    QCOMPARE(document.upper().sourceRect(), QRectF(0, 0, 70, row));
+    document.upper()->autoPlaceCut();
+    QCOMPARE(document.upper()->sourceRect(), QRectF(0, 0, 70, row));
     QCOMPARE(document.strips.last()->sourceRect(), QRectF(0, row, 70, 2000 - row));
 }
 
-void TestAutoPlaceCut::placesLikeThePlainSteps_data()
+void TestAutoPlaceCut::placesLikeTheOracle_data()
 {
     QTest::addColumn<QImage>("image");
     QTest::addColumn<double>("height");
@@ -162,7 +145,7 @@ void TestAutoPlaceCut::placesLikeThePlainSteps_data()
             QTest::addRow("noise %d by %g", width, height) << noisePicture(size, QImage::Format_RGB32, 5) << height;
             QTest::addRow("noise with alpha %d by %g", width, height)
                 << noisePicture(size, QImage::Format_ARGB32, 6) << height;
-            QTest::addRow("grey text %d by %g", width, height)
+            QTest::addRow("gray text %d by %g", width, height)
                 << randomTextPicture(size, quint32(width)).convertToFormat(QImage::Format_Grayscale8) << height;
             QTest::addRow("dark %d by %g", width, height) << darkImage(size, {}) << height;
             QTest::addRow("white %d by %g", width, height) << whiteImage(size) << height;
@@ -170,7 +153,7 @@ void TestAutoPlaceCut::placesLikeThePlainSteps_data()
     }
 }
 
-void TestAutoPlaceCut::placesLikeThePlainSteps()
+void TestAutoPlaceCut::placesLikeTheOracle()
 {
     QFETCH(QImage, image);
     QFETCH(double, height);
@@ -180,15 +163,15 @@ void TestAutoPlaceCut::placesLikeThePlainSteps()
     for (int run = 0; run < 4; ++run) {
         document.placeAll();
         plain.autoPlaceAll();
-        QCOMPARE(firstDifference(&document.upper(), plain), QString());
+        QCOMPARE(firstDifference(document.upper(), plain), QString());
     }
 }
 
-void TestAutoPlaceCut::looksAtTheWholeWindow_data()
+void TestAutoPlaceCut::searchesTheWholeWindow_data()
 {
     QTest::addColumn<int>("row");
     QTest::addColumn<double>("height");
-    // The window of a strip of 1001.3 is 850 to 1152, rounded to whole rows.
+    // The search window of a strip 1001.3 high is 850 to 1152, rounded to whole rows.
     QTest::newRow("above the window") << 850 << 1001.3 - 150.195;
     QTest::newRow("first row") << 851 << 1001.3 - 150.195;
     QTest::newRow("second row") << 852 << 1001.3 - 150.195 + 1;
@@ -196,27 +179,27 @@ void TestAutoPlaceCut::looksAtTheWholeWindow_data()
     QTest::newRow("below the window") << 1152 << 1001.3 - 150.195;
 }
 
-void TestAutoPlaceCut::looksAtTheWholeWindow()
+void TestAutoPlaceCut::searchesTheWholeWindow()
 {
     QFETCH(int, row);
     QFETCH(double, height);
     Document document(darkImage({20, 2100}, {row}), equalBands(2, 20, 1001.3));
-    document.upper().autoPlaceCut();
+    document.upper()->autoPlaceCut();
     QVERIFY(qAbs(document.upperHeight() - height) < 1e-9);
 }
 
 void TestAutoPlaceCut::takesTheTopmostRowOfAWhiteImage()
 {
     Document document(whiteImage({70, 3000}), equalBands(3, 70, 1000));
-    document.upper().autoPlaceCut();
-    QCOMPARE(document.upper().sourceRect(), QRectF(0, 0, 70, 850));
+    document.upper()->autoPlaceCut();
+    QCOMPARE(document.upper()->sourceRect(), QRectF(0, 0, 70, 850));
     QCOMPARE(document.strips.at(1)->sourceRect(), QRectF(0, 850, 70, 1150));
     QCOMPARE(document.strips.at(2)->sourceRect(), QRectF(0, 2000, 70, 1000));
 }
 
-void TestAutoPlaceCut::goesByTheChangedBandOfTheStripBefore()
+void TestAutoPlaceCut::usesTheChangedBandOfThePreviousStrip()
 {
-    // The second window is 0.3 of 1150 rows and not of 1000.
+    // The second search window is 0.3 of 1150 rows, not of 1000.
     Document document(whiteImage({70, 3000}), equalBands(3, 70, 1000));
     document.placeAll();
     QCOMPARE(document.strips.at(1)->sourceRect(), QRectF(0, 850, 70, 1150 - 172.5));
@@ -225,56 +208,56 @@ void TestAutoPlaceCut::goesByTheChangedBandOfTheStripBefore()
     QCOMPARE(document.strips.at(2)->pos(), QPointF(0, 1867.5));
 }
 
-void TestAutoPlaceCut::leavesTheLastStripAlone()
+void TestAutoPlaceCut::doesNotMoveTheLastStrip()
 {
     Document document(whiteImage({70, 2000}), equalBands(2, 70, 1000));
     document.strips.last()->autoPlaceCut();
     QCOMPARE(document.strips.last()->sourceRect(), QRectF(0, 1000, 70, 1000));
-    QCOMPARE(document.upper().sourceRect(), QRectF(0, 0, 70, 1000));
+    QCOMPARE(document.upper()->sourceRect(), QRectF(0, 0, 70, 1000));
     QCOMPARE(minAspect(), 0.70707071);
 }
 
 void TestAutoPlaceCut::countsRowsOfAWindowThatReachesBelow()
 {
     Document document(darkImage({70, 1045}, {1040}), equalBands(2, 70, 1000));
-    document.upper().autoPlaceCut();
+    document.upper()->autoPlaceCut();
     QCOMPARE(document.upperHeight(), 1040.0);
 }
 
 void TestAutoPlaceCut::movesUpByHalfTheWindowBelowTheImage()
 {
     Document document(whiteImage({70, 850}), equalBands(2, 70, 1000));
-    document.upper().autoPlaceCut();
+    document.upper()->autoPlaceCut();
     QCOMPARE(document.upperHeight(), 850.0);
 }
 
 void TestAutoPlaceCut::togglesBetweenTwoPlaces()
 {
     Document document(darkImage({70, 2000}, {1040}), equalBands(2, 70, 1000));
-    document.upper().autoPlaceCut();
+    document.upper()->autoPlaceCut();
     QCOMPARE(document.upperHeight(), 1040.0);
     for (int run = 0; run < 3; ++run) {
-        // Another band would give another row, if it were looked for.
-        document.upper().setSourceRect(QRectF(0, 300, 70, 800));
-        document.upper().autoPlaceCut();
+        // With this band, a search would find another row.
+        document.upper()->setSourceRect(QRectF(0, 300, 70, 800));
+        document.upper()->autoPlaceCut();
         QCOMPARE(document.upperHeight(), 1000.0);
         QCOMPARE(document.strips.last()->sourceRect(), QRectF(0, 1000, 70, 1000));
-        document.upper().setSourceRect(QRectF(0, 100, 70, 200));
-        document.upper().autoPlaceCut();
+        document.upper()->setSourceRect(QRectF(0, 100, 70, 200));
+        document.upper()->autoPlaceCut();
         QCOMPARE(document.upperHeight(), 1040.0);
         QCOMPARE(document.strips.last()->sourceRect(), QRectF(0, 1040, 70, 960));
     }
 }
 
-void TestAutoPlaceCut::takesBackWhereverADragLeftTheCut()
+void TestAutoPlaceCut::undoesTheShiftAfterADrag()
 {
     Document document(darkImage({70, 2000}, {1040}), equalBands(2, 70, 1000));
-    document.upper().autoPlaceCut();
-    document.upper().moveCut(-333);
-    document.upper().autoPlaceCut();
+    document.upper()->autoPlaceCut();
+    document.upper()->moveCut(-333);
+    document.upper()->autoPlaceCut();
     QCOMPARE(document.upperHeight(), 667.0);
-    document.upper().moveCut(100);
-    document.upper().autoPlaceCut();
+    document.upper()->moveCut(100);
+    document.upper()->autoPlaceCut();
     QCOMPARE(document.upperHeight(), 807.0);
 }
 
@@ -294,42 +277,42 @@ void TestAutoPlaceCut::searchesAgainAfterATinyShift()
 {
     QFETCH(double, shift);
     QFETCH(bool, takenBack);
-    // The window begins at row 849 or 850, and its row 150 is the bright one.
+    // The search window starts at row 849 or 850; its row 150 is the bright one.
     const double height = (150 - shift) / 0.15;
     const int bright = int(std::floor(height - 0.15 * height)) + 150;
     Document document(darkImage({20, 2500}, {bright, 1600}), {QRectF(0, 0, 20, height), QRectF(0, height, 20, 1400)});
-    document.upper().autoPlaceCut();
+    document.upper()->autoPlaceCut();
     QVERIFY(qAbs(document.upperHeight() - (height + shift)) < 1e-9);
 
-    // Of this band the bright row is 1600, far from the cut.
-    document.upper().setSourceRect(QRectF(0, 500, 20, 1000));
-    document.upper().autoPlaceCut();
+    // The bright row of this band is 1600, far from the cut.
+    document.upper()->setSourceRect(QRectF(0, 500, 20, 1000));
+    document.upper()->autoPlaceCut();
     const double expected = takenBack ? height : height + shift + 100;
     QVERIFY2(qAbs(document.upperHeight() - expected) < 1e-9, QByteArray::number(document.upperHeight(), 'g', 17));
 }
 
 void TestAutoPlaceCut::searchesAgainAfterAShiftOfTheTolerance()
 {
-    // Only a strip of a fraction of a row can move by exactly the tolerance.
+    // Only a strip lower than one row can move by exactly the tolerance.
     const double height = heightOfHalfWindow(0.01);
     QVERIFY(height > 0.0);
     Document document(darkImage({20, 2500}, {1600}), {QRectF(0, 1, 20, height), QRectF(0, 2, 20, 1400)});
-    document.upper().autoPlaceCut();
+    document.upper()->autoPlaceCut();
     QVERIFY(qAbs(document.upperHeight() - (height - 0.01)) < 1e-15);
 
-    document.upper().setSourceRect(QRectF(0, 500, 20, 1000));
-    document.upper().autoPlaceCut();
+    document.upper()->setSourceRect(QRectF(0, 500, 20, 1000));
+    document.upper()->autoPlaceCut();
     QVERIFY(qAbs(document.upperHeight() - (height - 0.01 + 100)) < 1e-9);
 }
 
-void TestAutoPlaceCut::findsRowsOfTheImageGiven()
+void TestAutoPlaceCut::findsRowsOfTheGivenImage()
 {
     Document document(darkImage({20, 2000}, {7}), equalBands(2, 20, 1000));
-    QCOMPARE(document.upper().findBrightestRow(darkImage({20, 100}, {42, 43})), 42);
-    QCOMPARE(document.upper().findBrightestRow(darkImage({20, 100}, {})), 0);
-    QCOMPARE(document.upper().findBrightestRow(QImage()), 0);
+    QCOMPARE(document.upper()->findBrightestRow(darkImage({20, 100}, {42, 43})), 42);
+    QCOMPARE(document.upper()->findBrightestRow(darkImage({20, 100}, {})), 0);
+    QCOMPARE(document.upper()->findBrightestRow(QImage()), 0);
     const QImage text = randomTextPicture({333, 500}, 9);
-    QCOMPARE(document.upper().findBrightestRow(text), plainBrightestRow(text));
+    QCOMPARE(document.upper()->findBrightestRow(text), plainBrightestRow(text));
     QCOMPARE(document.upperHeight(), 1000.0);
 }
 
@@ -339,7 +322,7 @@ void TestAutoPlaceCut::windowPlacesCutsOnLoading_data()
     QTest::newRow("text") << randomTextPicture({210, 6000}, 1);
     QTest::newRow("exact multiple") << randomTextPicture({70, 1000}, 2);
     QTest::newRow("white") << whiteImage({133, 2500});
-    QTest::newRow("grey") << randomTextPicture({140, 3000}, 3).convertToFormat(QImage::Format_Grayscale8);
+    QTest::newRow("gray") << randomTextPicture({140, 3000}, 3).convertToFormat(QImage::Format_Grayscale8);
     QTest::newRow("with alpha") << noisePicture({90, 2000}, QImage::Format_ARGB32, 4);
     QTest::newRow("strips beyond the image") << randomTextPicture({20, 28 * 300}, 5);
 }
@@ -355,7 +338,7 @@ void TestAutoPlaceCut::windowPlacesCutsOnLoading()
     QCOMPARE(firstDifference(window.first(), plain), QString());
 }
 
-void TestAutoPlaceCut::windowTogglesAndStartsAnewOnLoading()
+void TestAutoPlaceCut::windowTogglesAndResetsOnLoading()
 {
     const QImage image = randomTextPicture({210, 3000}, 6);
     PlainChain plain(keptPixmap(image), documentBands(image));
@@ -368,12 +351,12 @@ void TestAutoPlaceCut::windowTogglesAndStartsAnewOnLoading()
         plain.autoPlaceAll();
         QCOMPARE(firstDifference(window.first(), plain), QString());
     }
-    window.window.onAutoCutClicked(); // taken back, and yet placed by a rebuild
+    window.window.onAutoCutClicked(); // undone, but a rebuild places them again
     window.window.rebuildDocument();
     QCOMPARE(firstDifference(window.first(), placed), QString());
 }
 
-void TestAutoPlaceCut::windowLeavesRegularCutsIfAskedTo()
+void TestAutoPlaceCut::windowKeepsRegularCutsIfConfigured()
 {
     const QImage image = randomTextPicture({210, 3000}, 7);
     PlainChain plain(keptPixmap(image), documentBands(image));
@@ -417,11 +400,11 @@ void TestAutoPlaceCut::windowNeedsAStripAtTheStart()
     QCOMPARE(first->sourceRect(), QRectF(0, 0, 210, 255));
 }
 
-void TestAutoPlaceCut::sceneFindsHandlesWhereTheyStand_data()
+void TestAutoPlaceCut::sceneFindsHandlesAtTheirPosition_data()
 {
     QTest::addColumn<QImage>("image");
-    // The scene divides itself into parts, whose edges the moved cuts cross
-    // with some of these numbers.
+    // With some of these counts, moved cuts cross the edges of the index of
+    // the scene.
     for (const int count : {2, 3, 4, 7, 8, 9, 13, 70}) {
         const QSize size(140, count * 200 - 1);
         QList<int> rows;
@@ -434,7 +417,7 @@ void TestAutoPlaceCut::sceneFindsHandlesWhereTheyStand_data()
     }
 }
 
-void TestAutoPlaceCut::sceneFindsHandlesWhereTheyStand()
+void TestAutoPlaceCut::sceneFindsHandlesAtTheirPosition()
 {
     QFETCH(QImage, image);
     Window window;

@@ -1,40 +1,10 @@
 #include "page/handledriver.h"
-#include "page/pageitem.h"
-#include "support/plainchain.h"
+#include "page/stripdocument.h"
 #include "support/testmain.h"
 
-#include <QCursor>
 #include <QGraphicsView>
 
 using namespace handledriver;
-
-namespace {
-
-/// Three strips of 100 x 1000, and the cut between the first two.
-struct Document
-{
-    QGraphicsScene scene;
-    QPixmap source;
-    QList<PageItem *> strips;
-
-    Document()
-        : source(100, 3000)
-    {
-        resetMinAspect();
-        source.fill(Qt::darkCyan);
-        strips = addChain(scene, source, equalBands(3, 100, 1000));
-    }
-    PageItem *upper() const { return strips.at(0); }
-    PageItem *lower() const { return strips.at(1); }
-    double cut() const { return upper()->sourceRect().bottom(); }
-};
-
-bool hasSplitCursor(const PageItem *strip)
-{
-    return strip->hasCursor() && strip->cursor().shape() == Qt::SplitVCursor;
-}
-
-} // namespace
 
 class TestCutDrag : public QObject
 {
@@ -47,7 +17,7 @@ private slots:
 
 void TestCutDrag::dragsInAView()
 {
-    Document document;
+    StripDocument document(3, {100, 1000});
     document.scene.setSceneRect(0, 0, 100, 3060);
     QGraphicsView view;
     view.setScene(&document.scene);
@@ -69,7 +39,7 @@ void TestCutDrag::dragsInAView()
     QTest::mousePress(view.viewport(), Qt::LeftButton, {}, at(1010));
     QVERIFY(document.upper()->isDragging());
     QTest::mouseMove(view.viewport(), at(1060));
-    QTest::mouseMove(view.viewport(), at(1110)); // over the next strip, still told to the first
+    QTest::mouseMove(view.viewport(), at(1110)); // over the next strip; the first one still gets the event
     QTRY_COMPARE(document.upper()->dragRect().y(), 1100.0);
     QVERIFY(document.lower()->isDragging());
     QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, at(1110));
@@ -78,18 +48,18 @@ void TestCutDrag::dragsInAView()
     QCOMPARE(document.cut(), 1100.0);
     QCOMPARE(document.lower()->pos(), QPointF(0, 1120));
 
-    // The second press of a double click starts nothing.
+    // The second press of a double click starts no drag.
     QTest::mouseMove(view.viewport(), at(1108));
     QTRY_VERIFY(document.upper()->hasCursor());
     QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, at(1108));
     QTest::mouseMove(view.viewport(), at(1106));
     QTRY_VERIFY(document.upper()->hasCursor());
-    QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, at(1106)); // the press alone
+    QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, at(1106)); // sends only the press
     QVERIFY(!document.upper()->isDragging());
     QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, at(1150));
     QCOMPARE(document.cut(), 1100.0);
 
-    // Into the next strip over the handle: no cursor is left behind.
+    // Moving across the handle to the next strip resets the cursor.
     QTest::mouseMove(view.viewport(), at(1112));
     QTRY_VERIFY(document.upper()->hasCursor());
     QTest::mouseMove(view.viewport(), at(1130));
@@ -104,7 +74,7 @@ void TestCutDrag::sceneFindsHandlesAfterDrags()
     const QList<PageItem *> strips = addChain(scene, QPixmap(100, 100), equalBands(60, 100, 140));
     scene.setSceneRect(0, 0, 100, 60 * 160);
     for (const double share : {0.41, 0.59, 0.45, 0.6}) {
-        QCOMPARE(scene.items().size(), 60); // and all are in the index now
+        QCOMPARE(scene.items().size(), 60); // also adds all of them to the index
         for (qsizetype i = 0; i + 1 < strips.size(); ++i) {
             PageItem *strip = strips.at(i);
             const QPointF grab = strip->handleRect().center();

@@ -1,35 +1,22 @@
 #include "page/handledriver.h"
-#include "page/pageitem.h"
-#include "support/plainchain.h"
+#include "page/stripdocument.h"
 #include "support/testmain.h"
 
-#include <QCursor>
 #include <QSignalSpy>
 
 using namespace handledriver;
 
 namespace {
 
-/// Three strips of 100 x 1000, and the cut between the first two.
-struct Document
+/// Three strips of 100 x 1000.
+struct Document : StripDocument
 {
-    QGraphicsScene scene;
-    QPixmap source;
-    QList<PageItem *> strips;
-
     Document()
-        : source(100, 3000)
+        : StripDocument(3, {100, 1000})
     {
-        resetMinAspect();
-        source.fill(Qt::darkCyan);
-        strips = addChain(scene, source, equalBands(3, 100, 1000));
     }
-    PageItem *upper() const { return strips.at(0); }
-    PageItem *lower() const { return strips.at(1); }
-    PageItem *last() const { return strips.at(2); }
-    double cut() const { return upper()->sourceRect().bottom(); }
 
-    /// Presses the handle of the upper strip at \a y, in its coordinates.
+    /// Presses the handle of the upper strip at \a y, in item coordinates.
     void grab(double y) const
     {
         hover(upper(), {50, y});
@@ -37,18 +24,13 @@ struct Document
     }
 };
 
-/// Lets the scene tell all that has changed so far, and forgets it.
+/// Discards all pending change signals of the scene.
 void settle(QSignalSpy &changed)
 {
     do {
         changed.clear();
         QCoreApplication::processEvents();
     } while (!changed.isEmpty());
-}
-
-bool hasSplitCursor(const PageItem *strip)
-{
-    return strip->hasCursor() && strip->cursor().shape() == Qt::SplitVCursor;
 }
 
 } // namespace
@@ -65,30 +47,30 @@ private slots:
     void hoverClearsTheCursorOfTheStripAbove();
     void hoverRepaintsOnAChangeOnly();
     void pressNeedsTheCursor();
-    void pressDoesNotLookAtItsPlace();
+    void pressIgnoresItsPosition();
     void anyButtonDrags_data();
     void anyButtonDrags();
     void moveNeedsADrag();
     void moveShowsTheRubberLine_data();
     void moveShowsTheRubberLine();
-    void moveLeavesTheCut();
+    void moveKeepsTheCut();
     void moveOutOfLimitsIsIgnored_data();
     void moveOutOfLimitsIsIgnored();
     void releaseMovesTheCut_data();
     void releaseMovesTheCut();
-    void releaseMovesLikeThePlainSteps();
+    void releaseMovesLikeTheOracle();
     void releaseNeedsADrag();
     void releaseEndsTheDrag();
     void releaseRepaintsThePartnerAtTheOldPlace();
     void clickPullsTheCutToTheLimit_data();
     void clickPullsTheCutToTheLimit();
-    void limitsGoByTheJoinedHeight();
-    void partnerTakesNoRelease();
+    void limitsFollowTheJoinedHeight();
+    void partnerIgnoresTheRelease();
     void lastStripMovesNothing();
     void doubleClickStartsNoDrag();
-    void leavesEventsAsAccepted_data();
-    void leavesEventsAsAccepted();
-    void dragLeavesTheRememberedShift();
+    void keepsTheAcceptedFlagOfEvents_data();
+    void keepsTheAcceptedFlagOfEvents();
+    void dragKeepsTheRememberedShift();
     void survivesStripsWithoutHeight();
 };
 
@@ -147,7 +129,7 @@ void TestCutHandle::hoverClearsTheCursorOfTheStripAbove()
     for (const double y : {2.0, 1010.0}) {
         hover(document.upper(), {50, 1010});
         hover(document.last(), {50, 1010});
-        QVERIFY(document.upper()->hasCursor()); // not next to each other
+        QVERIFY(document.upper()->hasCursor()); // not adjacent
         QVERIFY(document.last()->hasCursor());
         hover(document.lower(), {50, y});
         QVERIFY(!document.upper()->hasCursor());
@@ -192,9 +174,9 @@ void TestCutHandle::pressNeedsTheCursor()
     QVERIFY(hasSplitCursor(document.upper()));
 }
 
-void TestCutHandle::pressDoesNotLookAtItsPlace()
+void TestCutHandle::pressIgnoresItsPosition()
 {
-    // The cursor alone counts; the pointer may have moved on since the hover.
+    // Only the cursor matters; the pointer may have moved since the hover event.
     const Document document;
     hover(document.upper(), {50, 1010});
     press(document.upper(), {50, 900});
@@ -237,8 +219,8 @@ void TestCutHandle::moveShowsTheRubberLine_data()
     QTest::addColumn<double>("y");
     QTest::addColumn<double>("line");
     QTest::addColumn<double>("lineOfNext");
-    // Grabbed 5 below the top of the handle. A line of the next strip at its
-    // own handle lies at 1000.
+    // Grabbed 5 pixels below the top of the handle. The rubber line of the next
+    // strip starts at its handle, at 1000.
     QTest::newRow("down") << 1105.0 << 1100.0 << 80.0;
     QTest::newRow("just below the top") << 1000.5 << 995.5 << -24.5;
     QTest::newRow("at the top") << 1000.0 << 995.0 << 1000.0;
@@ -266,7 +248,7 @@ void TestCutHandle::moveShowsTheRubberLine()
     }
 }
 
-void TestCutHandle::moveLeavesTheCut()
+void TestCutHandle::moveKeepsTheCut()
 {
     const Document document;
     document.grab(1010);
@@ -354,7 +336,7 @@ void TestCutHandle::releaseMovesTheCut()
     }
 }
 
-void TestCutHandle::releaseMovesLikeThePlainSteps()
+void TestCutHandle::releaseMovesLikeTheOracle()
 {
     const Document document;
     PlainChain plain(document.source, equalBands(3, 100, 1000));
@@ -378,7 +360,7 @@ void TestCutHandle::releaseNeedsADrag()
     hover(document.upper(), {50, 1010});
     release(document.upper(), {50, 1100});
     QCOMPARE(document.cut(), 1000.0);
-    QVERIFY(document.upper()->hasCursor()); // nothing happens at all
+    QVERIFY(document.upper()->hasCursor()); // no effect at all
     QCOMPARE(minAspect(), 0.70707071);
 }
 
@@ -443,7 +425,7 @@ void TestCutHandle::clickPullsTheCutToTheLimit()
     QCOMPARE(document.cut(), cut);
 }
 
-void TestCutHandle::limitsGoByTheJoinedHeight()
+void TestCutHandle::limitsFollowTheJoinedHeight()
 {
     const Document document;
     document.lower()->moveCut(500); // 1000 and 1500 high
@@ -454,21 +436,21 @@ void TestCutHandle::limitsGoByTheJoinedHeight()
     QCOMPARE(document.upper()->dragRect().y(), 1500.0);
     move(document.upper(), {50, 999.9});
     QCOMPARE(document.upper()->dragRect().y(), 1500.0);
-    document.lower()->moveCut(-500); // measured anew at each event
+    document.lower()->moveCut(-500); // measured again at each event
     move(document.upper(), {50, 999.9});
     QCOMPARE(document.upper()->dragRect().y(), 999.9);
     release(document.upper(), {50, 1500});
     QCOMPARE(document.cut(), 1200.0);
 }
 
-void TestCutHandle::partnerTakesNoRelease()
+void TestCutHandle::partnerIgnoresTheRelease()
 {
     const Document document;
     document.grab(1010);
     move(document.upper(), {50, 1100});
     QVERIFY(document.lower()->isDragging());
     QVERIFY(!document.lower()->hasCursor());
-    document.upper()->moveCut(5); // any move of the cut frees the partner
+    document.upper()->moveCut(5); // any move of the cut ends the drag of the partner
     QVERIFY(!document.lower()->isDragging());
     QVERIFY(document.upper()->isDragging());
     release(document.lower(), {50, 1100});
@@ -505,7 +487,7 @@ void TestCutHandle::doubleClickStartsNoDrag()
     QCOMPARE(document.cut(), 1000.0);
 }
 
-void TestCutHandle::leavesEventsAsAccepted_data()
+void TestCutHandle::keepsTheAcceptedFlagOfEvents_data()
 {
     QTest::addColumn<QEvent::Type>("type");
     QTest::newRow("press") << QEvent::GraphicsSceneMousePress;
@@ -514,7 +496,7 @@ void TestCutHandle::leavesEventsAsAccepted_data()
     QTest::newRow("double click") << QEvent::GraphicsSceneMouseDoubleClick;
 }
 
-void TestCutHandle::leavesEventsAsAccepted()
+void TestCutHandle::keepsTheAcceptedFlagOfEvents()
 {
     QFETCH(QEvent::Type, type);
     const Document document;
@@ -527,9 +509,9 @@ void TestCutHandle::leavesEventsAsAccepted()
     }
 }
 
-void TestCutHandle::dragLeavesTheRememberedShift()
+void TestCutHandle::dragKeepsTheRememberedShift()
 {
-    const Document document; // one colour and dark: placed at the top of the window
+    const Document document; // one dark color: placed at the top of the search window
     document.upper()->autoPlaceCut();
     QCOMPARE(document.cut(), 850.0);
     document.grab(860);

@@ -3,6 +3,7 @@
 #include "support/imagecomparison.h"
 #include "support/pdffacts.h"
 #include "support/pictures.h"
+#include "support/plaindrawing.h"
 #include "support/testmain.h"
 
 #include <QBuffer>
@@ -27,22 +28,7 @@ QImage noise(QImage::Format format)
     return image;
 }
 
-/// What a strip shows by the plain rule: a copy of its band, drawn into the
-/// target with a source rectangle of the unrounded size. Of a palette image the
-/// direct colours are taken, since a copy of its pixmap would lose the palette.
-void drawPlainly(QPainter *painter, const QRectF &target, const QPixmap &pixmap, const QRect &band, QSizeF size)
-{
-    const QImage image = pixmap.toImage();
-    if (image.colorTable().isEmpty()) {
-        painter->drawPixmap(target, pixmap.copy(band), QRectF(QPointF(), size));
-    } else {
-        const QImage direct =
-            image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
-        painter->drawPixmap(target, QPixmap::fromImage(direct.copy(band & direct.rect())), QRectF(QPointF(), size));
-    }
-}
-
-/// Paints a band at a scale, by the shipped code or by the plain rule.
+/// Paints a band at a scale with drawBand() or with the oracle.
 class BandWidget : public QWidget
 {
 public:
@@ -63,7 +49,7 @@ protected:
         painter.scale(scale, scale);
         const QRectF target(QPointF(), bandSize);
         if (plain) {
-            drawPlainly(&painter, target, pixmap, band, bandSize);
+            plainDrawBand(&painter, target, pixmap, band, bandSize);
         } else {
             drawBand(&painter, target, pixmap, band, bandSize, converter);
         }
@@ -79,8 +65,8 @@ QImage rendered(BandWidget &widget, const QRegion &region, bool plain)
     return image;
 }
 
-/// The streams of a PDF file with the part \a band of \a pixmap, drawn by the
-/// shipped code or by the plain rule.
+/// The streams of a PDF file with the part \a band of \a pixmap, drawn with
+/// drawBand() or with the oracle.
 QList<QByteArray> bandStreams(const QPixmap &pixmap, const QRect &band, const QSizeF &size, bool lossless, bool plain)
 {
     QBuffer buffer;
@@ -92,7 +78,7 @@ QList<QByteArray> bandStreams(const QPixmap &pixmap, const QRect &band, const QS
     const QRectF target(100.3, 100.7, 900.1, 5000.9);
     RowConverter converter;
     if (plain) {
-        drawPlainly(&painter, target, pixmap, band, size);
+        plainDrawBand(&painter, target, pixmap, band, size);
     } else {
         drawBand(&painter, target, pixmap, band, size, converter);
     }
@@ -107,10 +93,10 @@ class TestDrawBand : public QObject
     Q_OBJECT
 
 private slots:
-    void equalsThePlainRule_data();
-    void equalsThePlainRule();
-    void writesTheStreamsOfThePlainRule_data();
-    void writesTheStreamsOfThePlainRule();
+    void equalsTheOracle_data();
+    void equalsTheOracle();
+    void writesTheStreamsOfTheOracle_data();
+    void writesTheStreamsOfTheOracle();
     void copiesOfPartsShareAFormat_data();
     void copiesOfPartsShareAFormat();
     void drawsNothingOutsideThePixmap_data();
@@ -119,7 +105,7 @@ private slots:
     void survivesDegenerateTransforms();
 };
 
-void TestDrawBand::equalsThePlainRule_data()
+void TestDrawBand::equalsTheOracle_data()
 {
     QTest::addColumn<int>("format");
     QTest::addColumn<double>("scale");
@@ -146,15 +132,15 @@ void TestDrawBand::equalsThePlainRule_data()
     }
 }
 
-void TestDrawBand::equalsThePlainRule()
+void TestDrawBand::equalsTheOracle()
 {
     QFETCH(int, format);
     QFETCH(double, scale);
     BandWidget widget;
-    widget.pixmap = QPixmap::fromImage(noise(QImage::Format(format)), Qt::NoFormatConversion);
+    widget.pixmap = keptPixmap(noise(QImage::Format(format)));
     widget.scale = scale;
     widget.resize(60, 200);
-    for (const double height : {500.0, 499.6, 800.3}) { // the last reaches below the image
+    for (const double height : {500.0, 499.6, 800.3}) { // the last one ends below the image
         widget.bandSize = QSizeF(sourceSize.width(), height);
         widget.band = QRectF(QPointF(0, bandTop), widget.bandSize).toRect();
         for (const double shift : {0.0, -33.7, 90.5, -height * scale + 20}) {
@@ -171,13 +157,13 @@ void TestDrawBand::equalsThePlainRule()
     }
 }
 
-void TestDrawBand::writesTheStreamsOfThePlainRule_data()
+void TestDrawBand::writesTheStreamsOfTheOracle_data()
 {
     QTest::addColumn<QImage>("image");
     QTest::addColumn<bool>("lossless");
     QImage opaque = noise(QImage::Format_RGB32).convertToFormat(QImage::Format_ARGB32);
     QImage palette = noise(QImage::Format_RGB32).convertToFormat(QImage::Format_Indexed8);
-    QImage unusedAlpha = palette; // whose translucent colour no pixel has
+    QImage unusedAlpha = palette; // no pixel has its transparent color
     QList<QRgb> colors = palette.colorTable();
     while (colors.size() < 256) {
         colors.append(qRgb(1, 2, 3));
@@ -208,7 +194,7 @@ void TestDrawBand::writesTheStreamsOfThePlainRule_data()
         QTest::addRow("opaque ARGB32_PM%s", suffix)
             << opaque.convertToFormat(QImage::Format_ARGB32_Premultiplied) << lossless;
         QTest::addRow("ARGB32, opaque or empty%s", suffix) << opaqueOrEmpty << lossless;
-        QTest::addRow("ARGB32, opaque or coloured nothing%s", suffix) << coloredNothing << lossless;
+        QTest::addRow("ARGB32, opaque or colored nothing%s", suffix) << coloredNothing << lossless;
         for (const QImage::Format format :
              {QImage::Format_ARGB32_Premultiplied, QImage::Format_Grayscale16, QImage::Format_RGB16,
               QImage::Format_RGB888, QImage::Format_RGBA8888, QImage::Format_RGBA64, QImage::Format_Mono}) {
@@ -221,11 +207,11 @@ void TestDrawBand::writesTheStreamsOfThePlainRule_data()
     }
 }
 
-void TestDrawBand::writesTheStreamsOfThePlainRule()
+void TestDrawBand::writesTheStreamsOfTheOracle()
 {
     QFETCH(QImage, image);
     QFETCH(bool, lossless);
-    const QPixmap pixmap = QPixmap::fromImage(image, Qt::NoFormatConversion);
+    const QPixmap pixmap = keptPixmap(image);
     const QRect inside(0, bandTop, sourceSize.width(), 500);
     const QRect cutOff(0, 400, sourceSize.width(), 500);
     constexpr double width = sourceSize.width();
@@ -250,14 +236,14 @@ void TestDrawBand::copiesOfPartsShareAFormat_data()
     }
 }
 
-/// The format is taken from a copy of one pixel.
+/// drawBand() takes the format from a copy of one pixel.
 void TestDrawBand::copiesOfPartsShareAFormat()
 {
     QFETCH(QImage::Format, format);
     QImage opaque(sourceSize, format);
     opaque.fill(Qt::white);
     for (const QImage &image : {opaque, noise(format)}) {
-        const QPixmap pixmap = QPixmap::fromImage(image, Qt::NoFormatConversion);
+        const QPixmap pixmap = keptPixmap(image);
         const QImage::Format onePixel = pixmap.copy(0, 0, 1, 1).toImage().format();
         QCOMPARE(onePixel, pixmap.copy(3, 4, 20, 20).toImage().format());
         QCOMPARE(onePixel, pixmap.copy().toImage().format());
@@ -269,7 +255,7 @@ void TestDrawBand::drawsNothingOutsideThePixmap_data()
     QTest::addColumn<QRect>("band");
     QTest::newRow("below") << QRect(0, 700, 90, 100);
     QTest::newRow("above") << QRect(0, -100, 90, 100);
-    QTest::newRow("beside") << QRect(90, 0, 10, 100);
+    QTest::newRow("to the right") << QRect(90, 0, 10, 100);
     QTest::newRow("empty") << QRect(0, 0, 90, 0);
     QTest::newRow("negative") << QRect(0, 50, 90, -40);
 }
@@ -278,7 +264,7 @@ void TestDrawBand::drawsNothingOutsideThePixmap()
 {
     QFETCH(QRect, band);
     for (const QImage::Format format : {QImage::Format_RGB32, QImage::Format_Grayscale8}) {
-        const QPixmap pixmap = QPixmap::fromImage(noise(format), Qt::NoFormatConversion);
+        const QPixmap pixmap = keptPixmap(noise(format));
         QImage image(100, 100, QImage::Format_RGB32);
         image.fill(Qt::white);
         const QImage blank = image.copy();
@@ -309,7 +295,7 @@ void TestDrawBand::survivesDegenerateTransforms()
     QFETCH(QTransform, transform);
     QFETCH(QRectF, target);
     for (const QImage::Format format : {QImage::Format_ARGB32, QImage::Format_Grayscale8}) {
-        const QPixmap pixmap = QPixmap::fromImage(noise(format), Qt::NoFormatConversion);
+        const QPixmap pixmap = keptPixmap(noise(format));
         const QRect band(0, 0, 90, 120);
         QImage images[2] = {QImage(100, 100, QImage::Format_RGB32), QImage(100, 100, QImage::Format_RGB32)};
         for (int plain : {0, 1}) {
@@ -318,7 +304,7 @@ void TestDrawBand::survivesDegenerateTransforms()
             painter.setTransform(transform);
             RowConverter converter;
             if (plain == 1) {
-                drawPlainly(&painter, target, pixmap, band, band.size());
+                plainDrawBand(&painter, target, pixmap, band, band.size());
             } else {
                 drawBand(&painter, target, pixmap, band, band.size(), converter);
             }

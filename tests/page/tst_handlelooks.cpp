@@ -1,12 +1,12 @@
 #include "page/handledriver.h"
-#include "page/pageitem.h"
-#include "support/documents.h"
-#include "support/plainchain.h"
+#include "page/stripdocument.h"
+#include "support/imagecomparison.h"
 #include "support/plaindrawing.h"
 #include "support/testmain.h"
 
 #include <QLinearGradient>
 #include <QPainter>
+#include <QPen>
 #include <QStyleOptionGraphicsItem>
 
 #include <array>
@@ -17,19 +17,13 @@ namespace {
 
 enum class Look { idle, hover, drag };
 
-struct Document
+/// Two strips of \a width x 60 that show noise.
+struct Document : StripDocument
 {
-    QGraphicsScene scene;
-    QPixmap source;
-    QList<PageItem *> strips;
-
     explicit Document(int width)
-        : source(keptPixmap(noisePicture({width, 120}, QImage::Format_RGB32, 51)))
+        : StripDocument(keptPixmap(noisePicture({width, 120}, QImage::Format_RGB32, 51)), equalBands(2, width, 60))
     {
-        strips = addChain(scene, source, equalBands(2, width, 60));
     }
-    PageItem *upper() const { return strips.first(); }
-    PageItem *lower() const { return strips.last(); }
 };
 
 QPen pen(QColor color, double width, Qt::PenStyle style)
@@ -120,7 +114,7 @@ QImage expectedStrip(const PageItem *strip, const QPixmap &source, double scale,
     QPainter painter(&page);
     preparePainter(painter, scale);
     const QRectF band = strip->sourceRect();
-    plainDrawBand(&painter, source, band, QRectF(0, 0, band.width(), band.height()));
+    plainDrawBand(&painter, QRectF(QPointF(), band.size()), source, band);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF handle = strip->handleRect();
     const double cx = handle.width() * 0.5 + handle.x();
@@ -155,9 +149,9 @@ private slots:
     void paintsTheLook_data();
     void paintsTheLook();
     void looksDiffer();
-    void idleUntilThePointerComes();
+    void isIdleUntilThePointerEnters();
     void hoverLookStaysOnLeaving();
-    void dragLookGoesBeforeHover();
+    void dragLookOverridesHover();
     void partnerShowsTheDragLook();
     void lookAfterARelease();
 };
@@ -213,7 +207,7 @@ void TestHandleLooks::looksDiffer()
     }
 }
 
-void TestHandleLooks::idleUntilThePointerComes()
+void TestHandleLooks::isIdleUntilThePointerEnters()
 {
     const Document document(200);
     QCOMPARE(difference(document.upper(), document.source, Look::idle), QString());
@@ -238,7 +232,7 @@ void TestHandleLooks::hoverLookStaysOnLeaving()
     QCOMPARE(difference(document.upper(), document.source, Look::idle), QString());
 }
 
-void TestHandleLooks::dragLookGoesBeforeHover()
+void TestHandleLooks::dragLookOverridesHover()
 {
     const Document document(200);
     hover(document.upper(), {100, 70});

@@ -1,11 +1,8 @@
 #include "output/previewitem.h"
-#include "page/pageitem.h"
-#include "support/plainchain.h"
+#include "page/handledriver.h"
+#include "page/stripdocument.h"
 #include "support/testmain.h"
 
-#include <QGraphicsScene>
-#include <QGraphicsSceneHoverEvent>
-#include <QGraphicsSceneMouseEvent>
 #include <QRandomGenerator>
 #include <QSignalSpy>
 
@@ -20,20 +17,13 @@ public:
     QRectF boundingRect() const override { return {0, 0, 10, 333}; }
 };
 
-struct Pair
+/// Two strips of 700 x 1000.
+struct Pair : StripDocument
 {
-    QGraphicsScene scene;
-    QList<PageItem *> strips;
-
     Pair()
+        : StripDocument(2, {700, 1000})
     {
-        resetMinAspect();
-        QPixmap pixmap(700, 2000);
-        pixmap.fill(Qt::darkCyan);
-        strips = addChain(scene, pixmap, equalBands(2, 700, 1000));
     }
-    PageItem &upper() { return *strips.first(); }
-    PageItem &lower() { return *strips.last(); }
 };
 
 } // namespace
@@ -45,21 +35,21 @@ class TestPageItem : public QObject
 private slots:
     void init();
     void startsWithItsBand();
-    void storesWhatItIsGiven();
-    void boundsHoldBodyAndHandle();
+    void storesWhatIsSet();
+    void boundsContainBodyAndHandle();
     void linkNextPlacesTheOtherBelow();
-    void linkNextAsksForTheBoundsOfTheClass();
+    void linkNextUsesTheVirtualBounds();
     void movesTheCutDown();
     void keepsBottomEdgeOfNextStrip_data();
     void keepsBottomEdgeOfNextStrip();
-    void movingByNothingTakesTheRatio();
+    void movingByZeroUpdatesTheAspect();
     void movingEndsTheDragOfTheNextStrip();
-    void movingLeavesItsOwnDragAndPlace();
+    void movingKeepsItsOwnDragAndIndex();
     void movesTheEndOfTheLastStrip();
     void lowersMinAspectAndNeverRaisesIt();
-    void movesLikeThePlainSteps_data();
-    void movesLikeThePlainSteps();
-    void tellsItsOutputPages();
+    void movesLikeTheOracle_data();
+    void movesLikeTheOracle();
+    void updatesItsOutputPages();
     void ignoresADoubleClick();
 };
 
@@ -88,7 +78,7 @@ void TestPageItem::startsWithItsBand()
     QCOMPARE(minAspect(), a4Aspect);
 }
 
-void TestPageItem::storesWhatItIsGiven()
+void TestPageItem::storesWhatIsSet()
 {
     PageItem strip(QPixmap(50, 400), QRectF(0, 0, 50, 70));
     PageItem other(QPixmap(50, 400), QRectF(0, 70, 50, 70));
@@ -124,7 +114,7 @@ void TestPageItem::storesWhatItIsGiven()
     QVERIFY(!strip.isDragging());
 }
 
-void TestPageItem::boundsHoldBodyAndHandle()
+void TestPageItem::boundsContainBodyAndHandle()
 {
     PageItem strip(QPixmap(50, 400), QRectF(0, 100, 50, 70));
     QCOMPARE(strip.boundingRect(), QRectF(0, 0, 50, 90));
@@ -148,7 +138,7 @@ void TestPageItem::linkNextPlacesTheOtherBelow()
     QCOMPARE(lower.sourceRect(), QRectF(0, 101, 50, 60));
 }
 
-void TestPageItem::linkNextAsksForTheBoundsOfTheClass()
+void TestPageItem::linkNextUsesTheVirtualBounds()
 {
     TallStrip upper(QPixmap(50, 400), QRectF(0, 30, 50, 70));
     PageItem lower(QPixmap(50, 400), QRectF(0, 100, 50, 60));
@@ -159,23 +149,23 @@ void TestPageItem::linkNextAsksForTheBoundsOfTheClass()
 void TestPageItem::movesTheCutDown()
 {
     Pair pair;
-    QCOMPARE(pair.upper().bodyRect(), QRectF(0, 0, 700, 1000));
-    QCOMPARE(pair.upper().handleRect(), QRectF(0, 1000, 700, 20));
-    QCOMPARE(pair.upper().boundingRect().height(), 1020.0);
-    QCOMPARE(pair.lower().pos(), QPointF(0, 1020));
+    QCOMPARE(pair.upper()->bodyRect(), QRectF(0, 0, 700, 1000));
+    QCOMPARE(pair.upper()->handleRect(), QRectF(0, 1000, 700, 20));
+    QCOMPARE(pair.upper()->boundingRect().height(), 1020.0);
+    QCOMPARE(pair.lower()->pos(), QPointF(0, 1020));
     QCOMPARE(minAspect(), a4Aspect);
 
-    pair.upper().moveCut(50);
-    QCOMPARE(pair.upper().sourceRect(), QRectF(0, 0, 700, 1050));
-    QCOMPARE(pair.upper().bodyRect(), QRectF(0, 0, 700, 1050));
-    QCOMPARE(pair.upper().handleRect(), QRectF(0, 1050, 700, 20));
-    QCOMPARE(pair.upper().dragRect(), QRectF(0, 1050, 700, 20));
-    QCOMPARE(pair.upper().pos(), QPointF(0, 0));
-    QCOMPARE(pair.lower().sourceRect(), QRectF(0, 1050, 700, 950));
-    QCOMPARE(pair.lower().bodyRect(), QRectF(0, 0, 700, 950));
-    QCOMPARE(pair.lower().handleRect(), QRectF(0, 950, 700, 20));
-    QCOMPARE(pair.lower().dragRect(), QRectF(0, 950, 700, 20));
-    QCOMPARE(pair.lower().pos(), QPointF(0, 1070));
+    pair.upper()->moveCut(50);
+    QCOMPARE(pair.upper()->sourceRect(), QRectF(0, 0, 700, 1050));
+    QCOMPARE(pair.upper()->bodyRect(), QRectF(0, 0, 700, 1050));
+    QCOMPARE(pair.upper()->handleRect(), QRectF(0, 1050, 700, 20));
+    QCOMPARE(pair.upper()->dragRect(), QRectF(0, 1050, 700, 20));
+    QCOMPARE(pair.upper()->pos(), QPointF(0, 0));
+    QCOMPARE(pair.lower()->sourceRect(), QRectF(0, 1050, 700, 950));
+    QCOMPARE(pair.lower()->bodyRect(), QRectF(0, 0, 700, 950));
+    QCOMPARE(pair.lower()->handleRect(), QRectF(0, 950, 700, 20));
+    QCOMPARE(pair.lower()->dragRect(), QRectF(0, 950, 700, 20));
+    QCOMPARE(pair.lower()->pos(), QPointF(0, 1070));
     QCOMPARE(minAspect(), 700.0 / 1050.0);
 }
 
@@ -205,72 +195,72 @@ void TestPageItem::keepsBottomEdgeOfNextStrip()
     QCOMPARE(strips.at(2)->sourceRect(), bands.at(2));
 }
 
-void TestPageItem::movingByNothingTakesTheRatio()
+void TestPageItem::movingByZeroUpdatesTheAspect()
 {
     Pair pair;
-    pair.lower().setDragging(true);
-    pair.upper().moveCut(0);
-    QVERIFY(!pair.lower().isDragging());
+    pair.lower()->setDragging(true);
+    pair.upper()->moveCut(0);
+    QVERIFY(!pair.lower()->isDragging());
     QCOMPARE(minAspect(), 0.7);
-    QCOMPARE(pair.upper().sourceRect(), QRectF(0, 0, 700, 1000));
-    QCOMPARE(pair.lower().sourceRect(), QRectF(0, 1000, 700, 1000));
-    QCOMPARE(pair.lower().pos(), QPointF(0, 1020));
+    QCOMPARE(pair.upper()->sourceRect(), QRectF(0, 0, 700, 1000));
+    QCOMPARE(pair.lower()->sourceRect(), QRectF(0, 1000, 700, 1000));
+    QCOMPARE(pair.lower()->pos(), QPointF(0, 1020));
 }
 
 void TestPageItem::movingEndsTheDragOfTheNextStrip()
 {
     Pair pair;
-    pair.lower().setDragging(true);
-    pair.lower().setDragRect(QRectF(1, 2, 3, 4));
-    pair.upper().moveCut(-30);
-    QVERIFY(!pair.lower().isDragging());
-    QCOMPARE(pair.lower().dragRect(), QRectF(0, 1030, 700, 20));
+    pair.lower()->setDragging(true);
+    pair.lower()->setDragRect(QRectF(1, 2, 3, 4));
+    pair.upper()->moveCut(-30);
+    QVERIFY(!pair.lower()->isDragging());
+    QCOMPARE(pair.lower()->dragRect(), QRectF(0, 1030, 700, 20));
 }
 
-void TestPageItem::movingLeavesItsOwnDragAndPlace()
+void TestPageItem::movingKeepsItsOwnDragAndIndex()
 {
     Pair pair;
-    pair.upper().setDragging(true);
-    pair.upper().setPageIndex(7);
-    pair.upper().moveCut(12);
-    QVERIFY(pair.upper().isDragging());
-    QCOMPARE(pair.upper().pageIndex(), 7);
-    QCOMPARE(pair.lower().pageIndex(), 1);
-    QCOMPARE(pair.upper().nextItem(), &pair.lower());
-    QCOMPARE(pair.lower().prevItem(), &pair.upper());
+    pair.upper()->setDragging(true);
+    pair.upper()->setPageIndex(7);
+    pair.upper()->moveCut(12);
+    QVERIFY(pair.upper()->isDragging());
+    QCOMPARE(pair.upper()->pageIndex(), 7);
+    QCOMPARE(pair.lower()->pageIndex(), 1);
+    QCOMPARE(pair.upper()->nextItem(), pair.lower());
+    QCOMPARE(pair.lower()->prevItem(), pair.upper());
 }
 
 void TestPageItem::movesTheEndOfTheLastStrip()
 {
     Pair pair;
-    pair.lower().moveCut(500);
-    QCOMPARE(pair.lower().sourceRect(), QRectF(0, 1000, 700, 1500));
-    QCOMPARE(pair.lower().bodyRect(), QRectF(0, 0, 700, 1500));
-    QCOMPARE(pair.lower().handleRect(), QRectF(0, 1500, 700, 20));
-    QCOMPARE(pair.lower().pos(), QPointF(0, 1020));
-    QCOMPARE(pair.upper().sourceRect(), QRectF(0, 0, 700, 1000));
+    pair.lower()->moveCut(500);
+    QCOMPARE(pair.lower()->sourceRect(), QRectF(0, 1000, 700, 1500));
+    QCOMPARE(pair.lower()->bodyRect(), QRectF(0, 0, 700, 1500));
+    QCOMPARE(pair.lower()->handleRect(), QRectF(0, 1500, 700, 20));
+    QCOMPARE(pair.lower()->pos(), QPointF(0, 1020));
+    QCOMPARE(pair.upper()->sourceRect(), QRectF(0, 0, 700, 1000));
     QCOMPARE(minAspect(), 700.0 / 1500.0);
 }
 
 void TestPageItem::lowersMinAspectAndNeverRaisesIt()
 {
     Pair pair;
-    pair.upper().moveCut(-5); // the lower strip grows, to 1005
+    pair.upper()->moveCut(-5); // the lower strip grows, to 1005
     QCOMPARE(minAspect(), 700.0 / 1005.0);
-    pair.upper().moveCut(25); // the upper one, to 1020
+    pair.upper()->moveCut(25); // the upper one, to 1020
     QCOMPARE(minAspect(), 700.0 / 1020.0);
-    pair.upper().moveCut(-20);
+    pair.upper()->moveCut(-20);
     QCOMPARE(minAspect(), 700.0 / 1020.0);
 
-    Pair another; // one value for all chains, which a new one puts back
+    Pair another; // shared by all chains; a new chain resets it
     QCOMPARE(minAspect(), a4Aspect);
-    pair.upper().moveCut(1);
+    pair.upper()->moveCut(1);
     QCOMPARE(minAspect(), 700.0 / 1001.0);
     resetMinAspect();
     QCOMPARE(minAspect(), a4Aspect);
 }
 
-void TestPageItem::movesLikeThePlainSteps_data()
+void TestPageItem::movesLikeTheOracle_data()
 {
     QTest::addColumn<quint32>("seed");
     for (quint32 seed = 1; seed <= 20; ++seed) {
@@ -278,7 +268,7 @@ void TestPageItem::movesLikeThePlainSteps_data()
     }
 }
 
-void TestPageItem::movesLikeThePlainSteps()
+void TestPageItem::movesLikeTheOracle()
 {
     QFETCH(quint32, seed);
     QRandomGenerator random(seed);
@@ -288,10 +278,10 @@ void TestPageItem::movesLikeThePlainSteps()
     for (int i = random.bounded(2, 9); i >= 0; --i) {
         const double height = 20 + random.bounded(2000.0);
         bands.append(QRectF(0, y, width, height));
-        y += height + random.bounded(2); // a row may lie between two bands
+        y += height + random.bounded(2); // there may be a row between two bands
     }
     QGraphicsScene scene;
-    const QPixmap pixmap(10, 10); // a move looks at no pixel
+    const QPixmap pixmap(10, 10); // moves do not read pixels
     const QList<PageItem *> strips = addChain(scene, pixmap, bands);
     PlainChain plain(pixmap, bands);
     QCOMPARE(firstDifference(strips.first(), plain), QString());
@@ -316,50 +306,44 @@ void TestPageItem::movesLikeThePlainSteps()
     }
 }
 
-void TestPageItem::tellsItsOutputPages()
+void TestPageItem::updatesItsOutputPages()
 {
     Pair pair;
     QGraphicsScene oneColumn;
     QGraphicsScene twoColumn;
-    auto *first = new PreviewItem(&pair.upper(), 1); // the scenes take the pages
-    auto *second = new PreviewItem(&pair.lower(), 1);
-    auto *both = new PreviewItem(&pair.upper(), 4);
-    both->addStrip(&pair.lower());
+    auto *first = new PreviewItem(pair.upper(), 1); // owned by the scenes
+    auto *second = new PreviewItem(pair.lower(), 1);
+    auto *both = new PreviewItem(pair.upper(), 4);
+    both->addStrip(pair.lower());
     oneColumn.addItem(first);
     oneColumn.addItem(second);
     twoColumn.addItem(both);
-    QCOMPARE(pair.upper().firstPreview(), first);
-    QCOMPARE(pair.lower().firstPreview(), second);
+    QCOMPARE(pair.upper()->firstPreview(), first);
+    QCOMPARE(pair.lower()->firstPreview(), second);
 
     QSignalSpy oneColumnChanged(&oneColumn, &QGraphicsScene::changed);
     QSignalSpy twoColumnChanged(&twoColumn, &QGraphicsScene::changed);
-    do { // adding the pages is told first
+    do { // ignore the signals of adding the pages
         oneColumnChanged.clear();
         twoColumnChanged.clear();
         QCoreApplication::processEvents();
     } while (!oneColumnChanged.isEmpty() || !twoColumnChanged.isEmpty());
-    pair.upper().moveCut(10);
+    pair.upper()->moveCut(10);
     QTRY_VERIFY(!oneColumnChanged.isEmpty() && !twoColumnChanged.isEmpty());
 }
 
 void TestPageItem::ignoresADoubleClick()
 {
     Pair pair;
-    QGraphicsSceneHoverEvent hover(QEvent::GraphicsSceneHoverMove);
-    hover.setPos(QPointF(350, 1010));
-    pair.scene.sendEvent(&pair.upper(), &hover);
-    QVERIFY(pair.upper().hasCursor());
+    handledriver::hover(pair.upper(), {350, 1010});
+    QVERIFY(pair.upper()->hasCursor());
 
     for (const bool accepted : {true, false}) {
-        QGraphicsSceneMouseEvent click(QEvent::GraphicsSceneMouseDoubleClick);
-        click.setPos(QPointF(350, 1010));
-        click.setButton(Qt::LeftButton);
-        click.setAccepted(accepted);
-        pair.scene.sendEvent(&pair.upper(), &click);
-        QCOMPARE(click.isAccepted(), accepted);
-        QVERIFY(!pair.upper().isDragging());
-        QVERIFY(!pair.lower().isDragging());
-        QCOMPARE(pair.upper().sourceRect(), QRectF(0, 0, 700, 1000));
+        QVERIFY(handledriver::send(pair.upper(), QEvent::GraphicsSceneMouseDoubleClick, {350, 1010}, Qt::LeftButton,
+                                   accepted));
+        QVERIFY(!pair.upper()->isDragging());
+        QVERIFY(!pair.lower()->isDragging());
+        QCOMPARE(pair.upper()->sourceRect(), QRectF(0, 0, 700, 1000));
     }
 }
 

@@ -1,5 +1,4 @@
 #include "pixels/blankborders.h"
-#include "support/documents.h"
 #include "support/plaintrim.h"
 #include "support/testmain.h"
 
@@ -79,8 +78,8 @@ private slots:
     void speckShareFollowsTheLength_data();
     void speckShareFollowsTheLength();
     void thresholdItselfIsInk();
-    void agreesWithThePlainTrim_data();
-    void agreesWithThePlainTrim();
+    void agreesWithTheOracle_data();
+    void agreesWithTheOracle();
 };
 
 void TestBlankBorders::countsLevels()
@@ -112,7 +111,7 @@ void TestBlankBorders::findsTheThreshold_data()
     for (const int level : {0, 100, 200, 201, 255}) {
         QTest::addRow("only %d", level) << histogramOf({{level, 1000}}) << 200;
     }
-    QTest::newRow("black and white") << histogramOf({{0, 10}, {255, 90}}) << 0; // of many equal ones the lowest
+    QTest::newRow("black and white") << histogramOf({{0, 10}, {255, 90}}) << 0; // the lowest of equal thresholds
     QTest::newRow("two grays") << histogramOf({{90, 500}, {91, 500}}) << 90;
     QTest::newRow("two and a rare one") << histogramOf({{10, 500}, {20, 500}, {240, 1000}}) << 20;
     QTest::newRow("the rare one is light") << histogramOf({{10, 500}, {230, 500}, {240, 500}}) << 10;
@@ -149,7 +148,7 @@ void TestBlankBorders::findsTheBounds_data()
     add("light on dark", dark, QRect(0, 0, 60, 60));
     QImage row = grayImage(60, 60, 255);
     fillLevel(row, QRect(0, 30, 60, 1), 0);
-    add("a single row", row, std::nullopt); // no column holds two ink pixels
+    add("a single row", row, std::nullopt); // no column has two ink pixels
     QImage column = grayImage(60, 60, 255);
     fillLevel(column, QRect(30, 0, 1, 60), 0);
     add("a single column", column, std::nullopt);
@@ -213,7 +212,7 @@ void TestBlankBorders::speckShareFollowsTheLength()
     for (const int ink : {needed - 1, needed}) {
         QImage rows = grayImage(length, 40, 255);
         fillLevel(rows, QRect(100, 20, 50, 10), 0);
-        fillLevel(rows, QRect(200, 5, ink, 1), 0); // a line that reaches up, if it counts
+        fillLevel(rows, QRect(200, 5, ink, 1), 0); // extends the bounds upward if it counts as content
         QImage columns = grayImage(40, length, 255);
         fillLevel(columns, QRect(20, 100, 10, 50), 0);
         fillLevel(columns, QRect(5, 200, 1, ink), 0);
@@ -232,7 +231,7 @@ void TestBlankBorders::thresholdItselfIsInk()
     QCOMPARE(text(contentBounds(GrayScan(image), 120)), text(QRect(0, 0, 40, 40)));
 }
 
-void TestBlankBorders::agreesWithThePlainTrim_data()
+void TestBlankBorders::agreesWithTheOracle_data()
 {
     QTest::addColumn<int>("width");
     QTest::addColumn<int>("height");
@@ -245,7 +244,7 @@ void TestBlankBorders::agreesWithThePlainTrim_data()
     QTest::addRow("high") << 50 << 2100 << 15;
 }
 
-void TestBlankBorders::agreesWithThePlainTrim()
+void TestBlankBorders::agreesWithTheOracle()
 {
     QFETCH(int, width);
     QFETCH(int, height);
@@ -282,7 +281,7 @@ void TestBlankBorders::agreesWithThePlainTrim()
         const QImage levels = colors.convertToFormat(QImage::Format_Grayscale8);
         QCOMPARE(text(contentBounds(GrayScan(colors), threshold)), text(plainBounds(levels, threshold)));
     }
-    QVERIFY(found > rounds / 10); // so that not only empty answers were compared
+    QVERIFY(found > rounds / 10); // most comparisons must not be of empty results
 }
 
 QUILLMARCH_TEST_MAIN(TestBlankBorders)

@@ -15,7 +15,7 @@ namespace {
 
 const std::array widths{1, 2, 7, 8, 9, 31, 32, 33, 63, 64, 65, 255, 256, 257, 319, 511, 512, 513, 520, 1080, 2049};
 
-// One pixel in so many is bright.
+// One pixel in this many is bright.
 const std::array shares{1, 2, 5, 64};
 
 std::vector<QRgb> randomColors(int width, int share, QRandomGenerator &random)
@@ -45,8 +45,8 @@ quint32 plainCount(const std::vector<Pixel> &row, IsBright isBright)
     return quint32(std::count_if(row.cbegin(), row.cend(), isBright));
 }
 
-/// Compares \a count with \a exact, the number of bright pixels of a row of
-/// \a width, for all bests around it.
+/// Compares \a count with \a exact, the number of bright pixels in a row of
+/// \a width pixels, for best counts around it.
 void compareCounts(const std::function<quint32(quint32 best)> &count, quint32 exact, int width)
 {
     const std::array<qint64, 8> bests{0, 1, qint64(exact) - 2, qint64(exact) - 1, exact, exact + 1, exact / 2, width};
@@ -70,15 +70,15 @@ class TestBrightCount : public QObject
     Q_OBJECT
 
 private slots:
-    void startsWithThePlainest();
+    void startsWithTheSimplest();
     void countsRows_data();
     void countsRows();
     void multipliesRedByAlpha_data() { counters_data(); }
     void multipliesRedByAlpha();
     void knowsEveryIndex_data() { counters_data(); }
     void knowsEveryIndex();
-    void takesEveryRedAndLevel_data() { counters_data(); }
-    void takesEveryRedAndLevel();
+    void countsEveryRedAndLevel_data() { counters_data(); }
+    void countsEveryRedAndLevel();
 
 private:
     static void counters_data();
@@ -93,7 +93,7 @@ void TestBrightCount::counters_data()
     }
 }
 
-void TestBrightCount::startsWithThePlainest()
+void TestBrightCount::startsWithTheSimplest()
 {
     const QList<BrightCounter> counters = brightCounters();
     QCOMPARE(QByteArray(counters.first().instructions), QByteArray("any"));
@@ -156,7 +156,7 @@ void TestBrightCount::knowsEveryIndex()
     for (size_t index = 0; index < 256; ++index) {
         std::array<bool, 256> set{};
         set[index] = true;
-        std::vector<uchar> row; // each index once, and the one that is bright once more
+        std::vector<uchar> row; // each index once, the bright one twice
         for (size_t i = 0; i < 256; ++i) {
             row.push_back(uchar(i));
         }
@@ -165,7 +165,7 @@ void TestBrightCount::knowsEveryIndex()
     }
 }
 
-void TestBrightCount::takesEveryRedAndLevel()
+void TestBrightCount::countsEveryRedAndLevel()
 {
     QFETCH(int, counter);
     const BrightCounter count = brightCounters().at(counter);

@@ -1,5 +1,5 @@
 #include "pixels/cutscan.h"
-#include "support/documents.h"
+#include "support/pictures.h"
 #include "support/plainbrightestrow.h"
 #include "support/testmain.h"
 
@@ -23,8 +23,8 @@ const QStringList kinds{u"text"_s,  u"noise"_s,     u"dark"_s, u"light"_s,      
 
 const std::array widths{1, 2, 63, 64, 65, 255, 256, 257, 511, 512, 513, 700};
 
-/// Every row has the same number of white pixels, at random places; with
-/// \a winner not negative that row has one more, if there is room for it.
+/// Every row has the same number of white pixels, at random positions. Row
+/// \a winner, unless negative, has one more if there is room for it.
 QImage tiedRows(QSize size, int winner, QRandomGenerator &random)
 {
     QImage image(size, QImage::Format_RGB32);
@@ -41,8 +41,8 @@ QImage tiedRows(QSize size, int winner, QRandomGenerator &random)
     return image;
 }
 
-/// The further down, the more bright pixels, all at the end of the row, so
-/// that only a whole row tells its number.
+/// The lower the row, the more bright pixels it has, all at its end: a scan must
+/// read whole rows to compare them.
 QImage brightTail(QSize size)
 {
     QImage image(size, QImage::Format_RGB32);
@@ -114,7 +114,7 @@ QImage paintSample(const QString &kind, QSize size, quint32 seed)
     return image;
 }
 
-/// A sample is painted once, and shared by the rows of the tables.
+/// Paints each sample only once for all data rows.
 QImage sample(const QString &kind, QSize size, quint32 seed)
 {
     static QHash<QString, QImage> painted;
@@ -133,7 +133,7 @@ QImage onePixel(QImage::Format format, quint64 bytes)
     return image;
 }
 
-/// What a copy of a part of a pixmap of \a image shows, with the colours of a
+/// The colors of \a image in a copied part of its pixmap, if the copy kept the
 /// palette.
 QPixmap withoutPalette(const QImage &image)
 {
@@ -151,18 +151,18 @@ class TestCutScan : public QObject
     Q_OBJECT
 
 private slots:
-    void findsTheRowOfThePlainLoop_data();
-    void findsTheRowOfThePlainLoop();
+    void findsTheRowOfTheOracle_data();
+    void findsTheRowOfTheOracle();
     void findsTheRowInAWindow_data();
     void findsTheRowInAWindow();
     void findsRowsInPalettes_data();
     void findsRowsInPalettes();
-    void takesNoIndexForALevel();
+    void doesNotConfuseIndexesWithLevels();
     void indexesBeyondThePaletteAreDark();
-    void looksAtEachPairOfAlphaAndRed_data();
-    void looksAtEachPairOfAlphaAndRed();
-    void looksAtDeepChannels_data();
-    void looksAtDeepChannels();
+    void checksEachPairOfAlphaAndRed_data();
+    void checksEachPairOfAlphaAndRed();
+    void checksDeepChannels_data();
+    void checksDeepChannels();
     void countsOnePixel_data();
     void countsOnePixel();
     void takesTheUpperOfEqualRows();
@@ -174,7 +174,7 @@ private slots:
     void isZeroOutsideTheSource();
 };
 
-void TestCutScan::findsTheRowOfThePlainLoop_data()
+void TestCutScan::findsTheRowOfTheOracle_data()
 {
     QTest::addColumn<QImage::Format>("format");
     QTest::addColumn<QString>("kind");
@@ -185,7 +185,7 @@ void TestCutScan::findsTheRowOfThePlainLoop_data()
     }
 }
 
-void TestCutScan::findsTheRowOfThePlainLoop()
+void TestCutScan::findsTheRowOfTheOracle()
 {
     QFETCH(QImage::Format, format);
     QFETCH(QString, kind);
@@ -203,7 +203,7 @@ void TestCutScan::findsTheRowOfThePlainLoop()
 
 void TestCutScan::findsTheRowInAWindow_data()
 {
-    findsTheRowOfThePlainLoop_data();
+    findsTheRowOfTheOracle_data();
 }
 
 void TestCutScan::findsTheRowInAWindow()
@@ -217,7 +217,7 @@ void TestCutScan::findsTheRowInAWindow()
         const QPixmap copied = withoutPalette(image);
         QList<QRect> windows{image.rect(), image.rect().adjusted(-5, -5, 5, 5), image.rect().adjusted(1, 1, 0, 0)};
         for (int i = 0; i < 4; ++i) {
-            // Holds one pixel of the image at least, and may reach beyond every edge.
+            // Contains at least one pixel of the image; may extend beyond every edge.
             const QPoint in(random.bounded(size.width()), random.bounded(size.height()));
             windows.append(QRect(in - QPoint(random.bounded(size.width()), random.bounded(size.height())),
                                  in + QPoint(random.bounded(size.width()), random.bounded(size.height()))));
@@ -255,7 +255,7 @@ void TestCutScan::findsRowsInPalettes()
     }
 }
 
-void TestCutScan::takesNoIndexForALevel()
+void TestCutScan::doesNotConfuseIndexesWithLevels()
 {
     QImage image(70, 9, QImage::Format_Indexed8); // without any color
     image.fill(100);
@@ -263,7 +263,7 @@ void TestCutScan::takesNoIndexForALevel()
     QCOMPARE(plainBrightestRow(image), 0);
     QCOMPARE(brightestRow(image), 0);
 
-    // In a copy of a pixmap's part the indexes have become gray levels.
+    // A copied part of a pixmap has gray levels instead of indexes.
     const QPixmap pixmap = keptPixmap(image);
     for (const QRect &window : {image.rect(), QRect(0, 2, 70, 6), QRect(3, 2, 9, 6), QRect(4, 2, 9, 6)}) {
         const int expected = plainBrightestRow(pixmap.copy(window).toImage());
@@ -285,7 +285,7 @@ void TestCutScan::indexesBeyondThePaletteAreDark()
     QCOMPARE(brightestRow(keptPixmap(image), QRect(0, 1, 70, 8)), 6);
 }
 
-void TestCutScan::looksAtEachPairOfAlphaAndRed_data()
+void TestCutScan::checksEachPairOfAlphaAndRed_data()
 {
     QTest::addColumn<QImage::Format>("format");
     for (const QImage::Format format :
@@ -295,7 +295,7 @@ void TestCutScan::looksAtEachPairOfAlphaAndRed_data()
     }
 }
 
-void TestCutScan::looksAtEachPairOfAlphaAndRed()
+void TestCutScan::checksEachPairOfAlphaAndRed()
 {
     QFETCH(QImage::Format, format);
     const bool alphaFirst = format == QImage::Format_RGB32 || format == QImage::Format_ARGB32
@@ -322,7 +322,7 @@ void TestCutScan::looksAtEachPairOfAlphaAndRed()
     QVERIFY(brightPairs > 0 && brightPairs < 65536);
 }
 
-void TestCutScan::looksAtDeepChannels_data()
+void TestCutScan::checksDeepChannels_data()
 {
     QTest::addColumn<QImage::Format>("format");
     for (const QImage::Format format :
@@ -334,10 +334,10 @@ void TestCutScan::looksAtDeepChannels_data()
     }
 }
 
-void TestCutScan::looksAtDeepChannels()
+void TestCutScan::checksDeepChannels()
 {
     QFETCH(QImage::Format, format);
-    // All reds around the level, as 16 bits, and alphas from none to full.
+    // All 16-bit reds around the level, with alpha from 0 to full.
     for (const int alpha : {0, 1, 128, 40000, 49000, 49344, 50000, 65000, 65278, 65534, 65535}) {
         for (int red = 48900; red <= 65535; red += red < 49800 ? 13 : 333) {
             QImage deep(1, 2, QImage::Format_RGBA64);
@@ -435,8 +435,8 @@ void TestCutScan::countsFromTheTopOfACutOffWindow()
         image.setPixel(x, 90, 0xffffffffU);
     }
     const QPixmap pixmap = keptPixmap(image);
-    QCOMPARE(brightestRow(pixmap, QRect(0, 70, 20, 500)), 20); // rows below are missing
-    QCOMPARE(brightestRow(pixmap, QRect(0, -30, 20, 500)), 90); // the top moves to the edge
+    QCOMPARE(brightestRow(pixmap, QRect(0, 70, 20, 500)), 20); // no rows below the image
+    QCOMPARE(brightestRow(pixmap, QRect(0, -30, 20, 500)), 90); // the window is cut at the top edge
 }
 
 void TestCutScan::isZeroOutsideTheSource_data()

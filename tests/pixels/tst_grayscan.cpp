@@ -1,4 +1,5 @@
 #include "pixels/grayscan.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 
 #include <QColorSpace>
@@ -6,25 +7,29 @@
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-QImage noise(int width, int height, quint32 mask)
+QImage noise(QSize size)
 {
-    std::mt19937 random(11);
-    QImage image(width, height, QImage::Format_ARGB32);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            image.setPixel(x, y, QRgb(random()) & mask);
+    return noisePicture(size, QImage::Format_ARGB32, 11);
+}
+
+/// Noise of at most 256 colors.
+QImage noiseOfFewColors(QSize size)
+{
+    QImage image = noise(size);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            image.setPixel(x, y, image.pixel(x, y) & 0xc0c0c0c0U);
         }
     }
     return image;
 }
 
-/// Blank ground with some blocks and slanted strokes, as a screenshot has.
+/// A blank background with slanted strokes, as in a screenshot.
 QImage drawing(int width, int height)
 {
     QImage image(width, height, QImage::Format_RGB32);
@@ -66,8 +71,8 @@ void TestGrayScan::equalsTheConversion_data()
     add("drawing", drawing(203, 331));
     add("one pixel", drawing(1, 1));
     add("one column", drawing(1, 300));
-    add("few colours", noise(301, 77, 0xc0c0c0c0));
-    QImage palette = noise(301, 77, 0xc0c0c0c0).convertToFormat(QImage::Format_Indexed8);
+    add("few colors", noiseOfFewColors({301, 77}));
+    QImage palette = noiseOfFewColors({301, 77}).convertToFormat(QImage::Format_Indexed8);
     palette.setColorTable(QList<QRgb>(palette.colorTable()).mid(0, 40));
     for (int y = 0; y < palette.height(); ++y) {
         for (int x = 0; x < palette.width(); ++x) {
@@ -78,14 +83,14 @@ void TestGrayScan::equalsTheConversion_data()
     palette.setColor(7, qRgba(200, 90, 30, 100));
     QTest::newRow("palette with alpha") << palette;
     palette.setColorSpace(QColorSpace(QColorSpace::ProPhotoRgb));
-    QTest::newRow("palette in a colour space") << palette;
-    // More colours than a table of them takes: the rest goes another way.
-    add("all colours", noise(400, 500, 0xffffffff));
+    QTest::newRow("palette in a color space") << palette;
+    // Too many colors for the color table: the others are converted separately.
+    add("all colors", noise({400, 500}));
     QImage mixed = drawing(300, 1400);
     QPainter painter(&mixed);
-    painter.drawImage(0, 200, noise(300, 700, 0xffffffff));
+    painter.drawImage(0, 200, noise({300, 700}));
     painter.end();
-    add("colours in the middle", mixed);
+    add("colors in the middle", mixed);
 }
 
 void TestGrayScan::equalsTheConversion()
@@ -113,7 +118,7 @@ void TestGrayScan::equalsTheConversion()
 
 void TestGrayScan::followsTheColorSpace()
 {
-    QImage image = noise(400, 500, 0xffffffff);
+    QImage image = noise({400, 500});
     const QImage plain = image.convertToFormat(QImage::Format_Grayscale8);
     image.setColorSpace(QColorSpace(QColorSpace::ProPhotoRgb));
     const QImage expected = image.convertToFormat(QImage::Format_Grayscale8);

@@ -1,10 +1,10 @@
 #include "pixels/opacity.h"
-#include "support/documents.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 
 namespace {
 
-constexpr QSize size(333, 3); // no multiple of a vector
+constexpr QSize size(333, 3); // not a multiple of the vector size
 
 constexpr QRgb opaqueRed = 0xffff0000;
 constexpr QRgb halfRed = 0x807f0000;
@@ -22,8 +22,8 @@ private slots:
     void findsOnePixel();
     void findsColorsThatAreUsed_data();
     void findsColorsThatAreUsed();
-    void takesOtherFormatsByTheirAlphaChannel_data();
-    void takesOtherFormatsByTheirAlphaChannel();
+    void judgesOtherFormatsByTheirAlphaChannel_data();
+    void judgesOtherFormatsByTheirAlphaChannel();
 };
 
 void TestOpacity::findsOnePixel_data()
@@ -79,7 +79,7 @@ void TestOpacity::findsColorsThatAreUsed()
     QTEST(isOpaque(image), "opaque");
 }
 
-void TestOpacity::takesOtherFormatsByTheirAlphaChannel_data()
+void TestOpacity::judgesOtherFormatsByTheirAlphaChannel_data()
 {
     QTest::addColumn<QImage::Format>("format");
     QTest::addColumn<bool>("opaque");
@@ -90,7 +90,7 @@ void TestOpacity::takesOtherFormatsByTheirAlphaChannel_data()
     QTest::newRow("RGBA64") << QImage::Format_RGBA64 << false;
 }
 
-void TestOpacity::takesOtherFormatsByTheirAlphaChannel()
+void TestOpacity::judgesOtherFormatsByTheirAlphaChannel()
 {
     QFETCH(QImage::Format, format);
     QImage image(size, format);

@@ -1,10 +1,11 @@
 #include "pixels/rowconverter.h"
-#include "support/documents.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 
 namespace {
 
-constexpr QSize size(61, 130); // several portions of rows
+constexpr QSize size(61, 130); // converted in several batches
 
 QImage plainlyConverted(const QImage &image, const QList<QImage::Format> &formats)
 {
@@ -27,14 +28,14 @@ class TestRowConverter : public QObject
     Q_OBJECT
 
 private slots:
-    void equalsAConversionOfAll_data();
-    void equalsAConversionOfAll();
-    void convertsTheRowsThatAreAskedFor_data();
-    void convertsTheRowsThatAreAskedFor();
+    void equalsTheConversionOfTheWholeImage_data();
+    void equalsTheConversionOfTheWholeImage();
+    void convertsTheRequestedRows_data();
+    void convertsTheRequestedRows();
     void takesImagesOfChangingSizes();
 };
 
-void TestRowConverter::equalsAConversionOfAll_data()
+void TestRowConverter::equalsTheConversionOfTheWholeImage_data()
 {
     QTest::addColumn<QImage::Format>("format");
     QTest::addColumn<QList<QImage::Format>>("formats");
@@ -48,7 +49,7 @@ void TestRowConverter::equalsAConversionOfAll_data()
     }
 }
 
-void TestRowConverter::equalsAConversionOfAll()
+void TestRowConverter::equalsTheConversionOfTheWholeImage()
 {
     QFETCH(QImage::Format, format);
     QFETCH(QList<QImage::Format>, formats);
@@ -58,7 +59,7 @@ void TestRowConverter::equalsAConversionOfAll()
     QCOMPARE(firstDifference(converted, plainlyConverted(image, formats)), QString());
 }
 
-void TestRowConverter::convertsTheRowsThatAreAskedFor_data()
+void TestRowConverter::convertsTheRequestedRows_data()
 {
     QTest::addColumn<QImage::Format>("format");
     QTest::addColumn<int>("first");
@@ -72,7 +73,7 @@ void TestRowConverter::convertsTheRowsThatAreAskedFor_data()
     }
 }
 
-void TestRowConverter::convertsTheRowsThatAreAskedFor()
+void TestRowConverter::convertsTheRequestedRows()
 {
     QFETCH(QImage::Format, format);
     QFETCH(int, first);

@@ -1,5 +1,6 @@
 #include "pixels/rowviews.h"
-#include "support/documents.h"
+#include "support/imagecomparison.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 
 #include <memory>
@@ -44,11 +45,11 @@ private slots:
     void isNullWhereNothingIsCovered();
     void keepsColorsOfAPalette_data();
     void keepsColorsOfAPalette();
-    void rowsViewReadsInPlace_data();
-    void rowsViewReadsInPlace();
+    void rowViewDoesNotCopy_data();
+    void rowViewDoesNotCopy();
     void outlivesTheSource_data();
     void outlivesTheSource();
-    void writingIntoAViewLeavesTheSource();
+    void writingIntoAViewKeepsTheSource();
 };
 
 void TestRowViews::equalsTheCopy_data()
@@ -114,7 +115,7 @@ void TestRowViews::keepsColorsOfAPalette()
     QCOMPARE(firstDifference(rows, image.copy(rect & image.rect())), QString());
 }
 
-void TestRowViews::rowsViewReadsInPlace_data()
+void TestRowViews::rowViewDoesNotCopy_data()
 {
     QTest::addColumn<QImage::Format>("format");
     for (const QImage::Format format : directFormats()) {
@@ -123,7 +124,7 @@ void TestRowViews::rowsViewReadsInPlace_data()
     QTest::newRow("Format_Indexed8") << QImage::Format_Indexed8;
 }
 
-void TestRowViews::rowsViewReadsInPlace()
+void TestRowViews::rowViewDoesNotCopy()
 {
     QFETCH(QImage::Format, format);
     const QImage image = noisePicture(sourceSize, format, 17);
@@ -158,7 +159,7 @@ void TestRowViews::outlivesTheSource()
         viewOfView = rowsView(view, QRect(2, 2, 10, 10));
         expected = image->copy(rect);
     }
-    // Whoever gets the memory of a source that went away overwrites it.
+    // These images reuse and overwrite the memory of a deleted source.
     QList<QImage> others;
     for (int i = 0; i < 20; ++i) {
         others.append(noisePicture(sourceSize, format, quint32(100 + i)));
@@ -168,7 +169,7 @@ void TestRowViews::outlivesTheSource()
     QCOMPARE(firstDifference(viewOfView, expected.copy(2, 2, 10, 10)), QString());
 }
 
-void TestRowViews::writingIntoAViewLeavesTheSource()
+void TestRowViews::writingIntoAViewKeepsTheSource()
 {
     const QImage image = noisePicture(sourceSize, QImage::Format_RGB32, 19);
     const QImage before = image.copy();

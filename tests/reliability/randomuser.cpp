@@ -4,13 +4,16 @@
 #include "app/settings.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
+#include "support/configvalues.h"
 #include "support/documentinvariants.h"
-#include "support/documents.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 #include "ui/windowaccess.h"
 
+#include <QCursor>
 #include <QGraphicsScene>
+#include <QGraphicsView>
 #include <QSettings>
 #include <QTest>
 
@@ -117,7 +120,7 @@ QStringList RandomUser::step()
     change = Change::None;
     draggedStrip = -1;
     toastDue = false;
-    exportedInVain = false;
+    exportFailed = false;
     hideToast(*window);
     const QList<QRectF> before = bands();
     (this->*habit->act)();
@@ -130,15 +133,15 @@ Qt::MouseButton RandomUser::someButton()
     return oneIn(6) ? oneOf(QList{Qt::RightButton, Qt::MiddleButton}) : Qt::LeftButton;
 }
 
-/// A point on \a widget, but for its corner: QTest takes the null point as the
-/// middle of the widget.
+/// A point on \a widget, except its corner: QTest treats a null point as the
+/// center of the widget.
 QPoint RandomUser::somePointIn(const QWidget *widget)
 {
     const QPoint point(int(below(quint32(widget->width()))), int(below(quint32(widget->height()))));
     return point.isNull() ? QPoint(1, 0) : point;
 }
 
-/// A point on \a widget or up to its size beside it.
+/// A point on \a widget or outside it, at most its size away.
 QPoint RandomUser::somePointAround(const QWidget *widget)
 {
     const QSize size = widget->size();
@@ -150,7 +153,7 @@ void RandomUser::startOver()
 {
     QSettings(u"Quillmarch"_s, u"Settings"_s).clear();
     clearConfigValues();
-    if (oneIn(6)) { // a file that was edited by hand
+    if (oneIn(6)) { // edited by hand
         const QString margin =
             oneOf(QStringList{u"0"_s, u"3"_s, u"29"_s, u"30"_s, u"200"_s, u"-5"_s, u"4000000000"_s, u"a"_s});
         writeConfigValue(configFilePath(), u"marginsc"_s, margin);
@@ -176,8 +179,8 @@ void RandomUser::createWindow()
     image = QSize();
 }
 
-/// The scenes stay for the rest of the run, as they do in the program; what is
-/// in them would add up over some thousand windows.
+/// The scenes are never deleted, as in the program; over thousands of windows
+/// their items would add up.
 void RandomUser::clearWindow()
 {
     QGraphicsScene *strips = mainViewOf(*window)->scene();
@@ -210,7 +213,7 @@ QList<QRectF> RandomUser::bands() const
     return all;
 }
 
-/// What differs from the state that the user's steps should have led to.
+/// What differs from the state that the steps should lead to.
 QStringList RandomUser::unexpected(const QList<QRectF> &before) const
 {
     QStringList lines = unexpectedBands(before);
@@ -221,8 +224,8 @@ QStringList RandomUser::unexpected(const QList<QRectF> &before) const
     };
     const QList<PageItem *> chain = stripsOf(*window);
     expect(std::none_of(chain.begin(), chain.end(), [](const PageItem *strip) { return strip->isDragging(); }),
-           "no drag goes on");
-    expect(!toastDue || !toastText(*window).isEmpty(), "the failure is told");
+           "no drag is in progress");
+    expect(!toastDue || !toastText(*window).isEmpty(), "the failure is reported");
     expect(showPageNumbers() == numbersShown, "page numbers are as they were switched");
     expect(mainViewOf(*window)->fitRatio() == fitRatio, "the zoom is as it was stepped");
     if (!chain.isEmpty()) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "support/dialoganswer.h"
 #include "support/httpserver.h"
-#include "support/messageboxes.h"
 #include "support/openedurls.h"
 #include "userfiles.h"
 
@@ -17,7 +17,7 @@ class MainWindow;
 class QGraphicsView;
 class QWidget;
 
-/// What all random users of a run share: the files to open and the server to
+/// Shared by all random users of a run: the files to open and the server to
 /// download from.
 struct UserWorld
 {
@@ -27,11 +27,11 @@ struct UserWorld
     QList<UserFile> badFiles;
     HttpServer server;
     MessageBoxes boxes; // answers every question by its default button
-    OpenedUrls caught; // nothing is handed to the system
+    OpenedUrls caught; // nothing is opened outside the program
 };
 
-/// Uses a window of the program as a person would who does anything at any
-/// time. The same seed takes the same steps.
+/// Uses a window like a person who does anything at any time. The same seed
+/// gives the same steps.
 class RandomUser
 {
 public:
@@ -39,20 +39,20 @@ public:
     ~RandomUser();
     Q_DISABLE_COPY_MOVE(RandomUser)
 
-    /// Takes one step. Returns what does not hold after it, one line each;
-    /// nothing if all is well.
+    /// Takes one step. Returns one line for each broken expectation, nothing if
+    /// all hold.
     QStringList step();
 
-    /// What the last step did.
+    /// A description of the last step.
     QString lastStep() const { return done; }
 
     /// Whether the last step exported to a file that cannot be written.
-    bool wroteInVain() const { return exportedInVain; }
+    bool hasExportFailed() const { return exportFailed; }
 
 private:
     struct Habit
     {
-        int weight; // how often, among the weights of all habits
+        int weight; // relative frequency
         const char *name;
         void (RandomUser::*act)();
     };
@@ -124,15 +124,15 @@ private:
 
     Change change = Change::None; // of this step
     qsizetype draggedStrip = -1; // of this step
-    bool toastDue = false; // this step must have shown one
-    bool exportedInVain = false; // in this step
+    bool toastDue = false; // this step must show one
+    bool exportFailed = false; // in this step
 
     bool autoPage = true;
     bool twoColumns = false;
     bool numbersShown = false;
     bool detached = false; // the last file could not be opened
     double fitRatio = 0.75;
-    quint32 margins[2] = {10, 10}; // percent of either layout
-    QSize image; // invalid where it is not known
+    quint32 margins[2] = {10, 10}; // percent, one for each layout
+    QSize image; // invalid if unknown
     int openedWindows = 0;
 };

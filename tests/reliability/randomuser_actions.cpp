@@ -1,23 +1,27 @@
-// What a random user does, one function an action.
+// The actions of the random user.
 
 #include "randomuser.h"
 
 #include "app/mainwindow.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/configvalues.h"
+#include "support/dialoganswer.h"
+#include "support/useractions.h"
+#include "support/windowprobe.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 #include "ui/popup.h"
 #include "ui/windowaccess.h"
 #include "update/downloaddialogview.h"
 
-#include <QDragEnterEvent>
-#include <QDropEvent>
+#include <QAction>
+#include <QApplication>
+#include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGraphicsScene>
-#include <QLineEdit>
-#include <QMimeData>
+#include <QGraphicsView>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSplitter>
@@ -34,35 +38,26 @@ namespace {
 
 const QByteArray checksumOfPackage = "aa42e4a1a1c3fd6d37be94a7a0b23c59";
 
-void drop(QWidget *target, const QMimeData &data)
-{
-    const QPoint middle = target->rect().center();
-    QDragEnterEvent enter(middle, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(target, &enter);
-    QDropEvent dropped(middle, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(target, &dropped);
-}
-
 /// Types \a path into the file dialog \a dialog and accepts or rejects it.
 void answer(QWidget *dialog, const QString &path, bool accepts)
 {
     auto *files = qobject_cast<QFileDialog *>(dialog);
     if (files != nullptr) {
-        files->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
+        typePath(files, path);
         accepts ? static_cast<QDialog *>(files)->accept() : static_cast<QDialog *>(files)->reject();
     }
     if (dialog->isVisible()) {
-        dialog->close(); // the file is not there, or the question was answered by no
+        dialog->close(); // no such file, or the file is not to be replaced
     }
 }
 
 } // namespace
 
-/// Uses the action by its button or by itself.
+/// Clicks the tool button of the action or triggers the action.
 void RandomUser::use(const char *name)
 {
     QAction *action = actionOf(*window, name);
-    QWidget *button = window->findChild<QToolBar *>()->widgetForAction(action);
+    QWidget *button = childOf<QToolBar>(*window, "mainToolbar")->widgetForAction(action);
     if (button != nullptr && button->isVisible() && button->isEnabled() && oneIn(2)) {
         QTest::mouseClick(button, Qt::LeftButton);
     } else {
@@ -81,7 +76,7 @@ void RandomUser::noteOpened(const UserFile &file, bool chosen)
         noteRebuild();
     } else {
         detached = true;
-        image = QSize(); // that of the document that stays is not looked at again
+        image = QSize(); // not checked for the document that remains
     }
 }
 
@@ -133,8 +128,8 @@ void RandomUser::dropSomethingElse()
     drop(someView()->viewport(), data);
 }
 
-/// Brings the handle of a strip into view, grasps it, moves anywhere and lets
-/// go anywhere.
+/// Scrolls to the handle of a strip, presses it, and moves and releases the
+/// button anywhere.
 void RandomUser::dragCut()
 {
     const QList<PageItem *> chain = stripsOf(*window);
@@ -151,7 +146,7 @@ void RandomUser::dragCut()
     QTest::mouseMove(viewport, start);
     const Qt::MouseButton button = someButton();
     QTest::mousePress(viewport, button, {}, start);
-    // The handle of a strip without height can lie over the one that was aimed at.
+    // The handle of a strip without height may cover the chosen one.
     const auto grasped = std::find_if(chain.cbegin(), chain.cend(), std::mem_fn(&PageItem::isDragging));
     strip = grasped != chain.cend() ? *grasped : strip;
     const bool last = strip->nextItem() == nullptr;
@@ -162,7 +157,7 @@ void RandomUser::dragCut()
         QTest::mouseMove(
             viewport, oneIn(3) ? somePointAround(viewport) : start + QPoint(0, int(below(quint32(near) * 2)) - near));
     }
-    if (oneIn(8)) { // a second button in between
+    if (oneIn(8)) { // a second button during the drag
         QTest::mousePress(viewport, Qt::RightButton, {}, start);
         QTest::mouseRelease(viewport, Qt::RightButton, {}, start);
     }
@@ -182,7 +177,7 @@ void RandomUser::pressOffTheHandle()
     const QPoint point = somePointIn(view->viewport());
     const auto *strip = dynamic_cast<PageItem *>(view->itemAt(point));
     if (strip != nullptr && strip->handleRect().contains(strip->mapFromScene(view->mapToScene(point)))) {
-        return; // that is a drag
+        return; // would start a drag
     }
     QTest::mouseMove(view->viewport(), point);
     QTest::mousePress(view->viewport(), someButton(), {}, point);
@@ -191,9 +186,7 @@ void RandomUser::pressOffTheHandle()
         QTest::mouseRelease(view->viewport(), button, {}, somePointAround(view->viewport()));
     }
     if (oneIn(3)) {
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, point);
-        QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, point); // the press alone
-        QTest::mouseRelease(view->viewport(), Qt::LeftButton, {}, point);
+        doubleClick(view->viewport(), point);
     }
 }
 
@@ -205,15 +198,13 @@ void RandomUser::clickPage()
     QTest::mouseClick(viewport, someButton(), keys, point);
 }
 
-/// Anywhere on the page, its number included.
+/// Double-clicks anywhere on the page, including its number.
 void RandomUser::doubleClickPage()
 {
     LeftView *view = leftViewOf(*window);
     const QPoint point = somePointIn(view->viewport());
     const bool onPage = view->itemAt(point) != nullptr;
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, point);
-    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, point); // the press alone
-    QTest::mouseRelease(view->viewport(), Qt::LeftButton, {}, point);
+    doubleClick(view->viewport(), point);
     numbersShown = numbersShown != onPage;
 }
 
@@ -288,7 +279,7 @@ void RandomUser::resizeWindow()
 
 void RandomUser::moveSplitter()
 {
-    auto *splitter = window->findChild<QSplitter *>();
+    auto *splitter = splitterOf(*window);
     QWidget *handle = splitter->handle(1);
     const QPoint middle = handle->rect().center();
     QTest::mousePress(handle, Qt::LeftButton, {}, middle);
@@ -330,7 +321,7 @@ void RandomUser::exportPdf()
     const bool writable = !oneIn(5);
     const QString path = QDir::current().absoluteFilePath(writable ? u"pages.pdf"_s : u"nowhere/pages.pdf"_s);
     const bool accepts = !oneIn(4);
-    exportedInVain = accepts && !writable;
+    exportFailed = accepts && !writable;
     QFile::remove(path);
     const NextDialog dialog([&](QWidget *shown) { answer(shown, path, accepts); });
     use("exportPdfAction");
@@ -339,7 +330,7 @@ void RandomUser::exportPdf()
 
 void RandomUser::showToast()
 {
-    auto *toast = window->findChild<PopUp *>();
+    auto *toast = toastOf(*window);
     toast->setPopupText(QString(below(60) + 1, u'文'));
     toast->show();
     toastDue = true;
@@ -364,7 +355,7 @@ void RandomUser::downloadUpdate()
         reportVersion();
     }
     if (button->isHidden()) {
-        return; // the report told of no update
+        return; // the report contained no update
     }
     const NextDialog dialog([&](QWidget *shown) {
         if (auto *download = qobject_cast<DownloadUpdateDialog *>(shown)) {
@@ -375,7 +366,7 @@ void RandomUser::downloadUpdate()
     button->click();
 }
 
-/// Starts the download or not, waits for its end or not.
+/// May start the download, and may wait for its end.
 void RandomUser::handleDownload(DownloadUpdateDialog &dialog)
 {
     const DialogView view(dialog);
@@ -410,7 +401,7 @@ void RandomUser::closeAndReopen()
     window->show();
 }
 
-/// As a new start of the program would; only page numbers are not forgotten.
+/// As restarting the program would do, except that page numbers stay on.
 void RandomUser::renewWindow()
 {
     clearWindow();

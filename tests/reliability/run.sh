@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The long runs: SEQUENCES sequences of 50 steps of the random user under the
-# sanitizers (10000 if none are given), from the seed FIRST on (1), and then a
-# thousand opened files. See docs/reliability.md.
+# The long runs: SEQUENCES (default 10000) sequences of 50 steps of the random
+# user under the sanitizers, starting with the seed FIRST (default 1), and then
+# 1000 opened files. See docs/reliability.md.
 #
 #     tests/reliability/run.sh [SEQUENCES [FIRST]]
 set -euo pipefail
@@ -10,15 +10,15 @@ source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
 sequences=${1:-10000}
 first=${2:-1}
-portion=100 # a process; what the program keeps for its life does not add up over more
+portion=100 # sequences per process, which limits what the program never frees
 export QT_QPA_PLATFORM=offscreen LANG=C.UTF-8
 
-# Most of the time goes into writing settings safely, unless the disk is memory.
+# Writing settings safely takes most of the time unless the disk is in memory.
 work=$(mktemp -d -p /dev/shm 2>/dev/null || mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export TMPDIR=$work
 
-# Settings lie beside a program, so a copy of its own lets runs go side by side.
+# Settings are next to the program, so parallel runs need separate copies.
 take_program() {
     preset=$1
     build_folder=$root/build/$preset

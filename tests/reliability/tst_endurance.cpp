@@ -1,18 +1,22 @@
-// A long day at the window: what is opened, shown and closed many times leaves
-// nothing behind.
+// Opening and showing things many times leaks neither objects nor memory nor
+// file handles.
 
 #include "app/mainwindow.h"
+#include "support/configvalues.h"
+#include "support/dialoganswer.h"
 #include "support/documentinvariants.h"
-#include "support/documents.h"
 #include "support/privatehome.h"
+#include "support/useractions.h"
+#include "support/windowprobe.h"
 #include "ui/popup.h"
 #include "ui/windowaccess.h"
 #include "update/simpleupdater.h"
 #include "update/updatedialog.h"
 #include "userfiles.h"
 
-#include <QDragEnterEvent>
-#include <QMimeData>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
 #include <QPushButton>
 #include <QTest>
 
@@ -22,13 +26,13 @@
 
 using namespace Qt::StringLiterals;
 
-// Kept by the toolkit for debuggers: the fourth and the fifth entry are called
-// for every object that is made or destroyed.
+// Qt calls the fourth and fifth entry for every object that is created or
+// destroyed; meant for debuggers.
 extern quintptr Q_CORE_EXPORT qtHookData[];
 
 namespace {
 
-int times = 150; // that each thing is done
+int times = 150; // how often each action is repeated
 
 std::atomic<qint64> liveObjects = 0;
 
@@ -65,7 +69,7 @@ qint64 residentBytes()
     return file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
 }
 
-/// What the process holds once all that is posted and due has been done.
+/// What the process uses after all pending events.
 Footprint footprint()
 {
     for (int i = 0; i < 5; ++i) {
@@ -77,22 +81,12 @@ Footprint footprint()
             QDir(u"/proc/self/fd"_s).entryList(QDir::Files | QDir::System).size()};
 }
 
-void tell(const char *what, int count, const Footprint &before, const Footprint &after)
+void report(const char *what, int count, const Footprint &before, const Footprint &after)
 {
     qInfo("%s, %d times: %+lld objects, %+.1f KiB of heap, %+.1f KiB resident (of %.1f MiB), %+lld handles", what,
           count, static_cast<long long>(after.objects - before.objects), double(after.heap - before.heap) / 1024,
           double(after.resident - before.resident) / 1024, double(after.resident) / 1024 / 1024,
           static_cast<long long>(after.handles - before.handles));
-}
-
-void dropFile(MainWindow &window, const QString &path)
-{
-    QMimeData data;
-    data.setUrls({QUrl::fromLocalFile(path)});
-    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(&window, &enter);
-    QDropEvent dropped(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(&window, &dropped);
 }
 
 } // namespace
@@ -103,9 +97,9 @@ class TestEndurance : public QObject
 
 private slots:
     void initTestCase();
-    void opensFilesForEver();
-    void showsForEver_data();
-    void showsForEver();
+    void openingFilesDoesNotLeak();
+    void showingDoesNotLeak_data();
+    void showingDoesNotLeak();
 };
 
 void TestEndurance::initTestCase()
@@ -114,7 +108,7 @@ void TestEndurance::initTestCase()
     clearConfigValues();
 }
 
-void TestEndurance::opensFilesForEver()
+void TestEndurance::openingFilesDoesNotLeak()
 {
     const QList<UserFile> files = writeGoodFiles() + writeBadFiles();
     MainWindow window;
@@ -124,7 +118,7 @@ void TestEndurance::opensFilesForEver()
     int refused = 0;
     const auto open = [&](int number) {
         const UserFile &file = files.at(number % files.size());
-        dropFile(window, file.path);
+        dropUrls(&window, {QUrl::fromLocalFile(file.path)});
         QCoreApplication::processEvents();
         refused += toastText(window).isEmpty() ? 0 : 1;
         good += file.size.isValid() ? 1 : 0;
@@ -135,22 +129,22 @@ void TestEndurance::opensFilesForEver()
     }
     const Footprint before = footprint();
     good = refused = 0;
-    const int rounds = times / int(files.size()) + 1; // whole ones: the same file is open at both ends
+    const int rounds = times / int(files.size()) + 1; // complete rounds: the same file is open before and after
     for (int i = 0; i < rounds * files.size(); ++i) {
         open(i);
     }
     const Footprint after = footprint();
-    tell("opened", rounds * int(files.size()), before, after);
+    report("opened", rounds * int(files.size()), before, after);
     QCOMPARE(good + refused, rounds * files.size());
     QVERIFY(!stripsOf(window).isEmpty());
     QCOMPARE(brokenInvariants(window), QStringList());
-    // Each document reads the margin through a settings object that stays.
+    // Each document reads the margin through a settings object that is never deleted.
     QVERIFY(after.objects - before.objects <= good);
     QCOMPARE(after.handles, before.handles);
     QVERIFY2(after.heap - before.heap < good * 1024 + 64 * 1024, "more than the settings objects");
 }
 
-void TestEndurance::showsForEver_data()
+void TestEndurance::showingDoesNotLeak_data()
 {
     QTest::addColumn<QString>("what");
     for (const char *what : {"toast", "about dialog", "download dialog", "new-version dialog"}) {
@@ -158,14 +152,14 @@ void TestEndurance::showsForEver_data()
     }
 }
 
-void TestEndurance::showsForEver()
+void TestEndurance::showingDoesNotLeak()
 {
     QFETCH(QString, what);
     MainWindow window;
     window.show();
     window.onVersionInfoReceived(u"3.0.0"_s, true, u"http://127.0.0.1:9/q.zip"_s, QString(2000, u'记'));
     SimpleUpdater updater;
-    auto *toast = window.findChild<PopUp *>();
+    PopUp *toast = toastOf(window);
     int shown = 0;
     const auto show = [&] {
         const NextDialog dialog([&](QWidget *widget) {
@@ -204,7 +198,7 @@ void TestEndurance::showsForEver()
         show();
     }
     const Footprint after = footprint();
-    tell(qPrintable(what), times, before, after);
+    report(qPrintable(what), times, before, after);
     QCOMPARE(shown, times);
     QVERIFY(after.objects <= before.objects);
     QCOMPARE(after.handles, before.handles);

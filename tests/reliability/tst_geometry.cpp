@@ -1,11 +1,13 @@
-// What the rules of strips and cuts promise, for images of all shapes.
+// The rules of strips and cuts, for images of all shapes.
 
 #include "app/mainwindow.h"
 #include "page/pageitem.h"
 #include "pixels/brightcount.h"
+#include "support/configvalues.h"
 #include "support/documentinvariants.h"
-#include "support/documents.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
+#include "support/windowprobe.h"
 
 #include <QRandomGenerator>
 
@@ -48,9 +50,8 @@ QImage picture(const Kind &kind, int width, int height)
     return image;
 }
 
-/// Heights around the multiples of the page height of an image of \a width,
-/// whole and with its fraction, up to the highest: the last strip is then
-/// full, empty or a row high.
+/// Heights around the multiples of the page height for \a width, exact and
+/// truncated, up to the maximum: the last strip is full, empty or one row high.
 std::set<int> criticalHeights(int width)
 {
     const double pageHeight = width / 0.7;
@@ -68,7 +69,7 @@ std::set<int> criticalHeights(int width)
     return heights;
 }
 
-/// The bright pixels of each row.
+/// The number of bright pixels in each row.
 QList<int> brightPixels(const QImage &image)
 {
     QList<int> counts;
@@ -79,8 +80,7 @@ QList<int> brightPixels(const QImage &image)
     return counts;
 }
 
-/// The cut that the rule places below a strip that reaches from \a top to its
-/// regular end \a bottom.
+/// The automatic cut below a strip from \a top to its regular end \a bottom.
 double ruledCut(double top, double bottom, const QList<int> &bright)
 {
     const double windowHeight = 0.3 * (bottom - top);
@@ -88,14 +88,14 @@ double ruledCut(double top, double bottom, const QList<int> &bright)
     const qsizetype first = qsizetype(std::floor(windowTop));
     const qsizetype end = std::min(qsizetype(std::ceil(windowTop + windowHeight)), bright.size());
     if (first >= end) {
-        return windowTop; // wholly below the image
+        return windowTop; // entirely below the image
     }
     const auto best = std::max_element(bright.begin() + first, bright.begin() + end);
     return *best > 0 ? windowTop + double(best - (bright.begin() + first)) : windowTop;
 }
 
-/// Where the cuts of \a window break the rule, for an image whose rows have
-/// \a bright bright pixels; empty if nowhere.
+/// The cuts of \a window that break the rule, for an image whose rows have
+/// \a bright bright pixels; empty if none does.
 QString brokenRule(const MainWindow &window, const QList<int> &bright, int width)
 {
     const double pageHeight = width / 0.7;
@@ -104,8 +104,8 @@ QString brokenRule(const MainWindow &window, const QList<int> &bright, int width
     for (qsizetype i = 0; i < strips.size(); ++i) {
         const QRectF band = strips.at(i)->sourceRect();
         const QString place = u"strip %1 of %2: "_s.arg(i).arg(strips.size());
-        // A cut moves by 0.15 of its strip at most, and the one above has taken
-        // 0.15 of 1.18 at most: no strip comes near to nothing.
+        // A cut moves by at most 0.15 of its strip, and the cut above by at most
+        // 0.15 of 1.18: no strip becomes nearly empty.
         if (band.height() < 0.7 * regular - 2 || band.height() > 1.36 * regular + 2) {
             return place + u"it is %1 high"_s.arg(band.height());
         }

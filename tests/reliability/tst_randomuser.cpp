@@ -18,10 +18,10 @@ struct Plan
     quint32 firstSeed = 1;
     quint32 sequences = 200;
     int steps = 50;
-    bool tells = false; // every step, before it is judged
+    bool isVerbose = false; // print every step before it is checked
 };
 
-/// Takes the options of this program out of \a arguments.
+/// Removes the options of this program from \a arguments.
 Plan takePlan(QStringList &arguments)
 {
     Plan plan;
@@ -36,10 +36,10 @@ Plan takePlan(QStringList &arguments)
     };
     if (take(u"--seed"_s, plan.firstSeed)) {
         plan.sequences = 1;
-        plan.tells = true;
+        plan.isVerbose = true;
     }
     if (take(u"--sequences"_s, plan.sequences)) {
-        plan.tells = false;
+        plan.isVerbose = false;
     }
     take(u"--steps"_s, plan.steps);
     return plan;
@@ -48,9 +48,9 @@ Plan takePlan(QStringList &arguments)
 QStringList warnings; // since the last step
 QtMessageHandler handleOthers = nullptr;
 
-/// Whether the toolkit says \a message of itself: of a screen that is none, or
-/// of a reply that is aborted before an address it cannot use was looked at.
-bool isOfTheToolkit(const QString &message)
+/// Whether \a message comes from Qt itself: about a missing screen, or about a
+/// reply that is aborted before its invalid address was examined.
+bool isQtMessage(const QString &message)
 {
     return message.startsWith("This plugin does not support"_L1)
         || message.startsWith("QNetworkReplyImplPrivate::error: Internal problem"_L1)
@@ -61,17 +61,17 @@ void collectWarning(QtMsgType type, const QMessageLogContext &context, const QSt
 {
     if (type != QtWarningMsg && type != QtCriticalMsg) {
         handleOthers(type, context, message);
-    } else if (!isOfTheToolkit(message)) {
+    } else if (!isQtMessage(message)) {
         warnings.append(message);
     }
 }
 
-/// The warnings of the last step, but for those of a painter that could not
-/// begin on an unwritable file.
+/// The warnings of the last step, except those of a painter that cannot begin
+/// because the file is not writable.
 QStringList unexpectedWarnings(const RandomUser &user)
 {
     QStringList lines = std::exchange(warnings, {});
-    if (user.wroteInVain()) {
+    if (user.hasExportFailed()) {
         lines.removeIf([](const QString &line) { return line.startsWith("QPainter::"_L1); });
     }
     return lines;
@@ -92,8 +92,8 @@ public:
 private slots:
     void initTestCase();
     void cleanupTestCase();
-    void keepsTheDocumentWhole_data();
-    void keepsTheDocumentWhole();
+    void keepsTheInvariants_data();
+    void keepsTheInvariants();
 
 private:
     Plan plan;
@@ -111,7 +111,7 @@ void TestRandomUser::cleanupTestCase()
     world.reset();
 }
 
-void TestRandomUser::keepsTheDocumentWhole_data()
+void TestRandomUser::keepsTheInvariants_data()
 {
     QTest::addColumn<quint32>("seed");
     for (quint32 i = 0; i < plan.sequences; ++i) {
@@ -119,7 +119,7 @@ void TestRandomUser::keepsTheDocumentWhole_data()
     }
 }
 
-void TestRandomUser::keepsTheDocumentWhole()
+void TestRandomUser::keepsTheInvariants()
 {
     QFETCH(quint32, seed);
     handleOthers = qInstallMessageHandler(collectWarning);
@@ -128,7 +128,7 @@ void TestRandomUser::keepsTheDocumentWhole()
     for (int i = 1; i <= plan.steps; ++i) {
         QStringList broken = user.step();
         broken += unexpectedWarnings(user);
-        if (plan.tells) {
+        if (plan.isVerbose) {
             qInfo("step %d: %s", i, qPrintable(user.lastStep()));
         }
         QVERIFY2(broken.isEmpty(),

@@ -41,7 +41,7 @@ QList<UserFile> writeGoodFiles()
         goodFile(borderedPicture(150, 700), u"border.png"_s),
         goodFile(blockPicture(96, 640), u"blocks.jpeg"_s),
         goodFile(noisePicture({70, 500}, QImage::Format_Grayscale8),
-                 u"gray.png"_s), // five strips, the last one below the image
+                 u"gray.png"_s), // the last of the five strips is below the image
         goodFile(noisePicture({70, 499}, QImage::Format_Grayscale8), u"one row less.png"_s),
         goodFile(transparentPicture(60, 333), u"half transparent.png"_s),
         goodFile(plainPicture(49, 350, Qt::white), u"白.png"_s),

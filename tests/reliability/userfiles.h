@@ -11,10 +11,10 @@ struct UserFile
     QSize size; ///< of its image; invalid if it is refused
 };
 
-/// Writes images of several kinds, formats and sizes into the working
-/// directory: all of them can be opened.
+/// Writes images of several kinds, formats and sizes into the working directory.
+/// All of them can be opened.
 QList<UserFile> writeGoodFiles();
 
-/// Writes files that are no images, damaged ones, and images that are too
-/// small; also names a folder and a file that is not there. All are refused.
+/// Writes files that are not images, damaged images and images that are too
+/// small, and adds a folder and a missing file. All of them are refused.
 QList<UserFile> writeBadFiles();

@@ -25,8 +25,8 @@ constexpr double pageGap = 32.0;
 constexpr double leftFitRatio = 0.8;
 constexpr qsizetype stripsPerTwoColumnPage = 4;
 
-/// Equal but for the rounding of sums; \a size tells how large the summands
-/// were.
+/// Equal except for rounding errors of sums; \a size is the magnitude of the
+/// summands.
 bool isNear(double a, double b, double size = 1.0)
 {
     return std::abs(a - b) <= 1e-6 + 1e-9 * std::abs(size);
@@ -39,7 +39,7 @@ bool isNear(const QRectF &a, const QRectF &b, double summands = 0.0)
         && isNear(a.height(), b.height(), size);
 }
 
-/// Looks at the document of one window and collects what does not hold.
+/// Checks the document of one window and collects the broken invariants.
 class DocumentCheck
 {
 public:
@@ -80,8 +80,8 @@ private:
     const LeftView *leftView;
     QList<PageItem *> strips;
     double width = 0.0; // of the image, as are the next two
-    double pitch = 0.0; // from one regular cut to the next
-    double height = 0.0; // of a strip at its regular cuts
+    double pitch = 0.0; // distance of regular cuts
+    double height = 0.0; // of a strip with regular cuts
 };
 
 void DocumentCheck::expect(bool holds, const char *what, qsizetype index)
@@ -103,7 +103,7 @@ void DocumentCheck::checkImage(QSize image)
 
 void DocumentCheck::checkChain()
 {
-    expect(mainView->scene()->items().size() == strips.size(), "the page scene holds strips alone");
+    expect(mainView->scene()->items().size() == strips.size(), "the page scene contains only strips");
     expect(strips.first()->prevItem() == nullptr, "the first strip has no previous one");
     expect(strips.last()->nextItem() == nullptr, "the last strip has no next one");
     for (qsizetype i = 0; i < strips.size(); ++i) {
@@ -125,8 +125,7 @@ void DocumentCheck::checkStrips()
         expect(source.x() == 0.0 && source.width() == width, "a band is as wide as the image", i);
         expect(strip->bodyRect() == QRectF(0, 0, width, source.height()), "the body has the size of the band", i);
         expect(strip->handleHeight() == barHeight, "a handle keeps its height", i);
-        expect(strip->handleRect() == QRectF(0, source.height(), width, barHeight), "the handle lies below the body",
-               i);
+        expect(strip->handleRect() == QRectF(0, source.height(), width, barHeight), "the handle is below the body", i);
         expect(drag.isNull() || (drag.x() == 0.0 && drag.size() == strip->handleRect().size()),
                "the rubber line has the size of the handle", i);
     }
@@ -139,7 +138,7 @@ void DocumentCheck::checkBands()
         const QRectF band = strips.at(i)->sourceRect();
         sum += band.height();
         if (i + 1 < strips.size()) {
-            // A row can lie between two regular bands, and stays there.
+            // There can be a row between two regular bands, and moved cuts keep it.
             const double row = std::trunc(double(i + 1) * pitch) - std::trunc(double(i) * pitch) - height;
             expect(isNear(band.y() + band.height() + row, strips.at(i + 1)->sourceRect().y()),
                    "a band begins where the one above ends", i);
@@ -149,7 +148,7 @@ void DocumentCheck::checkBands()
     const double end = std::trunc(double(strips.size() - 1) * pitch) + height;
     expect(strips.first()->sourceRect().y() == 0.0, "the first band begins with the image");
     expect(isNear(last.y() + last.height(), end), "the last band ends where it did at first");
-    expect(isNear(sum, height * double(strips.size())), "what one strip gains another one loses");
+    expect(isNear(sum, height * double(strips.size())), "a strip grows by what another one loses");
 }
 
 void DocumentCheck::checkPlaces()
@@ -157,14 +156,14 @@ void DocumentCheck::checkPlaces()
     const double count = double(strips.size());
     expect(isNear(mainView->sceneRect(), QRectF(0, 0, width, count * (height + barHeight))),
            "the page scene has the size of all strips");
-    expect(strips.first()->pos() == QPointF(), "the first strip stands at the top");
+    expect(strips.first()->pos() == QPointF(), "the first strip is at the top");
     const bool findable = allStripsAreHigherThanZero(window);
     for (qsizetype i = 0; i < strips.size(); ++i) {
         const PageItem *strip = strips.at(i);
         const double end = strip->y() + strip->handleRect().bottom();
         const double next = i + 1 < strips.size() ? strips.at(i + 1)->y() : mainView->sceneRect().bottom();
-        expect(strip->x() == 0.0, "strips stand at the left edge", i);
-        expect(isNear(end, next), "a strip stands directly under the one above", i);
+        expect(strip->x() == 0.0, "strips are at the left edge", i);
+        expect(isNear(end, next), "a strip is directly below the previous one", i);
         if (findable) {
             const QPointF middle = strip->mapToScene(strip->handleRect().center());
             expect(strip->scene()->itemAt(middle, QTransform()) == strip, "the scene finds a handle where it is", i);
@@ -177,7 +176,7 @@ void DocumentCheck::checkMinAspect()
     expect(minAspect() > 0.0 && minAspect() <= highestMinAspect, "minAspect is within its range");
     for (qsizetype i = 0; i < strips.size(); ++i) {
         const double stripHeight = strips.at(i)->bodyRect().height();
-        if (stripHeight > 0.0 && stripHeight != height) { // a regular strip may not have been measured
+        if (stripHeight > 0.0 && stripHeight != height) { // regular strips may not be included
             expect(minAspect() <= width / stripHeight, "minAspect is that of the highest strip or lower", i);
         }
     }
@@ -193,12 +192,12 @@ void DocumentCheck::checkPagesOfStrips()
         }
         expect(pages.first() == strips.at(i)->firstPreview(), "the one-column page comes first", i);
         expect(pages.first()->scene() == sceneOfLayout(0) && pages.last()->scene() == sceneOfLayout(1),
-               "the pages of a strip stand in the scenes of the layouts", i);
-        expect(pages.first()->shownStrips() == QList{strips.at(i)}, "a one-column page shows its strip alone", i);
+               "the pages of a strip are in the scenes of the layouts", i);
+        expect(pages.first()->shownStrips() == QList{strips.at(i)}, "a one-column page shows only its strip", i);
         expect(pages.first()->pageNumber() == i, "one-column pages are numbered as the strips", i);
         expect(pages.last()->shownStrips().value(i % stripsPerTwoColumnPage) == strips.at(i),
                "a strip has its place on the two-column page", i);
-        expect(pages.last()->pageNumber() == i / stripsPerTwoColumnPage, "two-column pages are numbered by fours", i);
+        expect(pages.last()->pageNumber() == i / stripsPerTwoColumnPage, "a two-column page shows four strips", i);
     }
 }
 
@@ -212,7 +211,7 @@ QGraphicsScene *DocumentCheck::sceneOfLayout(qsizetype layout) const
 void DocumentCheck::checkLayout(qsizetype layout)
 {
     const QGraphicsScene *scene = sceneOfLayout(layout);
-    expect(scene != nullptr && scene != mainView->scene(), "a layout has a scene of its own", layout);
+    expect(scene != nullptr && scene != mainView->scene(), "a layout has a separate scene", layout);
     if (scene == nullptr) {
         return;
     }
@@ -221,11 +220,11 @@ void DocumentCheck::checkLayout(qsizetype layout)
     const QSizeF regular(width, height + barHeight);
     const QSizeF outer(width + 0.2 * regular.width(), height + 0.2 * regular.height());
     const QList<QGraphicsItem *> items = scene->items();
-    expect(items.size() == count, "a layout has a page for all strips and no more", layout);
+    expect(items.size() == count, "a layout has exactly the pages for all strips", layout);
     qsizetype shown = 0;
     for (const QGraphicsItem *item : items) {
         const auto *page = dynamic_cast<const PreviewItem *>(item);
-        expect(page != nullptr, "an output scene holds pages alone", layout);
+        expect(page != nullptr, "an output scene contains only pages", layout);
         if (page == nullptr) {
             continue;
         }
@@ -255,7 +254,7 @@ void DocumentCheck::checkPage(const PreviewItem *page, QSizeF outer)
     expect(page->prevPage() == nullptr, "no page has a previous one", number);
     expect(page->pageGap() == pageGap, "a page keeps its gap", number);
     expect(isNear(page->x(), 0.0) && isNear(page->y(), (outer.height() + pageGap) * number),
-           "pages stand one under the other", number);
+           "pages are below each other", number);
     expect(isNear(sheet.width(), outer.width(), size) && isNear(sheet.height(), outer.height(), size),
            "a page keeps its outer size", number);
     expect(margins.x() == margins.width() && margins.y() == margins.height(), "opposite margins are equal", number);
@@ -265,7 +264,7 @@ void DocumentCheck::checkPage(const PreviewItem *page, QSizeF outer)
 
 void DocumentCheck::checkViews()
 {
-    // A scroll bar may have taken its width after the view was fitted.
+    // A scroll bar may have appeared after the view was fitted.
     const double slack = mainView->verticalScrollBar()->sizeHint().width() + 1.0;
     const auto isFitted = [slack](const QGraphicsView *view, double ratio) {
         const QTransform scale = view->transform();
@@ -289,7 +288,7 @@ void DocumentCheck::checkActions()
                              "zoomInAction", "zoomOutAction", "twoColsAction", "pageNumAction", "autoTrimAction"}) {
         const auto *action = window.findChild<QAction *>(QLatin1StringView(name));
         expect(action != nullptr && action->isEnabled() == !strips.isEmpty(),
-               "the actions of a document are there with a document alone");
+               "document actions are enabled only with a document");
     }
 }
 

@@ -9,7 +9,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// Serves one request on one socket, and goes with the socket.
+/// Serves one request on one socket, which owns it.
 class HttpConnection : public QObject
 {
 public:
@@ -97,7 +97,7 @@ private:
         } else if (pausesHere) {
             isPaused = true;
         } else {
-            socket->disconnectFromHost(); // after all is written
+            socket->disconnectFromHost(); // after everything is written
         }
     }
 
@@ -187,7 +187,7 @@ void HttpServer::resume(qsizetype pauseAfter)
 
 void HttpServer::listen()
 {
-    // Announced for plain and for TLS connections alike, for the latter after the handshake.
+    // Emitted for plain connections and, after the handshake, for TLS connections.
     connect(listener.get(), &QTcpServer::pendingConnectionAvailable, this, &HttpServer::acceptConnections);
     if (!listener->listen(QHostAddress::LocalHost, 0)) {
         qFatal("No port to listen on: %s", qPrintable(listener->errorString()));
@@ -197,6 +197,6 @@ void HttpServer::listen()
 void HttpServer::acceptConnections()
 {
     while (QTcpSocket *socket = listener->nextPendingConnection()) {
-        new HttpConnection(socket, this); // goes with the socket
+        new HttpConnection(socket, this); // owned by the socket
     }
 }

@@ -14,18 +14,18 @@ class QSslConfiguration;
 class QTcpServer;
 class QTcpSocket;
 
-/// A request as it came in.
+/// A received request.
 struct HttpRequest
 {
     QByteArray method;
     QByteArray target;
     QList<QPair<QByteArray, QByteArray>> headers;
 
-    /// The value of a header, in whatever case its name is. Empty if absent.
+    /// The value of the header \a name, which is case-insensitive. Empty if absent.
     QByteArray header(const QByteArray &name) const;
 };
 
-/// What the server answers, and how it misbehaves.
+/// The response of the server and its deliberate faults.
 struct HttpResponse
 {
     int status = 200;
@@ -34,18 +34,18 @@ struct HttpResponse
 
     bool sendsLength = true; ///< false: the end of the connection ends the body
     bool pausesAtStart = false; ///< sends nothing before HttpServer::resume()
-    qsizetype pauseAfter = -1; ///< bytes of the body that go out before HttpServer::resume(), -1 for all
+    qsizetype pauseAfter = -1; ///< bytes of the body sent before HttpServer::resume(), -1 for all
     qsizetype cutAfter = -1; ///< bytes of the body after which the connection ends, -1 for none
-    qsizetype chunkSize = 0; ///< bytes of the body that go out at a time, 0 for all
-    int chunkInterval = 0; ///< ms between two of them
+    qsizetype chunkSize = 0; ///< bytes of the body sent at a time, 0 for all
+    int chunkInterval = 0; ///< ms between two chunks
 
     static HttpResponse redirectTo(const QUrl &url, int code = 302);
 };
 
 /// An HTTP/1.1 server on a free port of 127.0.0.1, for one test.
 ///
-/// Answers by path; a path without an answer is a 404. Each connection serves
-/// one request.
+/// Responds by path, with 404 for an unknown one. Each connection serves one
+/// request.
 class HttpServer : public QObject
 {
     Q_OBJECT
@@ -53,7 +53,7 @@ class HttpServer : public QObject
 public:
     HttpServer();
 
-    /// A server that speaks TLS, with the certificate and key of \a tls.
+    /// An HTTPS server with the certificate and key of \a tls.
     explicit HttpServer(const QSslConfiguration &tls);
     ~HttpServer() override;
 
@@ -66,11 +66,11 @@ public:
 
     const QList<HttpRequest> &requests() const { return m_requests; }
 
-    /// How many clients hold a connection.
+    /// The number of open connections.
     int connectionCount() const;
 
-    /// Goes on with every answer that pauses, up to the byte \a pauseAfter of
-    /// the body or, with -1, to its end.
+    /// Continues every paused response up to byte \a pauseAfter of the body, or
+    /// to its end if -1.
     void resume(qsizetype pauseAfter = -1);
 
 signals:

@@ -30,3 +30,10 @@ QString firstDifference(const QImage &actual, const QImage &expected, int tolera
     }
     return {};
 }
+
+bool isBlank(const QImage &image)
+{
+    QImage blank = image;
+    blank.fill(Qt::white);
+    return image == blank;
+}

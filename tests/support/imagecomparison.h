@@ -7,3 +7,6 @@
 /// by more than \a tolerance. Otherwise the first different pixel, by rows, and
 /// both values as #AARRGGBB.
 [[nodiscard]] QString firstDifference(const QImage &actual, const QImage &expected, int tolerance = 0);
+
+/// Whether every pixel is white.
+[[nodiscard]] bool isBlank(const QImage &image);

@@ -5,8 +5,8 @@
 #include <QStringList>
 #include <QUrl>
 
-/// Catches what the program hands to the system to open, for the schemes
-/// given, while this object lives. Nothing is opened.
+/// Intercepts the URLs of the given schemes that the program asks the system to
+/// open, while this object lives. Nothing is opened.
 class OpenedUrls : public QObject
 {
     Q_OBJECT

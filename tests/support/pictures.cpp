@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int blockSide = 32;
@@ -161,4 +163,9 @@ QString savedBytes(const QByteArray &bytes, const QString &name)
         qFatal("Cannot write %s", qPrintable(path));
     }
     return path;
+}
+
+QString savedStrips(int strips)
+{
+    return savedPicture(blockPicture(70, strips * 100 - 10), u"%1 strips.png"_s.arg(strips));
 }

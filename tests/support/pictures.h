@@ -55,3 +55,7 @@ QString savedPicture(const QImage &image, const QString &name, const char *forma
 /// Writes \a bytes to the file \a name in the working directory and returns its
 /// absolute path; ends the program if it cannot.
 QString savedBytes(const QByteArray &bytes, const QString &name);
+
+/// Saves blocks 70 pixels wide that a window cuts into \a strips strips. Returns
+/// the absolute path.
+QString savedStrips(int strips);

@@ -99,7 +99,7 @@ QList<PageItem *> addChain(QGraphicsScene &scene, const QPixmap &source, const Q
 {
     QList<PageItem *> strips;
     for (const QRectF &band : bands) {
-        auto *strip = new PageItem(source, band); // the scene takes it
+        auto *strip = new PageItem(source, band); // owned by the scene
         strip->setPageIndex(int(strips.size()));
         if (!strips.isEmpty()) {
             strips.last()->linkNext(strip);
@@ -132,7 +132,7 @@ QString firstDifference(const PageItem *first, const PlainChain &plain)
                 .arg(asText(actual), asText(expected));
         };
         const PlainStrip &expected = plain.strips.at(i);
-        // Exactly: the comparison operator of rectangles tolerates small differences.
+        // QRectF::operator== tolerates small differences.
         const auto same = [](const QRectF &a, const QRectF &b) {
             return std::equal_to<>()(a.x(), b.x()) && std::equal_to<>()(a.y(), b.y())
                 && std::equal_to<>()(a.width(), b.width()) && std::equal_to<>()(a.height(), b.height());

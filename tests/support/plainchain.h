@@ -9,7 +9,7 @@
 class PageItem;
 class QGraphicsScene;
 
-/// What is known of a strip, as plain numbers.
+/// The state of a strip as plain numbers.
 struct PlainStrip
 {
     QRectF source;
@@ -21,8 +21,8 @@ struct PlainStrip
     double lastShift = 0.0;
 };
 
-/// A chain of strips as plain numbers, with the moves written out step by
-/// step; the oracle for the real chain.
+/// A chain of strips as plain numbers, with moves written out step by step: the
+/// oracle for the real chain.
 class PlainChain
 {
 public:
@@ -31,8 +31,8 @@ public:
     /// Moves the cut below strip \a index by \a delta. Keep heights above zero.
     void moveCut(int index, double delta);
 
-    /// Moves the cut below strip \a index to the brightest row near it, or
-    /// back.
+    /// Moves the cut below strip \a index to the brightest row nearby, or undoes
+    /// the previous placement.
     void autoPlaceCut(int index);
 
     void autoPlaceAll();
@@ -44,14 +44,12 @@ private:
     QPixmap source;
 };
 
-/// Adds a linked chain of strips to \a scene, which owns them, with their page
-/// indexes.
+/// Adds a linked chain of numbered strips to \a scene, which owns them.
 QList<PageItem *> addChain(QGraphicsScene &scene, const QPixmap &source, const QList<QRectF> &bands);
 
-/// Equal bands of the given height, one under the other.
+/// Equal bands of the given height, below each other.
 QList<QRectF> equalBands(int count, double width, double height);
 
-/// Empty if the chain that starts with \a first has exactly the numbers of
-/// \a plain, and the program the same `minAspect`. Otherwise the first
-/// difference.
+/// Empty if the chain that starts with \a first and `minAspect` have exactly the
+/// numbers of \a plain. Otherwise the first difference.
 QString firstDifference(const PageItem *first, const PlainChain &plain);

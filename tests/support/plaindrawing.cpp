@@ -1,8 +1,46 @@
 #include "support/plaindrawing.h"
 
+#include "support/pictures.h"
+
+#include <QFont>
 #include <QPainter>
 
-void plainDrawBand(QPainter *painter, const QPixmap &source, const QRectF &band, const QRectF &target)
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QPixmap withoutPalette(const QPixmap &source)
 {
-    painter->drawPixmap(target, source.copy(band.toRect()), QRectF(QPointF(), band.size()));
+    const QImage image = source.toImage();
+    if (image.colorTable().isEmpty()) {
+        return source;
+    }
+    return keptPixmap(
+        image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32));
+}
+
+} // namespace
+
+void plainDrawBand(QPainter *painter, const QRectF &target, const QPixmap &source, const QRect &band,
+                   const QSizeF &size)
+{
+    painter->drawPixmap(target, withoutPalette(source).copy(band), QRectF(QPointF(), size));
+}
+
+void plainDrawBand(QPainter *painter, const QRectF &target, const QPixmap &source, const QRectF &band)
+{
+    plainDrawBand(painter, target, source, band.toRect(), band.size());
+}
+
+QPixmap plainPageNumber(const QString &text)
+{
+    QPixmap pixmap(180, 60);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    QFont font(u"Times New Roman"_s, 16, 100, false);
+    font.setLetterSpacing(QFont::AbsoluteSpacing, 2.0);
+    painter.setFont(font);
+    painter.setPen(QColor(Qt::gray));
+    painter.drawText(QRect(0, 0, 180, 60), 132, text);
+    return pixmap;
 }

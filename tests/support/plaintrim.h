@@ -5,11 +5,11 @@
 
 #include <optional>
 
-/// The trim, pixel by pixel and step by step, to hold the fast one against.
+/// The trim, pixel by pixel and step by step: the oracle for the fast one.
 
 /// The ink threshold of \a gray, an image of Format_Grayscale8.
 int plainThreshold(const QImage &gray);
 
-/// The bounds of the content of \a gray; nothing without any, or if it is a
-/// single row or column.
+/// The bounds of the content of \a gray; none if it is empty or a single row or
+/// column.
 std::optional<QRect> plainBounds(const QImage &gray, int threshold);

@@ -25,7 +25,7 @@ PrivateHome::PrivateHome()
     QDir(dir.path()).mkpath(u"work"_s);
     QDir::setCurrent(dir.filePath(u"work"_s));
     for (const char *proxy : {"http_proxy", "https_proxy", "all_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"}) {
-        qunsetenv(proxy); // test servers are on this machine
+        qunsetenv(proxy); // test servers are local
     }
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -34,7 +34,7 @@ PrivateHome::PrivateHome()
 
 PrivateHome::~PrivateHome()
 {
-    QDir::setCurrent(QDir::rootPath()); // a directory that is in use cannot be removed everywhere
+    QDir::setCurrent(QDir::rootPath()); // some systems cannot remove the current directory
 }
 
 void PrivateHome::removeConfigFile()

@@ -2,12 +2,12 @@
 
 #include <QTemporaryDir>
 
-/// A home of its own for one run of a test program.
+/// A temporary home directory for one run of a test program.
 ///
 /// Construct it before the application object: HOME, the XDG directories, the
 /// download folder and the working directory all point into a temporary
-/// directory, which goes with this object. A test program that is started by
-/// hand thus never touches the settings of the user, and shows no window.
+/// directory, which this object removes. Even when started by hand, a test
+/// program never touches the settings of the user and shows no window.
 class PrivateHome
 {
 public:
@@ -17,7 +17,7 @@ public:
     /// Path of the temporary directory.
     QString path() const { return dir.path(); }
 
-    /// Removes what earlier runs left beside the executable. Needs the
+    /// Removes the `user.ini` of earlier runs next to the executable. Needs the
     /// application object.
     static void removeConfigFile();
 

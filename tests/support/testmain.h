@@ -5,8 +5,8 @@
 #include <QApplication>
 #include <QTest>
 
-/// The main function of a test program: a private home, an application, and
-/// the test functions of one object of \a TestObject.
+/// The main function of a test program: runs the test functions of a
+/// \a TestObject in a private home directory.
 #define QUILLMARCH_TEST_MAIN(TestObject)                                                                               \
     int main(int argc, char *argv[])                                                                                   \
     {                                                                                                                  \

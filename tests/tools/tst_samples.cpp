@@ -1,6 +1,8 @@
 #include "samples/sampleimage.h"
+#include "support/imagecomparison.h"
 #include "support/testmain.h"
 
+#include <QDir>
 #include <QImageReader>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -14,7 +16,7 @@ Q_DECLARE_METATYPE(SampleKind)
 
 namespace {
 
-/// Whether the pixels of row \a y from \a left to \a right are all alike.
+/// Whether all pixels of row \a y from \a left to \a right are equal.
 bool isPlain(const QImage &image, int y, int left, int right)
 {
     const QRgb first = image.pixel(left, y);
@@ -26,9 +28,9 @@ bool isPlain(const QImage &image, int y, int left, int right)
     return true;
 }
 
-/// What is wrong with one recorded line of text: its first and last row hold
-/// ink, and the rows right above and below do not. The rounding to a palette
-/// loses faint edges, so there any row may be the first with ink.
+/// What is wrong with a recorded line of text: its first and last row must have
+/// ink, and the rows directly above and below must not. Reducing to a palette
+/// loses faint edges, so there any row may be the first one with ink.
 QByteArray lineFault(const QImage &image, const QRect &line)
 {
     const QRgb ground = image.pixel(line.left(), line.top() - 1);
@@ -47,25 +49,7 @@ QByteArray lineFault(const QImage &image, const QRect &line)
         return "no ink in the first or last row of the line at y " + QByteArray::number(line.top());
     }
     if (hasInk(line.top() - 1) || hasInk(line.bottom() + 1)) {
-        return "ink beside the line at y " + QByteArray::number(line.top());
-    }
-    return {};
-}
-
-/// The first pixel that differs, as text; empty if there is none.
-QByteArray difference(const QImage &actual, const QImage &expected)
-{
-    if (actual.size() != expected.size()) {
-        return "sizes differ";
-    }
-    for (int y = 0; y < actual.height(); ++y) {
-        for (int x = 0; x < actual.width(); ++x) {
-            if (actual.pixel(x, y) != expected.pixel(x, y)) {
-                return QByteArray::number(x) + "," + QByteArray::number(y) + " is "
-                    + QByteArray::number(actual.pixel(x, y), 16) + ", not "
-                    + QByteArray::number(expected.pixel(x, y), 16);
-            }
-        }
+        return "ink next to the line at y " + QByteArray::number(line.top());
     }
     return {};
 }
@@ -110,7 +94,7 @@ private slots:
     void refusesSizesOutOfRange();
     void paintsAnySmallSize_data();
     void paintsAnySmallSize();
-    void usesTheTransparentEntryBesideThePage();
+    void usesTheTransparentEntryNextToThePage();
     void hasThreeLevelsOfAlpha();
     void recordsLinesOfText_data();
     void recordsLinesOfText();
@@ -124,8 +108,8 @@ private slots:
     void turnsUpright_data();
     void turnsUpright();
     void toolWritesTheImage();
-    void toolAddsARim();
-    void toolSavesFewColours();
+    void toolAddsABorder();
+    void toolReducesColors();
     void toolNeedsNoScreen();
     void toolRefuses_data();
     void toolRefuses();
@@ -183,7 +167,7 @@ void TestSamples::repeatsItself()
     QFETCH(SampleKind, kind);
     const Sample first = makeSample({kind, 540, 2000, 7});
     const Sample second = makeSample({kind, 540, 2000, 7});
-    QCOMPARE(difference(second.image, first.image), QByteArray());
+    QCOMPARE(firstDifference(second.image, first.image), QString());
     QCOMPARE(second.textLines, first.textLines);
     QVERIFY(makeSampleImage({kind, 540, 2000, 8}) != first.image);
 }
@@ -219,7 +203,7 @@ void TestSamples::paintsAnySmallSize()
     }
 }
 
-void TestSamples::usesTheTransparentEntryBesideThePage()
+void TestSamples::usesTheTransparentEntryNextToThePage()
 {
     const QImage image = makeSampleImage({SampleKind::Palette, 540, 3000});
     const QList<QRgb> table = image.colorTable();
@@ -276,7 +260,7 @@ void TestSamples::leavesNoInkBetweenGrayLines()
                                        [y](const QRect &line) { return line.top() <= y && y <= line.bottom(); });
         const uchar *row = sample.image.constScanLine(y);
         const bool white = std::all_of(row, row + 1080, [](uchar level) { return level == 255; });
-        // A letter such as i has a row without ink below its dot.
+        // An "i" has a row without ink below its dot.
         if (!inked && !white) {
             QFAIL(qPrintable(u"ink in row %1"_s.arg(y)));
         }
@@ -300,7 +284,7 @@ void TestSamples::recordsAllTextOfTheChat()
     QFETCH(QRgb, textColor);
     const Sample sample = makeSample({kind, 1080, 12000});
     int inked = 0;
-    for (int y = 212; y < 12000 - 196; ++y) { // between the bars, which have signs of the same colour
+    for (int y = 212; y < 12000 - 196; ++y) { // without the bars, which have icons of the same color
         for (int x = 0; x < 1080; ++x) {
             if (sample.image.pixel(x, y) != textColor) {
                 continue;
@@ -317,7 +301,7 @@ void TestSamples::recordsAllTextOfTheChat()
 
 void TestSamples::paintsBelowThePaintersLimit_data()
 {
-    QTest::addColumn<SampleKind>("kind"); // without the table, whose rows are too low for text at this width
+    QTest::addColumn<SampleKind>("kind"); // not the table: at this width its rows are too low for text
     QTest::newRow("chat") << SampleKind::Chat;
     QTest::newRow("web") << SampleKind::Web;
     QTest::newRow("dark") << SampleKind::Dark;
@@ -337,7 +321,7 @@ void TestSamples::paintsBelowThePaintersLimit()
             continue;
         }
         QCOMPARE(lineFault(sample.image, line), QByteArray());
-        QCOMPARE_LE(line.top() - end, 200); // no long stretch stays empty
+        QCOMPARE_LE(line.top() - end, 200); // no long gap without text
         end = line.bottom();
         ++below;
     }
@@ -366,13 +350,13 @@ void TestSamples::readsBack()
     const QImage read = reader.read();
     if (kind == SampleKind::JpegOrientation) {
         QCOMPARE(fileFormat, QByteArray("jpeg"));
-        QCOMPARE(read.size(), image.size()); // turnsUpright() looks at the pixels
+        QCOMPARE(read.size(), image.size()); // turnsUpright() compares the pixels
         return;
     }
     QCOMPARE(fileFormat, QByteArray("png"));
     QCOMPARE(read.format(), format);
     QCOMPARE(read.colorTable(), image.colorTable());
-    QCOMPARE(difference(read, image), QByteArray());
+    QCOMPARE(firstDifference(read, image), QString());
 }
 
 void TestSamples::turnsUpright_data()
@@ -427,15 +411,15 @@ void TestSamples::toolWritesTheImage()
     const ToolRun run = runTool({u"--kind"_s, u"dark"_s, u"--size"_s, u"400x1500"_s, u"--seed"_s, u"3"_s, u"a.png"_s},
                                 dir.path(), QProcessEnvironment::systemEnvironment());
     QCOMPARE(run.code, 0);
-    QCOMPARE(difference(QImage(dir.filePath(u"a.png"_s)), makeSampleImage({SampleKind::Dark, 400, 1500, 3})),
-             QByteArray());
+    QCOMPARE(firstDifference(QImage(dir.filePath(u"a.png"_s)), makeSampleImage({SampleKind::Dark, 400, 1500, 3})),
+             QString());
     const ToolRun turned = runTool({u"--kind=jpeg-orientation"_s, u"--size=60x90"_s, u"--orientation=6"_s, u"b.jpg"_s},
                                    dir.path(), QProcessEnvironment::systemEnvironment());
     QCOMPARE(turned.code, 0);
     QCOMPARE(QImageReader(dir.filePath(u"b.jpg"_s)).size(), QSize(90, 60));
 }
 
-void TestSamples::toolAddsARim()
+void TestSamples::toolAddsABorder()
 {
     const QTemporaryDir dir;
     const ToolRun run = runTool({u"--kind=gray"_s, u"--size=300x700"_s, u"--rim=40"_s, u"a.png"_s}, dir.path(),
@@ -443,7 +427,7 @@ void TestSamples::toolAddsARim()
     QCOMPARE(run.code, 0);
     const QImage image(dir.filePath(u"a.png"_s));
     QCOMPARE(image.size(), QSize(380, 780));
-    QCOMPARE(difference(image.copy(40, 40, 300, 700), makeSampleImage({SampleKind::Gray, 300, 700})), QByteArray());
+    QCOMPARE(firstDifference(image.copy(40, 40, 300, 700), makeSampleImage({SampleKind::Gray, 300, 700})), QString());
     const QRgb ground = image.pixel(0, 0);
     for (int y = 0; y < 780; ++y) {
         for (int x = 0; x < 380; ++x) {
@@ -455,7 +439,7 @@ void TestSamples::toolAddsARim()
     }
 }
 
-void TestSamples::toolSavesFewColours()
+void TestSamples::toolReducesColors()
 {
     const QTemporaryDir dir;
     const ToolRun run = runTool({u"--kind=web"_s, u"--size=300x900"_s, u"--indexed"_s, u"a.png"_s}, dir.path(),
@@ -472,7 +456,7 @@ void TestSamples::toolSavesFewColours()
             const int most =
                 std::max({std::abs(qRed(a) - qRed(b)), std::abs(qGreen(a) - qGreen(b)), std::abs(qBlue(a) - qBlue(b))});
             QVERIFY2(most <= 28,
-                     qPrintable(u"%1 off at %2,%3"_s.arg(most).arg(x).arg(y))); // a pale colour may become a gray
+                     qPrintable(u"%1 off at %2,%3"_s.arg(most).arg(x).arg(y))); // a pale color may become gray
         }
     }
 }
