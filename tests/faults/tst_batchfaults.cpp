@@ -6,7 +6,7 @@
 #include "output/documentitems.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "support/documents.h"
+#include "support/pictures.h"
 #include "support/testmain.h"
 
 #include <QDir>
