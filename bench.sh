@@ -26,8 +26,8 @@ provide_screen() {
 }
 
 {
-    install_packages build run test
-    build quillmarch-bench
+    install_packages build run test bench
+    build "$preset" quillmarch-bench
     provide_screen
     say "Measuring"
 } >&2

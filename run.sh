@@ -11,7 +11,7 @@ has_display() {
 # A server shows no window, but it can make the same pages.
 convert_sample() {
     local pdf=$build_folder/long-chat.pdf
-    build quillmarch-batch
+    build program quillmarch-batch
     say "There is no display to show the window on (neither DISPLAY nor WAYLAND_DISPLAY is set)."
     say "Turning samples/long-chat.png into pages without it"
     "$build_folder/src/batch/quillmarch-batch" "$root/samples/long-chat.png" -o "$pdf"
@@ -28,6 +28,6 @@ if ! has_display; then
     convert_sample
     exit
 fi
-build quillmarch quillmarch-batch
+build program quillmarch quillmarch-batch
 say "Starting Quillmarch"
 exec "$build_folder/src/app/quillmarch"

@@ -1,5 +1,5 @@
-#include "intake/blankborders.h"
 #include "page/pageitem.h"
+#include "pixels/blankborders.h"
 #include "shownwindow.h"
 #include "steps.h"
 #include "ui/leftview.h"

@@ -67,20 +67,63 @@ install_packages() {
     apt install -q -y --no-install-recommends "${missing[@]}"
 }
 
-# Builds the given targets; "all" is everything.
-build() {
-    local cache=$build_folder/CMakeCache.txt
-    local -a configure=(cmake --preset "$preset")
+# Whether the cache of the build folder holds the line "$1".
+is_cached() {
+    grep -qxF "$1" "$build_folder/CMakeCache.txt" 2>/dev/null
+}
+
+# Whether nothing is missing for a build folder that is configured with tests.
+can_build_tests() {
+    local -a wanted
+    mapfile -t wanted < <(packages_of test bench)
+    ! command -v dpkg-query >/dev/null || [[ -z $(missing_of "${wanted[@]}") ]]
+}
+
+# Whether the build folder is configured for what the preset "$1" builds. A
+# folder for everything also does for the programs alone, as long as what the
+# tests need stays installed: CMake looks for it again at each change.
+is_configured_for() {
+    [[ -e $build_folder/build.ninja ]] || return 1
+    if is_cached QUILLMARCH_TESTS:BOOL=ON; then
+        [[ $1 != program ]] || can_build_tests
+    else
+        [[ $1 == program ]]
+    fi
+}
+
+# Configures the build folder by the preset "$1", unless it is.
+configure() {
+    local -a options=()
     if [[ -e $build_folder && ! -w $build_folder ]]; then
         die "$build_folder belongs to another user; remove it and try again"
     fi
     # A moved source folder makes the cache of the build unusable.
-    if [[ -e $cache ]] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache"; then
-        configure+=(--fresh)
+    if [[ -e $build_folder/CMakeCache.txt ]] && ! is_cached "CMAKE_HOME_DIRECTORY:INTERNAL=$root"; then
+        options=(--fresh)
+    elif is_configured_for "$1"; then
+        return
     fi
-    say "Building in build/$preset"
-    if [[ ! -e $build_folder/build.ninja || ${#configure[@]} -gt 3 ]]; then
-        (cd "$root" && "${configure[@]}")
+    (cd "$root" && cmake --preset "$1" "${options[@]}")
+}
+
+# Builds the given targets of the preset "$1"; "all" is everything.
+build() {
+    say "Building in ${build_folder#"$root"/}"
+    configure "$1"
+    cmake --build "$build_folder" --parallel "$(nproc)" --target "${@:2}"
+}
+
+# Runs the tests of the build folder; options go to ctest. A busy machine can
+# spoil what a test of the label "clock" measures, or sees in a real window, so
+# one of these may fail once; all others must pass at once.
+run_tests() {
+    local -a options=(--test-dir "$build_folder" --output-on-failure --parallel "$(nproc)" "$@")
+    local failed=0
+    if ctest "${options[@]}" --show-only | grep -qx 'Total Tests: 0'; then
+        die "there is no such test"
     fi
-    cmake --build "$build_folder" --parallel "$(nproc)" --target "$@"
+    ctest "${options[@]}" --label-exclude '^clock$' || failed=1
+    # What the packages are tested with has been made by the first run.
+    ctest "${options[@]}" --label-regex '^clock$' --fixture-exclude-any packages --repeat until-pass:2 || failed=1
+    return "$failed"
 }

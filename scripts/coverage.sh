@@ -11,11 +11,10 @@ preset=coverage
 build_folder=$root/build/$preset
 
 install_packages build run test check
-build all
+build "$preset" all
 find "$build_folder" -name '*.gcda' -delete
 say "Testing"
-(cd "$root" && ctest --preset "$preset" --no-tests=error --parallel "$(nproc)" --repeat until-pass:2 --timeout 900) \
-    || die "not all tests passed"
+run_tests --timeout 900 || die "not all tests passed"
 mkdir -p "$build_folder/report"
 say "Counting"
 (cd "$root" && gcovr --root . --filter src/ --object-directory "$build_folder" \

@@ -9,8 +9,8 @@ paint() {
     "$build_folder/tools/samples/make-sample" "$@" "$root/samples/$name.png"
 }
 
-install_packages build run
-build make-sample
+install_packages build run test bench
+build "$preset" make-sample
 paint long-chat --kind chat --size 1080x12000 --seed 1
 paint article --kind web --size 540x4000 --seed 3 --indexed
 paint dark-chat --kind dark --size 540x4800 --seed 2 --indexed

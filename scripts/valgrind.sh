@@ -30,7 +30,7 @@ check() {
 
 install_packages build run test check
 for name in "${tests[@]}"; do
-    build "$name"
+    build "$preset" "$name"
 done
 failed=()
 for name in "${tests[@]}"; do

@@ -1,7 +1,7 @@
 #include "cutquality/cutspeed.h"
 
 #include "cutquality/kinds.h"
-#include "page/calmrow.h"
+#include "pixels/calmrow.h"
 
 #include <QElapsedTimer>
 

@@ -1,7 +1,7 @@
-#include "app/buildconfig.h"
-#include "app/keptforever.h"
 #include "app/mainwindow.h"
 #include "app/startup.h"
+#include "base/buildconfig.h"
+#include "base/keptforever.h"
 #include "update/simpleupdater.h"
 
 #include <QApplication>

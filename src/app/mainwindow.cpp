@@ -1,10 +1,11 @@
 #include "app/mainwindow.h"
 
 #include "app/settings.h"
-#include "intake/imagefile.h"
 #include "output/documentitems.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
+#include "pixels/imagefile.h"
+#include "ui/busypointer.h"
 #include "ui/customsplitter.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
@@ -13,6 +14,8 @@
 #include <QAction>
 #include <QFileDialog>
 #include <QGraphicsScene>
+
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -64,13 +67,17 @@ MainWindow::~MainWindow() = default;
 
 void MainWindow::loadImageFile(const QString &path)
 {
+    std::optional<BusyPointer> busy(std::in_place);
     sourcePixmap = decodeImageFile(path);
     if (isLargeEnough(sourcePixmap.size())) {
         rebuildDocument();
-    } else {
-        popUp->setPopupText(tr("不支持的图片格式或文件已损坏"));
-        popUp->show();
+        mainView->scrollToTop();
+        leftView->scrollToTop();
+        return;
     }
+    busy.reset();
+    popUp->setPopupText(tr("不支持的图片格式或文件已损坏"));
+    popUp->show();
 }
 
 void MainWindow::rebuildDocument()

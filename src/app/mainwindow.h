@@ -36,8 +36,8 @@ public:
     MainWindow();
     ~MainWindow() override;
 
-    /// Decodes the file \a path into the source image and rebuilds the
-    /// document. A file that cannot be read, a PDF file, and an image of at
+    /// Decodes the file \a path into the source image, rebuilds the document
+    /// and shows its top. A file that cannot be read, a PDF file, and an image of at
     /// most 10 pixels on a side end in a toast; the pages shown stay then.
     void loadImageFile(const QString &path);
 
@@ -95,6 +95,7 @@ public slots:
 protected:
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    void showEvent(QShowEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void moveEvent(QMoveEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
@@ -122,6 +123,7 @@ private:
 
     void saveWindowState();
     bool restoreWindowState(); // true if a saved geometry existed
+    void showFloatingToolBar();
     void saveSplitterState();
     void restoreSplitterState();
     bool isGeometryUsable(const QRect &rect) const;

@@ -1,6 +1,6 @@
 #include "app/settings.h"
 
-#include "app/keptforever.h"
+#include "base/keptforever.h"
 
 #include <QCoreApplication>
 #include <QEvent>

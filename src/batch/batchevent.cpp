@@ -11,7 +11,33 @@ namespace {
 // By the values of BatchEvent::Kind.
 constexpr std::array kindNames{"writing"_L1, "page"_L1, "done"_L1, "failed"_L1};
 
+/// The failure with the number \a code; Unwritable if there is none.
+BatchFailure failureOf(int code)
+{
+    constexpr std::array known{BatchFailure::Unreadable, BatchFailure::Unwritable, BatchFailure::TooLarge};
+    for (const BatchFailure failure : known) {
+        if (int(failure) == code) {
+            return failure;
+        }
+    }
+    return BatchFailure::Unwritable;
+}
+
 } // namespace
+
+BatchEvent failedEvent(BatchFailure failure, const QString &text)
+{
+    BatchEvent event;
+    event.kind = BatchEvent::Kind::Failed;
+    event.failure = failure;
+    event.text = text;
+    return event;
+}
+
+BatchEvent outOfMemoryEvent()
+{
+    return failedEvent(BatchFailure::TooLarge, u"too large: there is not enough memory"_s);
+}
 
 QByteArray jsonLine(const QJsonObject &object)
 {
@@ -56,7 +82,9 @@ std::optional<BatchEvent> eventFromJson(const QByteArray &line)
             event.pages = object.value("pages"_L1).toInt();
             event.bytes = object.value("bytes"_L1).toInteger();
             event.seconds = object.value("seconds"_L1).toDouble();
-            event.failure = BatchFailure(object.value("code"_L1).toInt());
+            if (event.kind == BatchEvent::Kind::Failed) {
+                event.failure = failureOf(object.value("code"_L1).toInt());
+            }
             event.text = object.value("path"_L1).toString() + object.value("note"_L1).toString()
                 + object.value("message"_L1).toString(); // an event has one of them at most
             return event;

@@ -8,12 +8,11 @@
 
 #include <optional>
 
-/// What went wrong with a file; the numbers are exit codes.
+/// What went wrong with a file; the numbers are exit codes, none of them 0.
 enum class BatchFailure {
-    None = 0,
     Unreadable = 3,
     Unwritable = 4,
-    TooLarge = 5,
+    TooLarge = 5, // or memory ran out, be it that the process died of it
 };
 
 /// What happens to a job, in this order: any number of pages between the file
@@ -32,16 +31,23 @@ struct BatchEvent
     int pages = 0;
     qint64 bytes = 0; // of the file
     double seconds = 0; // that the job took
-    BatchFailure failure = BatchFailure::None;
+    BatchFailure failure = BatchFailure::Unwritable; // of Failed
     QString text;
 };
+
+/// The event of a job that failed. \a text says why.
+BatchEvent failedEvent(BatchFailure failure, const QString &text);
+
+/// The event of a job whose process ran out of memory.
+BatchEvent outOfMemoryEvent();
 
 /// \a object as one line, with its line end.
 QByteArray jsonLine(const QJsonObject &object);
 
 QJsonObject toJson(const BatchEvent &event);
 
-/// The event in \a line; nothing if it holds none.
+/// The event in \a line; nothing if it holds none. A failure without a known code
+/// is Unwritable: no file was written is all that is sure of it.
 std::optional<BatchEvent> eventFromJson(const QByteArray &line);
 
 QJsonObject toJson(const BatchJob &job);

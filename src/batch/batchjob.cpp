@@ -2,12 +2,12 @@
 
 #include "batch/finishedpdf.h"
 #include "batch/partfile.h"
-#include "intake/blankborders.h"
-#include "intake/imagefile.h"
 #include "output/documentitems.h"
 #include "output/pagerun.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
+#include "pixels/blankborders.h"
+#include "pixels/imagefile.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -15,24 +15,13 @@
 #include <QPainter>
 #include <QPrinter>
 
-#include <new>
-
 using namespace Qt::StringLiterals;
 
 namespace {
 
-BatchEvent failed(BatchFailure failure, const QString &text)
-{
-    BatchEvent event;
-    event.kind = BatchEvent::Kind::Failed;
-    event.failure = failure;
-    event.text = text;
-    return event;
-}
-
 BatchEvent unwritten(const QString &path, const QString &reason)
 {
-    return failed(BatchFailure::Unwritable, u"cannot write \"%1\": %2"_s.arg(path, reason));
+    return failedEvent(BatchFailure::Unwritable, u"cannot write \"%1\": %2"_s.arg(path, reason));
 }
 
 /// Why the image \a path was not decoded.
@@ -40,24 +29,24 @@ BatchEvent whyUndecoded(const QString &path)
 {
     const QFileInfo file(path);
     if (!file.exists()) {
-        return failed(BatchFailure::Unreadable, u"there is no such file"_s);
+        return failedEvent(BatchFailure::Unreadable, u"there is no such file"_s);
     }
     if (!file.isFile()) {
-        return failed(BatchFailure::Unreadable, u"that is no file"_s);
+        return failedEvent(BatchFailure::Unreadable, u"that is no file"_s);
     }
     if (!file.isReadable()) {
-        return failed(BatchFailure::Unreadable, u"reading it is not permitted"_s);
+        return failedEvent(BatchFailure::Unreadable, u"reading it is not permitted"_s);
     }
     if (path.endsWith(".pdf"_L1, Qt::CaseInsensitive)) {
-        return failed(BatchFailure::Unreadable, u"PDF files are not read"_s);
+        return failedEvent(BatchFailure::Unreadable, u"PDF files are not read"_s);
     }
     const QSize size = QImageReader(path).size();
     // Takes room for an image of that size, but no memory: nothing is written into it.
     if (size.isValid() && !size.isEmpty() && QImage(size, QImage::Format_RGB32).isNull()) {
-        return failed(BatchFailure::TooLarge,
-                      u"too large: %1 x %2 pixels do not fit the memory"_s.arg(size.width()).arg(size.height()));
+        return failedEvent(BatchFailure::TooLarge,
+                           u"too large: %1 x %2 pixels do not fit the memory"_s.arg(size.width()).arg(size.height()));
     }
-    return failed(BatchFailure::Unreadable, u"unsupported image format or corrupted file"_s);
+    return failedEvent(BatchFailure::Unreadable, u"unsupported image format or corrupted file"_s);
 }
 
 /// \a source without its blank border; as it is if there is nothing to keep
@@ -81,32 +70,24 @@ class BatchDocument
 {
 public:
     BatchDocument(const QPixmap &source, const PageOptions &options)
+        : items(makeDocumentItems(source, unsigned(options.marginPercent)))
+        , pages(options.columns == 1 ? items->oneColumnPages : items->twoColumnPages)
     {
         resetMinAspect();
         resetColumnMaxHeight();
-        items = makeDocumentItems(source, unsigned(options.marginPercent));
         if (options.autoCut) {
-            placeCuts(items.strips.first());
+            placeCuts(items->strips.first());
         }
-        pages = options.columns == 1 ? items.oneColumnPages : items.twoColumnPages;
         if (showPageNumbers() != options.pageNumbers) {
             pages.first()->togglePageNumbers();
         }
     }
-    ~BatchDocument()
-    {
-        qDeleteAll(items.oneColumnPages);
-        qDeleteAll(items.twoColumnPages);
-        qDeleteAll(items.strips);
-    }
-    BatchDocument(const BatchDocument &) = delete;
-    BatchDocument &operator=(const BatchDocument &) = delete;
 
     PreviewItem *firstPage() const { return pages.first(); }
     int pageCount() const { return int(pages.size()); }
 
 private:
-    DocumentItems items;
+    OwnedDocumentItems items;
     QList<PreviewItem *> pages; // of the chosen layout
 };
 
@@ -164,8 +145,8 @@ BatchEvent outcome(const BatchJob &job, const EventSink &sink)
         return whyUndecoded(job.image);
     }
     if (!isLargeEnough(source.size())) {
-        return failed(BatchFailure::Unreadable,
-                      u"too small: %1 x %2 pixels"_s.arg(source.width()).arg(source.height()));
+        return failedEvent(BatchFailure::Unreadable,
+                           u"too small: %1 x %2 pixels"_s.arg(source.width()).arg(source.height()));
     }
     QString remark;
     if (job.pages.trim) {
@@ -184,12 +165,7 @@ void runJob(const BatchJob &job, const EventSink &sink)
 {
     QElapsedTimer timer;
     timer.start();
-    BatchEvent event;
-    try {
-        event = outcome(job, sink);
-    } catch (const std::bad_alloc &) {
-        event = failed(BatchFailure::TooLarge, u"too large: there is not enough memory"_s);
-    }
+    BatchEvent event = outcome(job, sink);
     event.seconds = double(timer.elapsed()) / 1000;
     sink(event);
 }

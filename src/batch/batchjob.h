@@ -13,4 +13,6 @@ using EventSink = std::function<void(const BatchEvent &)>;
 ///
 /// The output is replaced only by a file that is complete. Page numbers and the
 /// scale of the pages are values of the whole process: no window may be open.
+///
+/// Throws std::bad_alloc if memory runs out; see `exitWhenOutOfMemory`.
 void runJob(const BatchJob &job, const EventSink &sink);

@@ -20,7 +20,7 @@ Exit status:
   2  the command line is wrong; nothing was done
   3  an image could not be read
   4  a PDF file could not be written
-  5  an image is too large
+  5  an image is too large, or memory ran out
 The other images are worked on after a failure. Of several failures the highest
 number counts.
 )"_s;

@@ -1,8 +1,9 @@
 #include "batch/batchrun.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "batch/batchreport.h"
 #include "batch/batchworkers.h"
+#include "batch/outofmemory.h"
 #include "batch/partfile.h"
 
 #include <QDir>
@@ -62,14 +63,29 @@ int refuse(const QString &mistake)
     return usageMistake;
 }
 
+void sayOutOfMemory()
+{
+    std::fputs("quillmarch-batch: there is not enough memory\n", stderr);
+}
+
+/// Runs \a job in this process.
+void convertOne(const BatchJob &job, BatchReport &report)
+{
+    exitWhenOutOfMemory([&] {
+        report.tell(job, outOfMemoryEvent());
+        report.finish();
+    });
+    runJob(job, [&](const BatchEvent &event) { report.tell(job, event); });
+    exitWhenOutOfMemory(sayOutOfMemory);
+}
+
 int convert(const BatchOptions &options, const BatchPlan &plan)
 {
     BatchReport report(options, int(plan.jobs.size()), stdout, stderr, isTerminal(stderr));
-    const JobEventSink sink = [&report](const BatchJob &job, const BatchEvent &event) { report.tell(job, event); };
     if (plan.jobs.size() == 1) {
-        const BatchJob &job = plan.jobs.first();
-        runJob(job, [&](const BatchEvent &event) { sink(job, event); });
+        convertOne(plan.jobs.first(), report);
     } else {
+        const auto sink = [&report](const BatchJob &job, const BatchEvent &event) { report.tell(job, event); };
         BatchWorkers(QCoreApplication::applicationFilePath(), plan.jobs, sink).run(options.jobs);
     }
     return report.finish();
@@ -92,6 +108,7 @@ int planAndConvert(const BatchOptions &options)
 
 int runBatch(const QStringList &arguments)
 {
+    exitWhenOutOfMemory(sayOutOfMemory);
     prepareEnvironment();
     qInstallMessageHandler(onMessage);
     removePartFileOnSignals();

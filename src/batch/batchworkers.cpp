@@ -1,36 +1,66 @@
 #include "batch/batchworkers.h"
 
+#include "batch/outofmemory.h"
+
 #include <QFile>
 #include <QTimer>
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <string>
 
 #ifdef Q_OS_LINUX
 #include <sys/prctl.h>
+#include <unistd.h>
 #endif
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Ends this process when the one that started it ends.
-void endWithParent()
+/// Makes \a process end when this one does. Set before the program is executed,
+/// since this process may end at any moment.
+void endWithParent([[maybe_unused]] QProcess &process)
 {
 #ifdef Q_OS_LINUX
-    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    process.setChildProcessModifier([parent = ::getpid()] {
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (::getppid() != parent) {
+            ::_exit(EXIT_FAILURE); // the parent ended before, so no signal comes
+        }
+    });
 #endif
 }
 
-QString howItEnded(const QProcess &process)
+/// By the kernel for want of memory, or by somebody: it cannot be told.
+bool wasKilled([[maybe_unused]] const QProcess &process)
+{
+#ifdef Q_OS_UNIX
+    return process.exitStatus() == QProcess::CrashExit && process.exitCode() == SIGKILL;
+#else
+    return false;
+#endif
+}
+
+/// How the job failed whose process ended before it; \a isWriting if its file
+/// was begun.
+BatchEvent eventOfEnd(const QProcess &process, bool isWriting)
 {
     if (process.error() == QProcess::FailedToStart) {
-        return u"its process did not start: %1"_s.arg(process.errorString());
+        return failedEvent(BatchFailure::Unwritable, u"its process did not start: %1"_s.arg(process.errorString()));
     }
-    return process.exitStatus() == QProcess::CrashExit ? u"its process crashed, by signal %1"_s.arg(process.exitCode())
-                                                       : u"its process ended early"_s;
+    if (wasKilled(process)) {
+        return failedEvent(BatchFailure::TooLarge, u"its process was killed; perhaps there is not enough memory"_s);
+    }
+    const bool isCrash = process.exitStatus() == QProcess::CrashExit;
+    if (!isCrash && process.exitCode() == int(BatchFailure::TooLarge)) {
+        return outOfMemoryEvent();
+    }
+    return failedEvent(isWriting ? BatchFailure::Unwritable : BatchFailure::Unreadable,
+                       isCrash ? u"its process crashed, by signal %1"_s.arg(process.exitCode())
+                               : u"its process ended early"_s);
 }
 
 } // namespace
@@ -74,6 +104,7 @@ void BatchWorkers::startWorker()
     worker.process.setProgram(program);
     worker.process.setArguments({serveArgument()});
     worker.process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    endWithParent(worker.process);
     QObject::connect(&worker.process, &QProcess::readyReadStandardOutput, &loop,
                      [this, &worker] { readEvents(worker); });
     QObject::connect(&worker.process, &QProcess::finished, &loop, [this, &worker] { onEnd(worker); });
@@ -141,12 +172,8 @@ void BatchWorkers::onEnd(Worker &worker)
         if (!worker.partPath.isEmpty()) {
             QFile::remove(worker.partPath);
         }
-        BatchEvent event;
-        event.kind = BatchEvent::Kind::Failed;
-        event.failure = worker.partPath.isEmpty() ? BatchFailure::Unreadable : BatchFailure::Unwritable;
-        event.text = howItEnded(worker.process);
         worker.isBusy = false;
-        sink(worker.job, event);
+        sink(worker.job, eventOfEnd(worker.process, !worker.partPath.isEmpty()));
         --jobsLeft;
     }
     if (jobsLeft == 0) {
@@ -162,7 +189,8 @@ void BatchWorkers::onEnd(Worker &worker)
 
 void serveJobs()
 {
-    endWithParent();
+    exitWhenOutOfMemory([] {}); // the other end reports it, and starts another process for the next job
+    std::cin.exceptions(std::ios::badbit); // or want of memory for a line would be the end of the jobs
     std::string line;
     while (std::getline(std::cin, line)) {
         const std::optional<BatchJob> job = jobFromJson(QByteArray::fromStdString(line));

@@ -53,5 +53,6 @@ private:
 };
 
 /// Works on the jobs that come in on the standard input, and tells of their
-/// events on the standard output. Returns when there are no more.
+/// events on the standard output. Returns when there are no more. Ends the
+/// process with the code of BatchFailure::TooLarge if memory runs out.
 void serveJobs();

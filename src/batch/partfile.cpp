@@ -5,14 +5,14 @@
 #include <QFileInfo>
 #include <QRandomGenerator>
 
-#include <atomic>
+#include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
-#include <filesystem>
 #include <system_error>
+#include <vector>
 
 #ifdef Q_OS_UNIX
+#include <pthread.h>
 #include <unistd.h>
 #endif
 
@@ -22,46 +22,86 @@ namespace {
 
 constexpr int namesToTry = 100;
 
+// The unfinished files, which a signal removes. Changes only during a
+// SignalPause, so that a handler finds the list whole.
+std::vector<const std::filesystem::path *> unfinishedFiles;
+
 #ifdef Q_OS_UNIX
 
-// The file that a signal removes; plain memory, since a handler reads it.
-char doomedPath[4096] = "";
+constexpr std::array endSignals{SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM, SIGXCPU};
+constexpr std::array crashSignals{SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
 
-void endBySignal(int number)
+pthread_t owner; // the thread that makes the files
+
+/// Holds the signals that end the process back as long as it lives.
+class SignalPause
 {
-    if (doomedPath[0] != '\0') {
-        ::unlink(doomedPath);
+public:
+    SignalPause()
+    {
+        sigset_t held;
+        sigemptyset(&held);
+        for (const int number : endSignals) {
+            sigaddset(&held, number);
+        }
+        ::pthread_sigmask(SIG_BLOCK, &held, &before);
     }
+    ~SignalPause() { ::pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+    Q_DISABLE_COPY_MOVE(SignalPause)
+
+private:
+    sigset_t before{};
+};
+
+void endByCrash(int number)
+{
+    removePartFiles();
     std::signal(number, SIG_DFL);
     std::raise(number);
 }
 
-void setDoomedPath(const QString &path)
+void endBySignal(int number)
 {
-    doomedPath[0] = '\0';
-    const QByteArray name = QFile::encodeName(QFileInfo(path).absoluteFilePath());
-    if (!path.isEmpty() && size_t(name.size()) < sizeof doomedPath) {
-        std::memcpy(doomedPath + 1, name.constData() + 1, size_t(name.size())); // with the final zero
-        std::atomic_signal_fence(std::memory_order_release);
-        doomedPath[0] = name.at(0); // last, or a signal could find half a name
+    if (::pthread_equal(::pthread_self(), owner) == 0) {
+        ::pthread_kill(owner, number); // a SignalPause holds it back only there
+        return;
+    }
+    endByCrash(number);
+}
+
+/// Installs \a handler unless \a number is ignored, as under nohup, or has a
+/// handler, as under a sanitizer.
+void handle(int number, void (*handler)(int))
+{
+    const auto before = std::signal(number, handler);
+    if (before != SIG_DFL && before != SIG_ERR) {
+        std::signal(number, before);
     }
 }
 
-bool syncToDisk(const QString &path)
+/// Returns why the file \a path was not brought to the disk, or an empty text.
+QString syncError(const QString &path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadWrite) && ::fsync(file.handle()) == 0;
+    if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) {
+        return file.errorString();
+    }
+    return ::fsync(file.handle()) == 0 ? QString() : qt_error_string(errno);
 }
 
 #else
 
-void setDoomedPath(const QString &)
+/// There are no signals to hold back.
+class SignalPause
 {
-}
+public:
+    SignalPause() {}
+    Q_DISABLE_COPY_MOVE(SignalPause)
+};
 
-bool syncToDisk(const QString &)
+QString syncError(const QString &)
 {
-    return true;
+    return {};
 }
 
 #endif
@@ -89,29 +129,30 @@ PartFile::PartFile(const QString &path)
 PartFile::~PartFile()
 {
     if (!m_path.isEmpty()) {
+        const SignalPause pause;
         QFile::remove(m_path);
-        setDoomedPath(QString());
+        std::erase(unfinishedFiles, &nativePath);
     }
 }
 
 bool PartFile::commit()
 {
-    errno = 0;
-    if (!syncToDisk(m_path)) {
-        m_error = qt_error_string(errno);
+    m_error = syncError(m_path);
+    if (!m_error.isEmpty()) {
         return false;
     }
     if (QFile::exists(target)) {
         QFile::setPermissions(m_path, QFile::permissions(target));
     }
+    const SignalPause pause;
     std::error_code failure;
-    std::filesystem::rename(QFileInfo(m_path).filesystemFilePath(), QFileInfo(target).filesystemFilePath(), failure);
+    std::filesystem::rename(nativePath, QFileInfo(target).filesystemFilePath(), failure);
     if (failure) {
         m_error = QString::fromStdString(failure.message());
         return false;
     }
     m_path.clear();
-    setDoomedPath(QString());
+    std::erase(unfinishedFiles, &nativePath);
     return true;
 }
 
@@ -129,13 +170,16 @@ bool PartFile::mayReplaceTarget()
 
 void PartFile::create()
 {
+    const SignalPause pause; // no signal between the open and the entry in the list
+    unfinishedFiles.reserve(unfinishedFiles.size() + 1); // the entry must not fail for want of memory
     const QDir folder = QFileInfo(target).dir();
     for (int i = 0; i < namesToTry && m_path.isEmpty(); ++i) {
         const QString name = u"quillmarch-%1.pdf.part"_s.arg(QRandomGenerator::global()->generate());
         QFile file(folder.filePath(name));
+        nativePath = QFileInfo(file.fileName()).filesystemAbsoluteFilePath();
         if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+            unfinishedFiles.push_back(&nativePath);
             m_path = file.fileName();
-            setDoomedPath(m_path);
         } else {
             m_error = file.errorString();
         }
@@ -145,11 +189,24 @@ void PartFile::create()
 void removePartFileOnSignals()
 {
 #ifdef Q_OS_UNIX
-    for (const int number : {SIGHUP, SIGINT, SIGPIPE, SIGTERM}) {
-        if (std::signal(number, endBySignal) == SIG_IGN) {
-            std::signal(number, SIG_IGN); // as under nohup
-        }
+    owner = ::pthread_self();
+    for (const int number : endSignals) {
+        handle(number, endBySignal);
+    }
+    for (const int number : crashSignals) {
+        handle(number, endByCrash);
     }
     std::signal(SIGXFSZ, SIG_IGN);
 #endif
+}
+
+void removePartFiles()
+{
+    for (const std::filesystem::path *path : unfinishedFiles) {
+#ifdef Q_OS_WIN
+        ::_wunlink(path->c_str());
+#else
+        ::unlink(path->c_str());
+#endif
+    }
 }

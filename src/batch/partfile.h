@@ -2,11 +2,15 @@
 
 #include <QString>
 
+#include <filesystem>
+
 /// A file that gets its name only when it is complete.
 ///
 /// Until then it lies beside its target as "quillmarch-NUMBER.pdf.part". An
 /// object that goes before `commit` removes it, and so does the end of the
-/// process by a signal that can be caught; the target keeps what it held.
+/// process by a signal that can be caught; the target keeps what it held. There
+/// may be several at a time, all in the thread that called
+/// `removePartFileOnSignals`.
 class PartFile
 {
 public:
@@ -32,12 +36,16 @@ private:
     void create();
 
     QString target;
+    std::filesystem::path nativePath; // absolute; a signal handler reads it
     QString m_path;
     QString m_error;
 };
 
-/// Makes SIGHUP, SIGINT, SIGPIPE and SIGTERM remove the file of this process
-/// before they end it, and a file size limit a failed write. Does nothing where
-/// there are no such signals. Once this process has started another, the toolkit
-/// makes of SIGPIPE a failed write, too.
+/// Makes the signals that end this process, by itself or from outside, remove
+/// its files first, and a file size limit a failed write. Signals that are
+/// ignored or handled stay so. Does nothing where there are no signals. Once this
+/// process has started another, Qt makes SIGPIPE a failed write, too.
 void removePartFileOnSignals();
+
+/// Removes the files of this process. Safe in a signal handler.
+void removePartFiles();

@@ -1,6 +1,7 @@
 #include "app/mainwindow.h"
 
-#include "intake/blankborders.h"
+#include "pixels/blankborders.h"
+#include "ui/busypointer.h"
 #include "ui/popup.h"
 
 #include <QDragEnterEvent>
@@ -27,14 +28,16 @@ void MainWindow::onAutoTrimClicked()
     if (sourcePixmap.isNull()) {
         return;
     }
+    std::optional<BusyPointer> busy(std::in_place);
     const std::optional<QPixmap> trimmed = withoutBlankBorders(sourcePixmap);
     if (trimmed) {
         sourcePixmap = *trimmed;
         rebuildDocument();
-    } else {
-        popUp->setPopupText(tr("未检测到可裁剪的空白边"));
-        popUp->show();
+        return;
     }
+    busy.reset();
+    popUp->setPopupText(tr("未检测到可裁剪的空白边"));
+    popUp->show();
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)

@@ -6,6 +6,7 @@
 #include <QPixmap>
 
 #include <cmath>
+#include <memory>
 
 namespace {
 
@@ -14,50 +15,63 @@ constexpr double stripAspect = 0.7;
 
 constexpr int stripsPerTwoColumnPage = 4;
 
-QList<PageItem *> makeStrips(const QPixmap &source)
+/// Appends \a item to \a items, which take it.
+template <typename Item>
+void append(QList<Item *> &items, std::unique_ptr<Item> item)
+{
+    items.append(item.get());
+    item.release(); // not before: the list may find no memory
+}
+
+void makeStrips(const QPixmap &source, QList<PageItem *> &strips)
 {
     const double width = source.width();
     const double pageHeight = width / stripAspect;
     const auto count = int(unsigned(source.height()) / unsigned(pageHeight) + 1);
 
-    QList<PageItem *> strips;
     for (int i = 0; i < count; ++i) {
         const QRectF band(0, std::trunc(i * pageHeight), std::trunc(width), std::trunc(pageHeight));
-        auto *strip = new PageItem(source, band); // the caller takes it
+        auto strip = std::make_unique<PageItem>(source, band);
         strip->setPageIndex(i);
         if (!strips.isEmpty()) {
-            strips.last()->linkNext(strip);
+            strips.last()->linkNext(strip.get());
         }
-        strips.append(strip);
+        append(strips, std::move(strip));
     }
-    return strips;
 }
 
 /// Appends a page that begins with \a strip to \a pages.
 void appendPage(QList<PreviewItem *> &pages, PageItem *strip, unsigned int kind, unsigned int marginPercent)
 {
-    auto *page = new PreviewItem(strip, kind); // the caller takes it
+    auto page = std::make_unique<PreviewItem>(strip, kind);
     page->setMarginPercent(marginPercent);
     page->setPageNumber(int(pages.size()));
     if (!pages.isEmpty()) {
-        pages.last()->setNextPage(page);
+        pages.last()->setNextPage(page.get());
     }
-    pages.append(page);
+    append(pages, std::move(page));
 }
 
 } // namespace
 
+OwnedDocumentItems::~OwnedDocumentItems()
+{
+    qDeleteAll(items.oneColumnPages);
+    qDeleteAll(items.twoColumnPages);
+    qDeleteAll(items.strips);
+}
+
 DocumentItems makeDocumentItems(const QPixmap &source, unsigned int marginPercent)
 {
-    DocumentItems items;
-    items.strips = makeStrips(source);
-    for (PageItem *strip : std::as_const(items.strips)) {
-        appendPage(items.oneColumnPages, strip, 1, marginPercent);
+    OwnedDocumentItems items;
+    makeStrips(source, items->strips);
+    for (PageItem *strip : std::as_const(items->strips)) {
+        appendPage(items->oneColumnPages, strip, 1, marginPercent);
         if (strip->pageIndex() % stripsPerTwoColumnPage == 0) {
-            appendPage(items.twoColumnPages, strip, 4, marginPercent);
+            appendPage(items->twoColumnPages, strip, 4, marginPercent);
         } else {
-            items.twoColumnPages.last()->addStrip(strip);
+            items->twoColumnPages.last()->addStrip(strip);
         }
     }
-    return items;
+    return items.release();
 }

@@ -2,6 +2,8 @@
 
 #include <QList>
 
+#include <utility>
+
 class PageItem;
 class PreviewItem;
 class QPixmap;
@@ -15,7 +17,29 @@ struct DocumentItems
     QList<PreviewItem *> twoColumnPages;
 };
 
+/// Deletes its items at its end, unless they are released.
+class OwnedDocumentItems
+{
+public:
+    explicit OwnedDocumentItems(DocumentItems made = {})
+        : items(std::move(made))
+    {
+    }
+    ~OwnedDocumentItems();
+    OwnedDocumentItems(const OwnedDocumentItems &) = delete;
+    OwnedDocumentItems &operator=(const OwnedDocumentItems &) = delete;
+
+    DocumentItems *operator->() { return &items; }
+
+    /// The items, which the caller takes.
+    DocumentItems release() { return std::exchange(items, {}); }
+
+private:
+    DocumentItems items;
+};
+
 /// Makes the strips of \a source at its regular cuts, and the output pages of
 /// both layouts with margins of \a marginPercent percent. There is at least one
-/// of each. \a source must be wider than 10 pixels.
+/// of each. \a source must be wider than 10 pixels. If memory runs out, nothing
+/// is left of them.
 DocumentItems makeDocumentItems(const QPixmap &source, unsigned int marginPercent);

@@ -3,6 +3,7 @@
 #include "app/settings.h"
 #include "output/pagerun.h"
 #include "output/previewitem.h"
+#include "ui/busypointer.h"
 #include "ui/popup.h"
 
 #include <QFileDialog>
@@ -10,6 +11,8 @@
 #include <QPainter>
 #include <QPrintDialog>
 #include <QPrinter>
+
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -22,11 +25,13 @@ void MainWindow::onSaveClicked()
     }
     rememberFolderOf(path, u"savepath"_s);
 
+    std::optional<BusyPointer> busy(std::in_place);
     QPrinter printer(QPrinter::HighResolution);
     setUpForPdf(printer, path);
     QPainter painter(&printer);
     renderDocument(&painter, &printer);
     painter.end();
+    busy.reset();
 
     popUp->setPopupText(tr("处理结果已输出至文件") + path);
     popUp->show();
@@ -40,6 +45,7 @@ void MainWindow::onPrintClicked()
     if (dialog.exec() != QDialog::Accepted) {
         return;
     }
+    const BusyPointer busy;
     QPainter painter(&printer);
     renderDocument(&painter, &printer);
     painter.end();

@@ -2,7 +2,7 @@
 
 #include "output/pagelayout.h"
 #include "output/previewitem.h"
-#include "page/bandview.h"
+#include "page/pageitem.h"
 
 #include <QPageLayout>
 #include <QPageSize>
@@ -34,5 +34,7 @@ void renderPages(PreviewItem *first, QPainter *painter, QPrinter *printer, const
         }
         painter->scale(1.0 / scale, 1.0 / scale);
     }
-    dropConvertedRows();
+    if (first != nullptr) {
+        first->shownStrips().first()->freeConvertedRows();
+    }
 }

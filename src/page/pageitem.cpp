@@ -1,8 +1,9 @@
 #include "page/pageitem.h"
 
 #include "output/previewitem.h"
-#include "page/bandview.h"
-#include "page/cutscan.h"
+#include "page/banddrawing.h"
+#include "pixels/cutscan.h"
+#include "pixels/rowconverter.h"
 
 #include <QPainter>
 
@@ -40,6 +41,7 @@ PageItem::PageItem(const QPixmap &pixmap, const QRectF &band)
     : sourcePixmap(pixmap)
     , initialRect(band)
     , m_sourceRect(band)
+    , converter(std::make_shared<RowConverter>())
 {
     setPos(band.x(), band.y());
     setAcceptHoverEvents(true);
@@ -71,6 +73,7 @@ void PageItem::linkNext(PageItem *other)
 {
     m_nextItem = other;
     other->m_prevItem = this;
+    other->converter = converter;
     other->setPos(x(), y() + boundingRect().height());
 }
 
@@ -110,7 +113,12 @@ void PageItem::drawSource(QPainter *painter, const QRectF &target)
     if (m_sourceRect.isEmpty()) {
         return;
     }
-    drawBand(painter, target, sourcePixmap, m_sourceRect.toRect(), m_sourceRect.size());
+    drawBand(painter, target, sourcePixmap, m_sourceRect.toRect(), m_sourceRect.size(), *converter);
+}
+
+void PageItem::freeConvertedRows()
+{
+    converter->clear();
 }
 
 void PageItem::drawSourceFitted(QPainter *painter, const QRectF &target)

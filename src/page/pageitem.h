@@ -4,7 +4,10 @@
 #include <QList>
 #include <QPixmap>
 
+#include <memory>
+
 class PreviewItem;
+class RowConverter;
 
 /// The smallest width-to-height ratio of any strip since the last reset, one
 /// value for the whole program. It sets the scale of all one-strip pages.
@@ -75,6 +78,10 @@ public:
     /// empty band draws nothing.
     void drawSource(QPainter *painter, const QRectF &target);
 
+    /// Frees the memory that the strips of a chain share to convert rows for
+    /// drawing. It is little on a view, but all of a band in a document.
+    void freeConvertedRows();
+
     /// Draws the band centred on \a target and `minAspect` times the height of
     /// \a target wide, in its own proportions. Does not clip to \a target.
     void drawSourceFitted(QPainter *painter, const QRectF &target);
@@ -111,6 +118,7 @@ private:
     QPixmap sourcePixmap;
     [[maybe_unused]] QRectF initialRect; // the band at construction; kept for reference only
     QRectF m_sourceRect;
+    std::shared_ptr<RowConverter> converter; // one for the whole chain
     QRectF m_bodyRect;
     QRectF m_handleRect;
     QRectF m_dragRect;

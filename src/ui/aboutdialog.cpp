@@ -1,7 +1,8 @@
 #include "ui/aboutdialog.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "ui/screendensity.h"
+#include "ui/spokenname.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -68,6 +69,7 @@ AboutDialog::AboutDialog(QWidget *parent)
     , language(u"zh"_s)
 {
     setWindowTitle(tr("关于"));
+    setAccessibleName(spokenName(windowTitle(), u"About"_s));
     setModal(true);
     setFixedSize(480, 480);
     setPointSize(this, limited(10, 11));

@@ -1,8 +1,5 @@
 #include "ui/leftview.h"
 
-#include "ui/scrollbarloop.h"
-#include "ui/viewstyle.h"
-
 #include <QGraphicsScene>
 #include <QResizeEvent>
 
@@ -18,12 +15,8 @@ double fittedScale(const QGraphicsScene *scene, double width)
 } // namespace
 
 LeftView::LeftView(QWidget *parent)
-    : QGraphicsView(parent)
+    : DocumentView(parent)
 {
-    setAcceptDrops(true);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setStyleSheet(viewStyleSheet());
 }
 
 void LeftView::fitToWidth(double width)
@@ -35,32 +28,11 @@ void LeftView::fitToWidth(double width)
     setTransform(QTransform::fromScale(scale, scale), false);
 }
 
-void LeftView::showScrollBars()
-{
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-}
-
 void LeftView::resizeEvent(QResizeEvent *event)
 {
     const double width = event->size().width();
-    if (scene() != nullptr && !bringsScrollBarBack(this, event, fittedScale(scene(), width))) {
+    if (scene() != nullptr && !wouldShowScrollBarAgain(event, fittedScale(scene(), width))) {
         fitToWidth(width);
     }
-    QGraphicsView::resizeEvent(event);
-}
-
-void LeftView::dragEnterEvent(QDragEnterEvent *)
-{
-    // Left to the window, and kept from the scene.
-}
-
-void LeftView::dropEvent(QDropEvent *)
-{
-    // Left to the window, and kept from the scene.
-}
-
-void LeftView::drawBackground(QPainter *painter, const QRectF &exposed)
-{
-    fillBackground(this, painter, exposed);
+    DocumentView::resizeEvent(event);
 }

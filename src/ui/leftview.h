@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QGraphicsView>
+#include "ui/documentview.h"
 
 /// The preview of the output pages, which always takes 0.8 of its width.
-class LeftView : public QGraphicsView
+class LeftView : public DocumentView
 {
     Q_OBJECT
 
@@ -14,12 +14,6 @@ public:
     /// view the transform is set at every call.
     void fitToWidth(double width);
 
-    /// Lets the scroll bars come up as needed; they are off at first.
-    void showScrollBars();
-
 protected:
     void resizeEvent(QResizeEvent *event) override;
-    void dragEnterEvent(QDragEnterEvent *event) override;
-    void dropEvent(QDropEvent *event) override;
-    void drawBackground(QPainter *painter, const QRectF &exposed) override;
 };

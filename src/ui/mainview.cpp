@@ -1,17 +1,10 @@
 #include "ui/mainview.h"
 
-#include "ui/scrollbarloop.h"
-#include "ui/viewstyle.h"
-
 #include <QResizeEvent>
 
 MainView::MainView(QWidget *parent)
-    : QGraphicsView(parent)
+    : DocumentView(parent)
 {
-    setAcceptDrops(true);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setStyleSheet(viewStyleSheet());
 }
 
 void MainView::fitToWidth(double width)
@@ -26,37 +19,16 @@ void MainView::fitToWidth(double width)
     }
 }
 
-void MainView::showScrollBars()
-{
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-}
-
 void MainView::resizeEvent(QResizeEvent *event)
 {
-    QGraphicsView::resizeEvent(event);
+    DocumentView::resizeEvent(event);
     if (scene() == nullptr || event->size() == event->oldSize()) {
         return;
     }
     const double width = event->size().width();
-    if (!bringsScrollBarBack(this, event, fittedScale(width))) {
+    if (!wouldShowScrollBarAgain(event, fittedScale(width))) {
         fitToWidth(width);
     }
-}
-
-void MainView::dragEnterEvent(QDragEnterEvent *)
-{
-    // Left to the window, and kept from the scene.
-}
-
-void MainView::dropEvent(QDropEvent *)
-{
-    // Left to the window, and kept from the scene.
-}
-
-void MainView::drawBackground(QPainter *painter, const QRectF &exposed)
-{
-    fillBackground(this, painter, exposed);
 }
 
 double MainView::fittedScale(double width) const

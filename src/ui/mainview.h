@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QGraphicsView>
+#include "ui/documentview.h"
 
 /// The large view of the strips. Its zoom is the share of the viewport's width
 /// that the scene takes.
-class MainView : public QGraphicsView
+class MainView : public DocumentView
 {
     Q_OBJECT
 
@@ -21,14 +21,8 @@ public:
     /// transform alone, so that the scroll position stays.
     void fitToWidth(double width);
 
-    /// Lets the scroll bars come up as needed; they are off at first.
-    void showScrollBars();
-
 protected:
     void resizeEvent(QResizeEvent *event) override;
-    void dragEnterEvent(QDragEnterEvent *event) override;
-    void dropEvent(QDropEvent *event) override;
-    void drawBackground(QPainter *painter, const QRectF &exposed) override;
 
 private:
     double fittedScale(double width) const;

@@ -1,8 +1,9 @@
 #include "app/mainwindow.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "ui/aboutdialog.h"
 #include "ui/screendensity.h"
+#include "ui/spokenname.h"
 
 #include <QAction>
 #include <QHBoxLayout>
@@ -13,6 +14,7 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
+#include <QToolButton>
 
 using namespace Qt::StringLiterals;
 
@@ -70,8 +72,12 @@ void MainWindow::createActions()
 
 QList<QAction *> MainWindow::documentActions() const
 {
-    return {exportPdfAction, printAction,   decreaseMarginAction, increaseMarginAction, zoomInAction,
-            zoomOutAction,   twoColsAction, pageNumAction,        autoTrimAction};
+    QList<QAction *> actions{exportPdfAction, printAction,   decreaseMarginAction, increaseMarginAction,
+                             zoomInAction,    zoomOutAction, twoColsAction,        pageNumAction};
+    if (autoTrimAction != nullptr) {
+        actions.append(autoTrimAction);
+    }
+    return actions;
 }
 
 void MainWindow::createMenus()
@@ -144,7 +150,7 @@ void MainWindow::createStatusBar()
         u"QPushButton:hover {     background-color: rgba(0, 122, 255, 0.1); } "
         u"QPushButton:pressed {     background-color: rgba(0, 122, 255, 0.2); }"_s);
     updateButton->setToolTip(tr("点击下载最新版本"));
-    updateButton->setAccessibleName(updateButton->toolTip());
+    updateButton->setAccessibleName(spokenName(updateButton->toolTip(), u"Download the latest version"_s));
     connect(updateButton, &QPushButton::clicked, this, &MainWindow::showUpdateDialog);
 
     layout->addWidget(versionLabel, 0);
@@ -158,6 +164,12 @@ void MainWindow::styleToolBar()
     const int size = toolBarIconSize(screenDensity());
     mainToolBar->setIconSize(QSize(size, size));
     mainToolBar->setStyleSheet(u"QToolButton { padding: 0px; min-width: 44px; min-height: 44px; } "_s);
+    // Qt reserves its usual width for the button of the commands without room:
+    // with the width of the others most of it would lie beyond the bar.
+    if (auto *extension = mainToolBar->findChild<QToolButton *>(u"qt_toolbar_ext_button"_s)) {
+        extension->setAccessibleName(spokenName(u"更多命令"_s, u"More commands"_s));
+        extension->setStyleSheet(u"QToolButton { min-width: 0px; min-height: 0px; }"_s);
+    }
 }
 
 void MainWindow::showVersionSoon()

@@ -6,6 +6,8 @@
 #include <QMoveEvent>
 #include <QScreen>
 #include <QSettings>
+#include <QTimer>
+#include <QToolBar>
 
 using namespace Qt::StringLiterals;
 
@@ -27,6 +29,14 @@ int middle(int from, int to)
 }
 
 } // namespace
+
+void MainWindow::showEvent(QShowEvent *event)
+{
+    QMainWindow::showEvent(event);
+    if (mainToolBar->testAttribute(Qt::WA_DontShowOnScreen)) {
+        QTimer::singleShot(0, this, [this] { showFloatingToolBar(); }); // when the window is on the screen
+    }
+}
 
 void MainWindow::moveEvent(QMoveEvent *event)
 {
@@ -64,11 +74,23 @@ bool MainWindow::restoreWindowState()
         return false;
     }
     restoreGeometry(geometryBytes);
+    // A bar that floats would come up at once, before the window that it belongs
+    // to, and then lie behind it.
+    mainToolBar->setAttribute(Qt::WA_DontShowOnScreen);
     restoreState(stateBytes, 0);
+    mainToolBar->setAttribute(Qt::WA_DontShowOnScreen, mainToolBar->isFloating());
     if (!isGeometryUsable(geometry())) {
         setGeometry(defaultGeometry());
     }
     return true;
+}
+
+void MainWindow::showFloatingToolBar()
+{
+    const bool isWanted = mainToolBar->isVisible();
+    mainToolBar->hide();
+    mainToolBar->setAttribute(Qt::WA_DontShowOnScreen, false);
+    mainToolBar->setVisible(isWanted);
 }
 
 void MainWindow::saveSplitterState()

@@ -1,8 +1,9 @@
 #include "app/mainwindow.h"
 
-#include "app/keptforever.h"
+#include "base/keptforever.h"
 #include "ui/leftview.h"
 #include "ui/mainview.h"
+#include "ui/spokenname.h"
 
 #include <QGraphicsScene>
 
@@ -61,8 +62,8 @@ void MainWindow::createViews()
     leftView = new LeftView(nullptr);
     mainView->setObjectName("mainView"_L1);
     leftView->setObjectName("leftView"_L1);
-    mainView->setAccessibleName(tr("原图"));
-    leftView->setAccessibleName(tr("输出页面"));
+    mainView->setAccessibleName(spokenName(u"原图"_s, u"Source image"_s));
+    leftView->setAccessibleName(spokenName(u"输出页面"_s, u"Output pages"_s));
     mainView->setRenderHints(hints);
     leftView->setRenderHints(hints);
     setAcceptDrops(true);

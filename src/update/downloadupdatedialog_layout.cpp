@@ -1,7 +1,8 @@
 #include "update/downloadupdatedialog.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "ui/screendensity.h"
+#include "ui/spokenname.h"
 #include "update/downloaddialogsizes.h"
 
 #include <QGuiApplication>
@@ -87,7 +88,8 @@ void DownloadUpdateDialog::addVersionLabels()
                            u"font-size: 18pt; font-weight: 600; color: #1d1d1f; margin-bottom: 8px;"_s, this);
     subtitleLabel = makeLabel(tr("Quillmarch %1 现已可用！").arg(request.latestVersion),
                               u"font-size: 15pt; font-weight: 500; color: #1d1d1f; margin-bottom: 16px;"_s, this);
-    setAccessibleName(titleLabel->text()); // for want of a window title
+    setAccessibleName(spokenName(titleLabel->text(), // for want of a window title
+                                 request.isForced ? u"Important update"_s : u"New version available"_s));
     QLabel *currentVersionLabel = makeLabel(tr("当前版本：%1").arg(programVersion), lineStyle, this);
     fileSizeLabel = makeLabel(tr("文件大小：%1").arg(request.fileSize.isEmpty() ? tr("计算中...") : request.fileSize),
                               lineStyle, this);
@@ -105,7 +107,7 @@ void DownloadUpdateDialog::addNotes()
     mainLayout->addWidget(heading);
 
     auto *scrollArea = new QScrollArea(this);
-    scrollArea->setAccessibleName(heading->text());
+    scrollArea->setAccessibleName(spokenName(heading->text(), u"What's new"_s));
     scrollArea->setWidgetResizable(true);
     scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scrollArea->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
@@ -146,7 +148,7 @@ void DownloadUpdateDialog::addProgress()
     progressBar = new QProgressBar(container);
     progressBar->setFixedHeight(8);
     progressBar->setTextVisible(false);
-    progressBar->setAccessibleName(tr("下载进度"));
+    progressBar->setAccessibleName(spokenName(u"下载进度"_s, u"Download progress"_s));
     progressBar->setValue(0);
     progressBar->setStyleSheet(uR"(
 QProgressBar { border: none; border-radius: 4px; background-color: #f5f5f5; }
@@ -203,8 +205,10 @@ void DownloadUpdateDialog::addButtons()
     buttonLayout->addStretch();
     mainLayout->addLayout(buttonLayout);
 
-    skipButton->setHidden(request.isForced);
-    laterButton->setHidden(request.isForced);
+    if (request.isForced) { // setHidden(false) would take the style sheet into account too early
+        skipButton->hide();
+        laterButton->hide();
+    }
     openFolderButton->hide();
     closeButton->hide();
     retryButton->hide(); // a repeat goes through the update button

@@ -1,6 +1,6 @@
 #include "app/mainwindow.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "update/downloadupdatedialog.h"
 #include "update/simpleupdater.h"
 #include "update/updatedocuments.h"

@@ -1,6 +1,6 @@
 #include "update/simpleupdater.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "update/updatedialog.h"
 
 #include <QMessageBox>

@@ -1,5 +1,7 @@
 #include "update/updatedialog.h"
 
+#include "ui/spokenname.h"
+
 #include <QBuffer>
 #include <QDesktopServices>
 #include <QHBoxLayout>
@@ -122,6 +124,9 @@ protected:
         }
         return image;
     }
+
+    // A link leads nowhere: what it names would take the place of the notes.
+    void doSetSource(const QUrl &, QTextDocument::ResourceType) override {}
 };
 
 } // namespace
@@ -142,6 +147,7 @@ UpdateDialog::UpdateDialog(const ReleaseInfo &offer, QWidget *parent)
     buildLayout();
     applyStyle();
     setWindowTitle(u"Quillmarch 软件更新"_s);
+    setAccessibleName(spokenName(windowTitle(), u"Quillmarch software update"_s));
     setFixedSize(500, 400);
 }
 
@@ -177,7 +183,7 @@ void UpdateDialog::buildLayout()
     browser->showNotes(releaseHtml(release));
     notesBrowser = browser;
     notesBrowser->setMaximumHeight(200);
-    notesBrowser->setAccessibleName(u"更新内容"_s);
+    notesBrowser->setAccessibleName(spokenName(u"更新内容"_s, u"What's new"_s));
 
     downloadButton = new QPushButton(u"立即下载"_s, this);
     downloadButton->setFixedHeight(buttonHeight);

@@ -1,6 +1,6 @@
 #include "update/updatedocuments.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #include "update/updatevocabulary.h"
 
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 
 #include <QDateTime>
 #include <QRegularExpression>

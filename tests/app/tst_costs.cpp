@@ -3,10 +3,10 @@
 // fails here, without a clock.
 
 #include "app/mainwindow.h"
-#include "intake/blankborders.h"
 #include "output/previewitem.h"
-#include "page/cutscan.h"
 #include "page/pageitem.h"
+#include "pixels/blankborders.h"
+#include "pixels/cutscan.h"
 #include "support/documents.h"
 #include "support/testmain.h"
 #include "ui/leftview.h"

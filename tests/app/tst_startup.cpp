@@ -1,6 +1,6 @@
-#include "app/buildconfig.h"
 #include "app/mainwindow.h"
 #include "app/startup.h"
+#include "base/buildconfig.h"
 #include "page/pageitem.h"
 #include "support/documents.h"
 #include "support/httpserver.h"

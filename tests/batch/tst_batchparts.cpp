@@ -145,6 +145,7 @@ private slots:
 
     void partFileTakesItsName();
     void partFileGoesUnlessCommitted();
+    void partFileThatIsGoneReplacesNothing();
     void partFileKeepsPermissions();
     void partFileFollowsLinks();
     void partFileRefuses_data();
@@ -582,6 +583,16 @@ void TestBatchParts::partFileGoesUnlessCommitted()
         QCOMPARE(partFiles().size(), 1);
     }
     QCOMPARE(partFiles(), QStringList());
+    QCOMPARE(contentOf(u"target.pdf"_s), "old");
+}
+
+void TestBatchParts::partFileThatIsGoneReplacesNothing()
+{
+    savedBytes("old", u"target.pdf"_s);
+    PartFile part(u"target.pdf"_s);
+    QVERIFY(QFile::remove(part.path()));
+    QVERIFY(!part.commit());
+    QCOMPARE(part.error(), u"No such file or directory"_s);
     QCOMPARE(contentOf(u"target.pdf"_s), "old");
 }
 

@@ -9,6 +9,11 @@
 #ifdef Q_OS_UNIX
 #include <csignal>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+#ifdef Q_OS_LINUX
+#include <sys/prctl.h>
 #endif
 
 using namespace Qt::StringLiterals;
@@ -104,6 +109,7 @@ private slots:
     void signalRemovesTheUnfinishedFile();
     void killedWorkerCostsOneFile();
     void workersEndWithTheProgram();
+    void workerThatHasJustStartedEndsWithTheProgram();
 };
 
 void TestBatchRun::cleanup()
@@ -493,8 +499,9 @@ void TestBatchRun::killedWorkerCostsOneFile()
     QCOMPARE(workers.size(), 1);
     ::kill(pid_t(workers.first()), SIGKILL);
     const BatchEnd end = endOf(process);
-    QCOMPARE(end.code, 4);
-    QVERIFY2(end.errors.contains("long.png: its process crashed, by signal 9"), end.errors.constData());
+    QCOMPARE(end.code, 5);
+    QVERIFY2(end.errors.contains("long.png: its process was killed; perhaps there is not enough memory"),
+             end.errors.constData());
     QCOMPARE(partFiles(), QStringList());
     QCOMPARE(contentOf(u"long.pdf"_s), "the old file");
     QCOMPARE(pdfFacts(u"a.pdf"_s).pages, 3);
@@ -518,6 +525,31 @@ void TestBatchRun::workersEndWithTheProgram()
         QTRY_VERIFY_WITH_TIMEOUT(contentOf(u"/proc/%1/cmdline"_s.arg(worker)).isEmpty(), processTime);
     }
     QCOMPARE(fileNamesIn(u"out"_s), QStringList());
+#else
+    QSKIP("There is no list of the processes that a process has started");
+#endif
+}
+
+void TestBatchRun::workerThatHasJustStartedEndsWithTheProgram()
+{
+#ifdef Q_OS_LINUX
+    QCOMPARE(::prctl(PR_SET_CHILD_SUBREAPER, 1), 0); // this process is told how the workers end
+    for (int pause = 0; pause < 20; pause += 2) {
+        QProcess process;
+        setUpBatch(process, {longPicture(), longPicture(), u"-o"_s, u"out"_s});
+        process.start();
+        QVERIFY(process.waitForStarted());
+        QList<qint64> workers;
+        QTRY_VERIFY_WITH_TIMEOUT(!(workers = childrenOf(process.processId())).isEmpty(), processTime);
+        ::usleep(useconds_t(pause) * 1000); // another step of its start each time
+        process.kill();
+        QVERIFY(process.waitForFinished(processTime));
+        int status = 0;
+        QCOMPARE(::waitpid(pid_t(workers.first()), &status, 0), pid_t(workers.first()));
+        // Not by SIGPIPE at its first event, after the image was read.
+        QVERIFY2(WIFEXITED(status) || WTERMSIG(status) == SIGTERM, qPrintable(u"after %1 ms"_s.arg(pause)));
+    }
+    ::prctl(PR_SET_CHILD_SUBREAPER, 0);
 #else
     QSKIP("There is no list of the processes that a process has started");
 #endif

@@ -1,20 +1,29 @@
 #include "app/settings.h"
 #include "app/startup.h"
+#include "output/pagelayout.h"
+#include "output/previewitem.h"
+#include "page/handledriver.h"
 #include "page/pageitem.h"
 #include "samples/sampleimage.h"
 #include "support/documents.h"
 #include "support/testmain.h"
+#include "ui/leftview.h"
+#include "ui/mainview.h"
 #include "ui/windowaccess.h"
 
+#include <QBuffer>
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QMenu>
 #include <QMenuBar>
 #include <QRegularExpression>
+#include <QScrollBar>
 #include <QTemporaryDir>
+#include <QToolBar>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <utility>
 
@@ -159,6 +168,44 @@ std::pair<int, int> slicedLines(const MainWindow &window, const QList<QRect> &li
     return {sliced, cuts};
 }
 
+/// How high the content of each shown page of \a window is, without repeats.
+/// The scale of a page follows from it.
+QSet<double> contentHeights(const MainWindow &window)
+{
+    QSet<double> heights;
+    for (const PreviewItem *page : pagesOf(window)) {
+        heights.insert(page->innerRect().height());
+    }
+    return heights;
+}
+
+/// By how many pixels of the image the left column of a page runs under
+/// the right one, on the page of \a window where that is most.
+double widestOverlap(const MainWindow &window)
+{
+    double widest = 0;
+    double tallest = 0;
+    QList<QList<QSizeF>> pages;
+    for (const PreviewItem *page : pagesOf(window)) {
+        QList<QSizeF> sizes;
+        QList<double> heights;
+        for (const PageItem *strip : page->shownStrips()) {
+            sizes.append(strip->bodyRect().size());
+            heights.append(strip->bodyRect().height());
+        }
+        tallest = tallestColumn(heights, tallest);
+        pages.append(sizes);
+    }
+    for (qsizetype i = 0; i < pages.size(); ++i) {
+        const QRectF content = pagesOf(window).at(i)->innerRect();
+        const QList<QRectF> places = columnPlaces(content, pages.at(i), columnScale(content.height(), tallest));
+        if (places.size() > 2) {
+            widest = std::max(widest, places.at(0).right() - places.at(2).left());
+        }
+    }
+    return widest;
+}
+
 } // namespace
 
 class TestGuides : public QObject
@@ -182,6 +229,17 @@ private slots:
     void listsEverySample();
     void placedCutsSliceFewerLines_data();
     void placedCutsSliceFewerLines();
+    void marginStepsGivePagesTheirOwnScale();
+    void largeMarginsMakeColumnsOverlap();
+    void downwardDragGoesTwentyRowsBelowItsLine_data();
+    void downwardDragGoesTwentyRowsBelowItsLine();
+    void hiddenToolBarStaysHidden();
+    void transparentRowsAreDarkToTheSearch();
+    void trimTakesTheColourBehindTransparency_data();
+    void trimTakesTheColourBehindTransparency();
+    void brokenOffJpegEndsInGray();
+    void scrollsByTheseKeys_data();
+    void scrollsByTheseKeys();
 };
 
 void TestGuides::linksLeadSomewhere_data()
@@ -368,6 +426,169 @@ void TestGuides::placedCutsSliceFewerLines()
     QCOMPARE_GE(slicedBefore, 5);
     QCOMPARE(placed, cuts);
     QCOMPARE_LE(slicedAfter * 4, slicedBefore); // none with the fonts of Debian 12
+}
+
+void TestGuides::marginStepsGivePagesTheirOwnScale()
+{
+    const QString path = savedPicture(textPicture(700, 9500, 130), u"text.png"_s);
+    MainWindow window;
+    window.loadImageFile(path);
+    QCOMPARE(contentHeights(window).size(), 1);
+    trigger(window, "increaseMarginAction");
+    QCOMPARE_GE(contentHeights(window).size(), 3);
+    trigger(window, "decreaseMarginAction"); // the old percent, but not the old scale
+    QCOMPARE_GE(contentHeights(window).size(), 3);
+    trigger(window, "decreaseMarginAction");
+    trigger(window, "decreaseMarginAction"); // no margin at all
+    QCOMPARE(contentHeights(window).size(), 1);
+    trigger(window, "increaseMarginAction");
+    window.loadImageFile(path);
+    QCOMPARE(contentHeights(window).size(), 1);
+}
+
+void TestGuides::largeMarginsMakeColumnsOverlap()
+{
+    const QString path = projectFile(u"samples/dark-chat.png"_s);
+    MainWindow window;
+    window.loadImageFile(path);
+    trigger(window, "twoColsAction");
+    QCOMPARE_LE(widestOverlap(window), 0.0);
+    for (int step = 0; step < 4; ++step) {
+        trigger(window, "increaseMarginAction");
+    }
+    QCOMPARE_GT(widestOverlap(window), 20.0); // of a picture 540 pixels wide
+    window.loadImageFile(path);
+    QCOMPARE_LE(widestOverlap(window), 0.0);
+}
+
+void TestGuides::downwardDragGoesTwentyRowsBelowItsLine_data()
+{
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<int>("below");
+    QTest::newRow("down") << 100 << 20;
+    QTest::newRow("up") << -100 << 0;
+}
+
+void TestGuides::downwardDragGoesTwentyRowsBelowItsLine()
+{
+    QFETCH(int, rows);
+    QFETCH(int, below);
+    MainWindow window;
+    window.setAutoPage(false);
+    window.loadImageFile(savedPicture(blockPicture(700, 3500), u"blocks.png"_s));
+    PageItem *upper = stripsOf(window).at(0);
+    PageItem *lower = stripsOf(window).at(1);
+    const QPointF grab(350, upper->handleRect().y() + 10);
+    const QPointF end(350, grab.y() + rows);
+    handledriver::hover(upper, grab);
+    handledriver::press(upper, grab);
+    handledriver::move(upper, end);
+    const PageItem *crossed = rows > 0 ? lower : upper;
+    const double lineRow = crossed->sourceRect().y() + crossed->dragRect().y();
+    handledriver::release(upper, end);
+    QCOMPARE(upper->sourceRect().bottom(), lineRow + below);
+}
+
+void TestGuides::hiddenToolBarStaysHidden()
+{
+    {
+        MainWindow window;
+        window.setGeometry(50, 50, 600, 400);
+        window.show();
+        const std::unique_ptr<QMenu> menu(window.createPopupMenu());
+        QCOMPARE(menu->actions().size(), 1);
+        QCOMPARE(menu->actions().first()->text(), u"main"_s);
+        menu->actions().first()->trigger();
+        QVERIFY(childOf<QToolBar>(window, "mainToolbar")->isHidden());
+        window.close();
+    }
+    MainWindow window;
+    window.show();
+    const auto *toolBar = childOf<QToolBar>(window, "mainToolbar");
+    QVERIFY(toolBar->isHidden());
+    const std::unique_ptr<QMenu> menu(window.createPopupMenu());
+    menu->actions().first()->trigger();
+    QVERIFY(!toolBar->isHidden());
+}
+
+void TestGuides::transparentRowsAreDarkToTheSearch()
+{
+    QImage image(700, 2000, QImage::Format_ARGB32);
+    image.fill(QColor(255, 255, 255, 0));
+    for (int x = 0; x < 60; ++x) {
+        image.setPixelColor(x, 1040, Qt::white); // the only light that is there
+    }
+    MainWindow window;
+    window.loadImageFile(savedPicture(image, u"transparent.png"_s));
+    QCOMPARE(std::round(stripsOf(window).first()->sourceRect().bottom()), 1040.0);
+}
+
+void TestGuides::trimTakesTheColourBehindTransparency_data()
+{
+    QTest::addColumn<QColor>("border");
+    QTest::addColumn<int>("width");
+    QTest::newRow("black") << QColor(0, 0, 0, 0) << 400;
+    QTest::newRow("white") << QColor(255, 255, 255, 0) << 200;
+}
+
+void TestGuides::trimTakesTheColourBehindTransparency()
+{
+    QFETCH(QColor, border);
+    QFETCH(int, width);
+    QImage image(400, 300, QImage::Format_ARGB32);
+    image.fill(border);
+    for (int y = 100; y < 200; ++y) {
+        for (int x = 100; x < 300; ++x) {
+            image.setPixelColor(x, y, (x + y) % 2 == 0 ? Qt::darkBlue : Qt::white);
+        }
+    }
+    MainWindow window;
+    window.loadImageFile(savedPicture(image, u"border.png"_s));
+    trigger(window, "autoTrimAction");
+    QCOMPARE(int(stripsOf(window).first()->sourceRect().width()), width);
+}
+
+void TestGuides::brokenOffJpegEndsInGray()
+{
+    QBuffer file;
+    QVERIFY(blockPicture(700, 1600).save(&file, "JPG"));
+    MainWindow window;
+    window.setAutoPage(false);
+    window.loadImageFile(savedBytes(file.data().first(file.data().size() / 2), u"half.jpg"_s));
+    QCOMPARE(toastText(window), QString());
+    const QImage shown = shownPicture(window, {700, 1600});
+    for (const int x : {0, 350, 699}) {
+        QCOMPARE(shown.pixelColor(x, 1590), QColor(128, 128, 128));
+    }
+}
+
+void TestGuides::scrollsByTheseKeys_data()
+{
+    QTest::addColumn<Qt::Key>("key");
+    QTest::addColumn<bool>("scrolls");
+    QTest::newRow("Down") << Qt::Key_Down << true;
+    QTest::newRow("Page Down") << Qt::Key_PageDown << true;
+    QTest::newRow("Up") << Qt::Key_Up << true;
+    QTest::newRow("Page Up") << Qt::Key_PageUp << true;
+    QTest::newRow("Home") << Qt::Key_Home << false;
+    QTest::newRow("End") << Qt::Key_End << false;
+}
+
+void TestGuides::scrollsByTheseKeys()
+{
+    QFETCH(Qt::Key, key);
+    QFETCH(bool, scrolls);
+    MainWindow window;
+    window.show();
+    window.loadImageFile(savedPicture(blockPicture(700, 5000), u"blocks.png"_s));
+    for (QGraphicsView *view : {static_cast<QGraphicsView *>(leftViewOf(window)), //
+                                static_cast<QGraphicsView *>(mainViewOf(window))}) {
+        QScrollBar *bar = view->verticalScrollBar();
+        const int middle = (bar->minimum() + bar->maximum()) / 2;
+        bar->setValue(middle);
+        QTest::keyClick(view, key);
+        QCOMPARE(bar->value() != middle, scrolls);
+    }
 }
 
 QUILLMARCH_TEST_MAIN(TestGuides)

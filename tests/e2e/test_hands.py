@@ -4,7 +4,7 @@ import unittest
 
 import rulerimage
 from desktop import wait_until
-from program import ProgramTest, is_pressed_handle
+from program import SCENE_GRAY, ProgramTest, is_pressed_handle
 
 FIRST_CUT, SECOND_CUT = rulerimage.WHITE_LINES[:2]
 HANDLE = 20  # rows of a cut handle
@@ -241,6 +241,27 @@ class NextRun(ProgramTest):
         layout = self.program.layout()
         self.assertNear(layout.left_width, layout.main_width, 1, "halves")
         self.assertEqual(self.program.quit(), 0)
+
+    def test_keepsATornOffToolBarInFront(self):
+        self.program.start()
+        left, top, _, _ = self.desktop.geometry(self.program.main)
+        self.desktop.drag((left + 5, top + 47), (left + 300, top + 300))
+        self.program.picture()
+        place = self.desktop.geometry(self.desktop.window(self.program.process, "main"))
+        self.assertEqual(self.program.quit(), 0)
+
+        self.program.start()
+        bar = self.desktop.window(self.program.process, "main")
+        wait_until(lambda: self.desktop.geometry(bar) == place, f"the place {place}")
+
+        def is_in_front():
+            x, y, width, height = place
+            return SCENE_GRAY not in self.program.picture().row(y + height // 2, x + 2, x + width - 2)
+
+        wait_until(is_in_front, "the tool bar in front")
+        self.desktop.click(left + 50, top + 500)
+        self.assertTrue(is_in_front())
+        self.shoot("torn-off")
 
     def test_menusWorkToo(self):
         self.program.start()

@@ -1,5 +1,5 @@
-#include "app/buildconfig.h"
 #include "app/mainwindow.h"
+#include "base/buildconfig.h"
 #include "support/documents.h"
 #include "support/httpserver.h"
 #include "support/testmain.h"

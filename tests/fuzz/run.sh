@@ -43,9 +43,9 @@ fuzz() {
         >"$build_folder/fuzz_$kind.log" 2>&1
 }
 
-install_packages build run fuzz
+install_packages build run test fuzz
 for kind in "${drivers[@]}"; do
-    build "fuzz_$kind"
+    build "$preset" "fuzz_$kind"
 done
 failed=()
 for kind in "${drivers[@]}"; do

@@ -1,7 +1,7 @@
 #include "app/mainwindow.h"
 #include "output/previewitem.h"
 #include "page/pageitem.h"
-#include "plaintrim.h"
+#include "pixels/plaintrim.h"
 #include "support/documents.h"
 #include "support/testmain.h"
 #include "ui/mainview.h"

@@ -1,4 +1,4 @@
-#include "app/buildconfig.h"
+#include "base/buildconfig.h"
 #include "support/testmain.h"
 #include "update/simpleupdater.h"
 #include "update/updatedocuments.h"

@@ -1,4 +1,5 @@
-#include "page/bandview.h"
+#include "page/banddrawing.h"
+#include "pixels/rowconverter.h"
 #include "support/testmain.h"
 
 #include <QBuffer>
@@ -56,6 +57,7 @@ public:
     double scale = 1.0;
     double shift = 0.0;
     bool plain = false;
+    RowConverter converter;
 
 protected:
     void paintEvent(QPaintEvent *) override
@@ -68,7 +70,7 @@ protected:
         if (plain) {
             drawPlainly(&painter, target, pixmap, band, bandSize);
         } else {
-            drawBand(&painter, target, pixmap, band, bandSize);
+            drawBand(&painter, target, pixmap, band, bandSize, converter);
         }
     }
 };
@@ -121,10 +123,11 @@ QList<QByteArray> bandStreams(const QPixmap &pixmap, const QRect &band, const QS
     painter.setRenderHint(QPainter::LosslessImageRendering, lossless);
     painter.scale(0.37, 0.37);
     const QRectF target(100.3, 100.7, 900.1, 5000.9);
+    RowConverter converter;
     if (plain) {
         drawPlainly(&painter, target, pixmap, band, size);
     } else {
-        drawBand(&painter, target, pixmap, band, size);
+        drawBand(&painter, target, pixmap, band, size, converter);
     }
     painter.end();
     return storedStreams(buffer.data());
@@ -141,6 +144,8 @@ private slots:
     void equalsThePlainRule();
     void writesTheStreamsOfThePlainRule_data();
     void writesTheStreamsOfThePlainRule();
+    void copiesOfPartsShareAFormat_data();
+    void copiesOfPartsShareAFormat();
     void drawsNothingOutsideThePixmap_data();
     void drawsNothingOutsideThePixmap();
     void survivesDegenerateTransforms_data();
@@ -270,6 +275,28 @@ void TestDrawBand::writesTheStreamsOfThePlainRule()
     }
 }
 
+void TestDrawBand::copiesOfPartsShareAFormat_data()
+{
+    QTest::addColumn<QImage::Format>("format");
+    for (int format = QImage::Format_RGB32; format < QImage::NImageFormats; ++format) {
+        QTest::addRow("format %d", format) << QImage::Format(format);
+    }
+}
+
+/// The format is taken from a copy of one pixel.
+void TestDrawBand::copiesOfPartsShareAFormat()
+{
+    QFETCH(QImage::Format, format);
+    QImage opaque(sourceSize, format);
+    opaque.fill(Qt::white);
+    for (const QImage &image : {opaque, noise(format)}) {
+        const QPixmap pixmap = QPixmap::fromImage(image, Qt::NoFormatConversion);
+        const QImage::Format onePixel = pixmap.copy(0, 0, 1, 1).toImage().format();
+        QCOMPARE(onePixel, pixmap.copy(3, 4, 20, 20).toImage().format());
+        QCOMPARE(onePixel, pixmap.copy().toImage().format());
+    }
+}
+
 void TestDrawBand::drawsNothingOutsideThePixmap_data()
 {
     QTest::addColumn<QRect>("band");
@@ -289,7 +316,8 @@ void TestDrawBand::drawsNothingOutsideThePixmap()
         image.fill(Qt::white);
         const QImage blank = image.copy();
         QPainter painter(&image);
-        drawBand(&painter, image.rect(), pixmap, band, band.size());
+        RowConverter converter;
+        drawBand(&painter, image.rect(), pixmap, band, band.size(), converter);
         painter.end();
         QCOMPARE(image, blank);
     }
@@ -321,10 +349,11 @@ void TestDrawBand::survivesDegenerateTransforms()
             images[plain].fill(Qt::white);
             QPainter painter(&images[plain]);
             painter.setTransform(transform);
+            RowConverter converter;
             if (plain == 1) {
                 drawPlainly(&painter, target, pixmap, band, band.size());
             } else {
-                drawBand(&painter, target, pixmap, band, band.size());
+                drawBand(&painter, target, pixmap, band, band.size(), converter);
             }
         }
         QCOMPARE(images[0], images[1]);

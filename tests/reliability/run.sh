@@ -22,7 +22,7 @@ export TMPDIR=$work
 take_program() {
     preset=$1
     build_folder=$root/build/$preset
-    build "$2"
+    build "$preset" "$2"
     cp "$build_folder/tests/reliability/$2.dir/$2" "$work/"
 }
 
@@ -40,6 +40,7 @@ run_sequences() {
     done
 }
 
+install_packages build run test bench
 take_program asan tst_randomuser
 run_sequences
 if [[ -z ${QUILLMARCH_SEQUENCES_ONLY:-} ]]; then

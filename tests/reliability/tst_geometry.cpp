@@ -1,8 +1,8 @@
 // What the rules of strips and cuts promise, for images of all shapes.
 
 #include "app/mainwindow.h"
-#include "page/cutscan.h"
 #include "page/pageitem.h"
+#include "pixels/brightcount.h"
 #include "support/documentinvariants.h"
 #include "support/documents.h"
 #include "support/testmain.h"

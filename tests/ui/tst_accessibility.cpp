@@ -213,6 +213,10 @@ private slots:
 
     void everyPartHasAName_data() { addScenes(); }
     void everyPartHasAName();
+    void speaksTheLanguageOfTheWindow_data();
+    void speaksTheLanguageOfTheWindow();
+    void speaksEnglishThroughout_data() { addScenes(); }
+    void speaksEnglishThroughout();
     void toolButtonsAreNamedByTheirCommands();
     void imageCommandsAreInTheMenus();
     void reachesEveryMenuEntryByKeyboard_data();
@@ -237,6 +241,65 @@ void TestAccessibility::everyPartHasAName()
     findNameless(QAccessible::queryAccessibleInterface(window.get()), nameless, named);
     QCOMPARE(nameless, QStringList());
     QCOMPARE_GE(named, 2); // the tree was there
+}
+
+void TestAccessibility::speaksTheLanguageOfTheWindow_data()
+{
+    QTest::addColumn<Scene>("scene");
+    QTest::addColumn<QByteArray>("part"); // an object name or a class; none for the window itself
+    QTest::addColumn<QString>("chinese");
+    QTest::addColumn<QString>("english");
+    const auto add = [](const char *part, Scene scene, const QString &chinese, const QString &english) {
+        QTest::addRow("%s in %d", part, int(scene)) << scene << QByteArray(part) << chinese << english;
+    };
+    add("mainView", Scene::Start, u"原图"_s, u"Source image"_s);
+    add("leftView", Scene::Start, u"输出页面"_s, u"Output pages"_s);
+    add("qt_toolbar_ext_button", Scene::Start, u"更多命令"_s, u"More commands"_s);
+    add("updateButton", Scene::Offer, u"点击下载最新版本"_s, u"Download the latest version"_s);
+    add("", Scene::About, u"关于"_s, u"About"_s);
+    add("", Scene::NewVersion, u"Quillmarch 软件更新"_s, u"Quillmarch software update"_s);
+    add("QTextBrowser", Scene::NewVersion, u"更新内容"_s, u"What's new"_s);
+    add("", Scene::Download, u"发现新版本"_s, u"New version available"_s);
+    add("QScrollArea", Scene::Download, u"更新内容："_s, u"What's new"_s);
+    add("QProgressBar", Scene::Progress, u"下载进度"_s, u"Download progress"_s);
+}
+
+void TestAccessibility::speaksTheLanguageOfTheWindow()
+{
+    QFETCH(Scene, scene);
+    QFETCH(QByteArray, part);
+    const auto spoken = [&] {
+        const auto window = makeScene(scene);
+        for (QWidget *widget : window->findChildren<QWidget *>()) {
+            if (!part.isEmpty() && (widget->objectName() == QLatin1String(part) || widget->inherits(part))) {
+                return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name);
+            }
+        }
+        return part.isEmpty() ? QAccessible::queryAccessibleInterface(window.get())->text(QAccessible::Name)
+                              : u"no such part"_s;
+    };
+    QTEST(spoken(), "chinese");
+    const EnglishCatalogue english;
+    QVERIFY(english.isLoaded());
+    QTEST(spoken(), "english");
+}
+
+/// Visible texts without an English entry stay Chinese, but no name that is
+/// for screen readers alone does.
+void TestAccessibility::speaksEnglishThroughout()
+{
+    QFETCH(Scene, scene);
+    const EnglishCatalogue english;
+    const auto window = makeScene(scene);
+    QWidgetList widgets = window->findChildren<QWidget *>();
+    widgets.append(window.get());
+    int count = 0;
+    for (const QWidget *widget : std::as_const(widgets)) {
+        const QString name = widget->accessibleName();
+        QVERIFY2(name == QString::fromLatin1(name.toLatin1()), qPrintable(name));
+        count += name.isEmpty() ? 0 : 1;
+    }
+    QCOMPARE_GT(count, 0);
 }
 
 void TestAccessibility::toolButtonsAreNamedByTheirCommands()

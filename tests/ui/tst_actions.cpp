@@ -14,6 +14,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QSignalSpy>
+#include <QStyle>
 #include <QToolBar>
 #include <QToolButton>
 
@@ -88,6 +89,18 @@ QStringList enabledActions(const MainWindow &window)
     return names;
 }
 
+/// Where a window keeps its action for the trim. It is private; an explicit
+/// instantiation may name it all the same.
+QAction *MainWindow::*trimMember();
+
+template <QAction *MainWindow::*member>
+struct TrimMember
+{
+    friend QAction *MainWindow::*trimMember() { return member; }
+};
+
+template struct TrimMember<&MainWindow::autoTrimAction>;
+
 void addLanguages()
 {
     QTest::addColumn<bool>("english");
@@ -116,10 +129,12 @@ private slots:
     void buildsOneToolBar();
     void toolBarFollowsTheDensity();
     void toolButtonsAreLargeEnough();
+    void leadsToTheCommandsWithoutRoom();
     void iconSizeHasThreeSteps_data();
     void iconSizeHasThreeSteps();
 
     void firstDocumentEnablesActionsInOrder();
+    void doesWithoutTheTrim();
     void refusedFilesEnableNothing();
     void nothingIsDisabledAgain();
     void shortcutsReachEnabledActionsOnly();
@@ -274,6 +289,23 @@ void TestActions::toolButtonsAreLargeEnough()
     }
 }
 
+void TestActions::leadsToTheCommandsWithoutRoom()
+{
+    MainWindow window;
+    window.resize(400, 400);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const auto *bar = childOf<QToolBar>(window, "mainToolbar");
+    const auto *extension = childOf<QToolButton>(*bar, "qt_toolbar_ext_button");
+    QVERIFY(extension->isVisible());
+    QVERIFY(bar->rect().contains(extension->geometry()));
+    QCOMPARE(extension->width(), bar->style()->pixelMetric(QStyle::PM_ToolBarExtensionExtent));
+    QCOMPARE_GE(extension->height(), 44);
+    for (const QToolButton *button : bar->findChildren<QToolButton *>()) {
+        QVERIFY(button == extension || !button->isVisible() || !button->geometry().intersects(extension->geometry()));
+    }
+}
+
 void TestActions::iconSizeHasThreeSteps_data()
 {
     QTest::addColumn<double>("density");
@@ -313,6 +345,22 @@ void TestActions::firstDocumentEnablesActionsInOrder()
     }
     window.loadImageFile(writePicture(QSize(100, 500)));
     QCOMPARE(order, documentActions);
+}
+
+void TestActions::doesWithoutTheTrim()
+{
+    MainWindow window;
+    window.*trimMember() = nullptr;
+    window.loadImageFile(writePicture(QSize(200, 1000)));
+    QStringList expected = documentActions;
+    expected.removeLast();
+    QStringList enabled = enabledActions(window);
+    for (const QString &name : {u"openAction"_s, u"exitAction"_s, u"guideAction"_s, u"aboutAction"_s}) {
+        enabled.removeOne(name);
+    }
+    enabled.sort();
+    expected.sort();
+    QCOMPARE(enabled, expected);
 }
 
 void TestActions::refusedFilesEnableNothing()

@@ -90,6 +90,8 @@ class TestBackground : public QObject
 private slots:
     void leavesNoPixelUnpainted_data();
     void leavesNoPixelUnpainted();
+    void paintsOtherBackgroundsAsThePlainView_data();
+    void paintsOtherBackgroundsAsThePlainView();
 };
 
 void TestBackground::leavesNoPixelUnpainted_data()
@@ -122,6 +124,48 @@ void TestBackground::leavesNoPixelUnpainted()
                 comparePaintings(*view);
             }
         }
+    }
+}
+
+void TestBackground::paintsOtherBackgroundsAsThePlainView_data()
+{
+    QTest::addColumn<QBrush>("ofScene");
+    QTest::addColumn<QBrush>("ofView");
+    QLinearGradient gradient(0, 0, 300, 900);
+    gradient.setColorAt(0, Qt::red);
+    gradient.setColorAt(1, Qt::blue);
+    const QBrush none;
+    const QBrush gray(QColor(150, 150, 150));
+    const QBrush glass(QColor(20, 60, 200, 90));
+    const QBrush pattern(Qt::darkGreen, Qt::Dense5Pattern);
+    QTest::newRow("none at all") << none << none;
+    QTest::newRow("scene: pattern") << pattern << none;
+    QTest::newRow("scene: gradient") << QBrush(gradient) << none;
+    QTest::newRow("scene: transparent color") << glass << none;
+    QTest::newRow("view: color") << gray << QBrush(Qt::darkRed);
+    QTest::newRow("view: pattern") << gray << pattern;
+    QTest::newRow("view: transparent color") << gray << glass;
+    QTest::newRow("view: color, scene: none") << none << QBrush(Qt::darkRed);
+}
+
+void TestBackground::paintsOtherBackgroundsAsThePlainView()
+{
+    QFETCH(QBrush, ofScene);
+    QFETCH(QBrush, ofView);
+    MainWindow window;
+    window.setGeometry(0, 0, 717, 533);
+    window.show();
+    window.loadImageFile(savedPicture(blockPicture(pictureSize.width(), pictureSize.height()), u"picture.png"_s));
+    QCoreApplication::processEvents();
+    for (QGraphicsView *view : QList<QGraphicsView *>{mainViewOf(window), leftViewOf(window)}) {
+        view->scene()->setBackgroundBrush(ofScene);
+        view->setBackgroundBrush(ofView);
+        const std::unique_ptr<QGraphicsView> plain = plainViewLike(*view);
+        plain->setBackgroundBrush(ofView);
+        plain->viewport()->setAttribute(Qt::WA_OpaquePaintEvent, false);
+        const QRect all = view->viewport()->rect();
+        QCOMPARE(firstDifference(painted(*view, all, 1.0, Qt::magenta), painted(*plain, all, 1.0, Qt::magenta)),
+                 QString());
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include <QSplitter>
 #include <QToolBar>
+#include <QWindow>
 
 using namespace Qt::StringLiterals;
 
@@ -63,6 +64,20 @@ QByteArray stateWithToolBarOnTheLeft()
     return bytes;
 }
 
+/// What a window stores whose toolbar was torn off, and perhaps hidden.
+QByteArray stateWithFloatingToolBar(const QPoint &place, bool shown)
+{
+    MainWindow window;
+    window.show();
+    auto *bar = window.findChild<QToolBar *>();
+    bar->setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::X11BypassWindowManagerHint);
+    bar->move(place);
+    bar->setVisible(shown);
+    const QByteArray bytes = window.saveState(0);
+    openStore().clear();
+    return bytes;
+}
+
 /// What a splitter stores that gives its left widget a fifth of the room.
 QByteArray stateOfAnUnevenSplitter()
 {
@@ -104,6 +119,8 @@ private slots:
     void offScreenGeometryComesBack_data();
     void offScreenGeometryComesBack();
     void keepsTheToolBarOfAReplacedGeometry();
+    void floatingToolBarComesAfterTheWindow_data();
+    void floatingToolBarComesAfterTheWindow();
     void ignoresTheStateWithoutAGeometry();
     void appliesTheSplitterStateAlone();
     void dropsGarbage_data();
@@ -208,6 +225,33 @@ void TestWindowState::keepsTheToolBarOfAReplacedGeometry()
     const MainWindow window;
     QCOMPARE(window.geometry(), firstGeometry());
     QCOMPARE(toolBarArea(window), Qt::LeftToolBarArea);
+}
+
+void TestWindowState::floatingToolBarComesAfterTheWindow_data()
+{
+    QTest::addColumn<bool>("shown");
+    QTest::newRow("shown") << true;
+    QTest::newRow("hidden") << false;
+}
+
+void TestWindowState::floatingToolBarComesAfterTheWindow()
+{
+    QFETCH(bool, shown);
+    const QPoint place(120, 140);
+    store(u"windowState"_s, stateWithFloatingToolBar(place, shown));
+    store(u"windowGeometry"_s, geometryBytes(QRect(60, 70, 611, 433)));
+    MainWindow window;
+    const auto *bar = window.findChild<QToolBar *>();
+    const auto isOnScreen = [bar] { return bar->windowHandle() != nullptr && bar->windowHandle()->isVisible(); };
+    QVERIFY(bar->isFloating());
+    QVERIFY(!isOnScreen());
+    window.show();
+    QCOMPARE(stored(u"windowState"_s), window.saveState(0));
+    QTRY_COMPARE(bar->testAttribute(Qt::WA_DontShowOnScreen), false);
+    QCOMPARE(isOnScreen(), shown);
+    QCOMPARE(bar->isVisible(), shown);
+    QVERIFY(bar->isFloating());
+    QCOMPARE(bar->pos(), place);
 }
 
 void TestWindowState::ignoresTheStateWithoutAGeometry()

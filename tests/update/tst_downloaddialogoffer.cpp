@@ -219,6 +219,7 @@ void TestDownloadDialogOffer::hasItsLayout()
     const auto buttons = dialog.findChildren<QPushButton *>();
     QCOMPARE(buttons.size(), 6);
     for (const QPushButton *button : buttons) {
+        QCOMPARE(button->size(), QSize(100, 36)); // until it is shown
         QCOMPARE(button->maximumSize(), QSize(100, 36));
         QCOMPARE(button->minimumHeight(), 36); // the width is raised by the style sheet
     }

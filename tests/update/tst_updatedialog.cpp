@@ -128,6 +128,8 @@ private slots:
     void showsPicturesThatTheDocumentBrings();
     void comesToAnEndWithNestedTags_data();
     void comesToAnEndWithNestedTags();
+    void keepsTheNotesWhenALinkIsClicked_data();
+    void keepsTheNotesWhenALinkIsClicked();
     void opensWithoutTitleAndDescription();
     void laysOutItsWidgets();
     void drawsTheIcon();
@@ -291,6 +293,37 @@ void TestUpdateDialog::comesToAnEndWithNestedTags()
     QVERIFY(notes->toPlainText().contains(u"in all of them"_s));
     QVERIFY(!notes->toPlainText().contains(u'<'));
     QCOMPARE(notes->document()->firstBlock().blockFormat().headingLevel() == 3, isHtml); // the title
+}
+
+void TestUpdateDialog::keepsTheNotesWhenALinkIsClicked_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::newRow("web page") << u"https://site.example/notes"_s;
+    QTest::newRow("file") << u"file:///etc/hostname"_s;
+    QTest::newRow("relative") << u"notes.html"_s;
+    QTest::newRow("place in the notes") << u"#end"_s;
+    QTest::newRow("data") << u"data:text/html,other"_s;
+    QTest::newRow("none") << QString();
+}
+
+void TestUpdateDialog::keepsTheNotesWhenALinkIsClicked()
+{
+    QFETCH(QString, address);
+    const OpenedUrls opened({u"https"_s, u"file"_s, u"data"_s});
+    ReleaseInfo release = someRelease();
+    release.description = u"<a href=\"%1\">WWWWWWWW</a><br>更快"_s.arg(address);
+    UpdateDialog dialog(release);
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    auto *notes = dialog.findChild<QTextBrowser *>();
+    const QString before = notes->toHtml();
+    QTextCursor inLink(notes->document()->find(u"WWWW"_s));
+    const QPoint place = notes->cursorRect(inLink).center();
+    QTest::mouseClick(notes->viewport(), Qt::LeftButton, {}, place);
+    QCOMPARE(notes->toHtml(), before);
+    QVERIFY(notes->toPlainText().contains(u"更快"_s));
+    QCOMPARE(opened.urls(), QList<QUrl>());
+    QVERIFY(dialog.isVisible());
 }
 
 void TestUpdateDialog::opensWithoutTitleAndDescription()

@@ -1,0 +1,48 @@
+#include "batch/outofmemory.h"
+
+#include "batch/batchevent.h"
+#include "batch/partfile.h"
+
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <utility>
+
+namespace {
+
+std::function<void()> lastCall;
+std::terminate_handler usualEnd = nullptr;
+
+[[noreturn]] void endForWantOfMemory()
+{
+    removePartFiles();
+    try {
+        lastCall();
+    } catch (const std::bad_alloc &) {
+        // It found no memory, either: the exit code must do.
+    }
+    std::_Exit(int(BatchFailure::TooLarge));
+}
+
+void onTerminate()
+{
+    if (std::current_exception()) {
+        try {
+            throw;
+        } catch (const std::bad_alloc &) {
+            endForWantOfMemory();
+        } catch (...) { // the usual end is for all others
+        }
+    }
+    usualEnd();
+}
+
+} // namespace
+
+void exitWhenOutOfMemory(std::function<void()> lastWords)
+{
+    lastCall = std::move(lastWords);
+    if (usualEnd == nullptr) {
+        usualEnd = std::set_terminate(onTerminate);
+    }
+}

@@ -1,0 +1,177 @@
+#include "pixels/blankborders.h"
+
+#include "pixels/processor.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr int thresholdForOneLevel = 200;
+
+// A line of this many pixels may hold one more speck before it is content.
+constexpr int speckShare = 1000;
+
+// So many rows are counted, in bytes, before the edges are looked for.
+constexpr int rowsAtOnce = 128;
+
+/// How many ink pixels make a line of \a length pixels content.
+quint32 contentCount(int length)
+{
+    return quint32(length / speckShare + 2);
+}
+
+bool isContentRow(const uchar *row, int width, int threshold)
+{
+    const quint32 needed = contentCount(width);
+    quint32 ink = 0;
+    for (int x = 0; x < width; ++x) {
+        ink += row[x] <= threshold ? 1U : 0U;
+        if (ink == needed) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Adds 1 to each of \a counts whose pixel of \a row is ink.
+Q_ALWAYS_INLINE void countInkOf(const uchar *row, int length, uchar threshold, quint8 *counts)
+{
+    for (int x = 0; x < length; ++x) {
+        counts[x] = quint8(counts[x] + (row[x] <= threshold ? 1 : 0));
+    }
+}
+
+void countInkPlainly(const uchar *row, int length, uchar threshold, quint8 *counts)
+{
+    countInkOf(row, length, threshold, counts);
+}
+
+#ifdef QUILLMARCH_HAS_VECTORS
+QUILLMARCH_AVX2 void countInkAvx2(const uchar *row, int length, uchar threshold, quint8 *counts)
+{
+    countInkOf(row, length, threshold, counts);
+}
+#endif
+
+/// The first and the last content column; the width and -1 if there is none.
+struct Columns
+{
+    int left;
+    int right;
+};
+
+/// Counts row by row, as the image is stored, and only in the columns that can
+/// still move an edge outward.
+Columns contentColumns(const GrayScan &scan, int threshold)
+{
+    const int width = scan.width();
+    const int height = scan.height();
+    const quint32 needed = contentCount(height);
+    std::vector<quint8> added(size_t(width), 0); // by the last rows
+    std::vector<quint32> ink(size_t(width), 0);
+    Columns found{width, -1};
+    const auto countInk = QUILLMARCH_FASTEST(countInkPlainly, countInkAvx2);
+    const auto takeColumns = [&](int from, int to, int top, int bottom) {
+        for (int y = top; y < bottom; ++y) {
+            countInk(scan.levels(y, from, to), to - from, uchar(threshold), added.data() + from);
+        }
+        for (int x = from; x < to; ++x) {
+            ink[size_t(x)] += std::exchange(added[size_t(x)], quint8(0));
+        }
+    };
+    const auto isContent = [needed](quint32 count) { return count >= needed; };
+    for (int top = 0; top < height; top += rowsAtOnce) {
+        const int bottom = std::min(top + rowsAtOnce, height);
+        takeColumns(0, found.left, top, bottom);
+        takeColumns(found.left == width ? width : found.right + 1, width, top, bottom);
+        const auto first = std::find_if(ink.cbegin(), ink.cbegin() + found.left, isContent);
+        found.left = int(first - ink.cbegin());
+        const auto last = std::find_if(ink.crbegin(), ink.crend() - (found.right + 1), isContent);
+        found.right = std::max(found.right, int(ink.crend() - last) - 1);
+    }
+    return found;
+}
+
+/// The bounds of what is not blank border in \a image. Nothing if the memory does
+/// not suffice to find them.
+std::optional<QRect> trimmedBounds(const QImage &image)
+{
+    try {
+        const GrayScan scan(image);
+        return contentBounds(scan, inkThreshold(scan.histogram()));
+    } catch (const std::bad_alloc &) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+int inkThreshold(const GrayHistogram &histogram)
+{
+    quint64 total = 0;
+    quint64 totalSum = 0;
+    for (size_t level = 0; level < histogram.size(); ++level) {
+        total += histogram[level];
+        totalSum += level * quint64(histogram[level]);
+    }
+
+    int threshold = thresholdForOneLevel;
+    double bestScore = -1.0;
+    quint64 background = 0;
+    quint64 backgroundSum = 0;
+    for (size_t level = 0; level < histogram.size(); ++level) {
+        background += histogram[level];
+        if (background == 0) {
+            continue;
+        }
+        const quint64 foreground = total - background;
+        if (foreground == 0) {
+            break;
+        }
+        backgroundSum += level * quint64(histogram[level]);
+        const double backgroundMean = double(backgroundSum) / double(background);
+        const double foregroundMean = double(totalSum - backgroundSum) / double(foreground);
+        const double distance = backgroundMean - foregroundMean;
+        const double score = double(background) * double(foreground) * (distance * distance);
+        if (score > bestScore) {
+            bestScore = score;
+            threshold = int(level);
+        }
+    }
+    return threshold;
+}
+
+std::optional<QRect> contentBounds(const GrayScan &scan, int threshold)
+{
+    const int width = scan.width();
+    const int height = scan.height();
+    int top = 0;
+    while (top < height && !isContentRow(scan.levels(top, 0, width), width, threshold)) {
+        ++top;
+    }
+    int bottom = height - 1;
+    while (bottom > top && !isContentRow(scan.levels(bottom, 0, width), width, threshold)) {
+        --bottom;
+    }
+    if (top >= bottom) {
+        return std::nullopt;
+    }
+    const auto [left, right] = contentColumns(scan, threshold);
+    if (left >= right) {
+        return std::nullopt;
+    }
+    return QRect(QPoint(left, top), QPoint(right, bottom));
+}
+
+std::optional<QPixmap> withoutBlankBorders(const QPixmap &source)
+{
+    const std::optional<QRect> bounds = trimmedBounds(source.toImage());
+    if (!bounds) {
+        return std::nullopt;
+    }
+    const QPixmap trimmed = QPixmap::fromImage(source.toImage().copy(*bounds));
+    return trimmed.isNull() ? std::nullopt : std::optional(trimmed);
+}
