@@ -1,5 +1,6 @@
 #include "ui/busypointer.h"
 
+#include <QCursor>
 #include <QGuiApplication>
 
 BusyPointer::BusyPointer()
