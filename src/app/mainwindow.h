@@ -1,5 +1,7 @@
 #pragma once
 
+#include "page/cutrule.h"
+
 #include <QMainWindow>
 #include <QNetworkReply>
 #include <QPixmap>
@@ -45,8 +47,11 @@ public:
     /// but show the scroll bars if that is at most 10 pixels on a side.
     void rebuildDocument();
 
-    /// Whether a rebuild places the cuts on bright rows; on at first.
+    /// Whether a rebuild places the cuts automatically; on at first.
     void setAutoPage(bool on);
+
+    /// How cuts are placed automatically; on bright rows at first.
+    void setCutRule(CutRule rule);
 
     /// The language of the interface: "zh" or "en".
     void setLanguage(const QString &code);
@@ -153,6 +158,7 @@ private:
     QPixmap sourcePixmap;
     CustomSplitter *splitter = nullptr;
     bool autoPage = true;
+    CutRule cutRule = CutRule::Bright;
     QString language;
 
     QAction *guideAction = nullptr;

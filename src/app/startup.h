@@ -1,5 +1,7 @@
 #pragma once
 
+#include "page/cutrule.h"
+
 #include <QString>
 
 class QTranslator;
@@ -15,3 +17,7 @@ bool loadEnglishTexts(QTranslator &translator);
 /// Whether cuts are placed automatically in a run with the configuration file
 /// \a config: unless its key `autopage` is "0" or, in any case, "false".
 bool isAutoPageWanted(const QString &config);
+
+/// How cuts are placed automatically in a run with the configuration file
+/// \a config: by the calm rule if its key `cutrule` says exactly "calm".
+CutRule chosenCutRule(const QString &config);

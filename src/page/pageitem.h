@@ -1,5 +1,7 @@
 #pragma once
 
+#include "page/cutrule.h"
+
 #include <QGraphicsItem>
 #include <QList>
 #include <QPixmap>
@@ -86,10 +88,18 @@ public:
     /// \a target wide, in its own proportions. Does not clip to \a target.
     void drawSourceFitted(QPainter *painter, const QRectF &target);
 
-    /// Moves the cut below this strip to the brightest row within 0.15 of the
-    /// strip's height above and below it. A second call takes the move back, a
-    /// third repeats it. Does nothing on the last strip.
-    void autoPlaceCut();
+    /// Moves the cut below this strip by \a rule. A second call takes the move
+    /// back, a third repeats it. Does nothing on the last strip.
+    ///
+    /// Bright: to the brightest row within 0.15 of the strip's height above and
+    /// below it. Calm: to the calm row near its regular place, as far as a cut
+    /// between two strips of the regular height can be dragged; the cut stays if
+    /// one of the strips would become too low because its other cut was dragged.
+    void autoPlaceCut(CutRule rule = CutRule::Bright);
+
+    /// Whether the last search for a calm row found none, so that the cut below
+    /// this strip goes through content.
+    bool isCutThroughContent() const { return cutThroughContent; }
 
     /// See brightestRow().
     int findBrightestRow(const QImage &window) const;
@@ -111,12 +121,15 @@ protected:
     void mouseDoubleClickEvent(QGraphicsSceneMouseEvent *event) override;
 
 private:
+    double shiftToBrightestRow() const;
+    double shiftToCalmRow();
+
     void paintIdleHandle(QPainter *painter) const;
     void paintHoverHandle(QPainter *painter) const;
     void paintDragHandle(QPainter *painter) const;
 
     QPixmap sourcePixmap;
-    [[maybe_unused]] QRectF initialRect; // the band at construction; kept for reference only
+    QRectF initialRect; // the band at construction
     QRectF m_sourceRect;
     std::shared_ptr<RowConverter> converter; // one for the whole chain
     QRectF m_bodyRect;
@@ -132,11 +145,12 @@ private:
     bool dragging = false;
     bool hovering = false; // the pointer was last seen on this strip's handle
     double lastShift = 0.0; // what the last automatic placement applied
+    bool cutThroughContent = false;
     double pressOffset = 0.0; // from the top of the handle to the point of the press
     QList<PreviewItem *> previews;
     double lastMinAspect = 0.0; // `minAspect` at the last fresh automatic placement
 };
 
-/// Moves each cut below \a strip, and below those that follow, to a blank row.
-/// Does nothing for a null pointer.
-void placeCuts(PageItem *strip);
+/// Moves each cut below \a strip, and below those that follow, by \a rule. Does
+/// nothing for a null pointer.
+void placeCuts(PageItem *strip, CutRule rule = CutRule::Bright);
