@@ -23,5 +23,6 @@ int inkThreshold(const GrayHistogram &histogram);
 std::optional<QRect> contentBounds(const GrayScan &scan, int threshold);
 
 /// \a source without its blank borders, also if it has none. Nothing if it has
-/// no content, or if the memory does not suffice.
-std::optional<QPixmap> withoutBlankBorders(const QPixmap &source);
+/// no content, or if the memory does not suffice. Otherwise \a topRow, if it is
+/// given, becomes the first row of \a source that is kept.
+std::optional<QPixmap> withoutBlankBorders(const QPixmap &source, int *topRow = nullptr);
