@@ -1,8 +1,8 @@
 #include "cutquality/cutcount.h"
 
-#include "pixels/rowviews.h"
 #include "pixels/calmrow.h"
 #include "pixels/cutscan.h"
+#include "pixels/rowviews.h"
 
 #include <QPainter>
 

@@ -9,7 +9,7 @@ import unittest
 import packages
 from packages import output_of
 
-GUIDES = {"guide.md", "guide.zh.md", "batch.md", "user.ini.sample", "images/window-en.png"}
+GUIDES = {"guide.md", "guide.zh.md", "batch.md", "cuts.md", "user.ini.sample", "images/window-en.png"}
 
 
 class PackageTest(unittest.TestCase):
