@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs missing packages, builds the benchmark and prints its table. Progress
 # goes to standard error. Options are passed to the benchmark: --quick, --large,
-# --only PATTERN. See docs/performance.md.
+# --only PATTERN. See docs/performance.md. With --cuts first it counts the cuts
+# through content instead: --seeds N, --widths LIST, --only TEXT. See docs/cuts.md.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
@@ -24,6 +25,15 @@ provide_screen() {
     export DISPLAY
     rm "$number"
 }
+
+if [[ ${1:-} == --cuts ]]; then
+    {
+        install_packages build run test bench
+        build "$preset" bench-cutquality
+        say "Counting"
+    } >&2
+    exec "$build_folder/bench/cutquality/bench-cutquality" "${@:2}"
+fi
 
 {
     install_packages build run test bench

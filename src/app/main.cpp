@@ -32,6 +32,7 @@ int main(int argc, char *argv[])
     MainWindow window;
     window.setLanguage(language);
     window.setAutoPage(isAutoPageWanted(config));
+    window.setCutRule(chosenCutRule(config));
     window.show();
     return QApplication::exec();
 }

@@ -105,6 +105,11 @@ void MainWindow::setAutoPage(bool on)
     autoPage = on;
 }
 
+void MainWindow::setCutRule(CutRule rule)
+{
+    cutRule = rule;
+}
+
 void MainWindow::setLanguage(const QString &code)
 {
     language = code;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "page/cutrule.h"
+
 #include <QMainWindow>
 #include <QNetworkReply>
 #include <QPixmap>
@@ -47,6 +49,9 @@ public:
 
     /// Whether a rebuild places the cuts automatically; on by default.
     void setAutoPage(bool on);
+
+    /// How cuts are placed automatically; on bright rows at first.
+    void setCutRule(CutRule rule);
 
     /// The language of the interface: "zh" or "en".
     void setLanguage(const QString &code);
@@ -152,6 +157,7 @@ private:
     QPixmap sourcePixmap;
     CustomSplitter *splitter = nullptr;
     bool autoPage = true;
+    CutRule cutRule = CutRule::Bright;
     QString language;
 
     QAction *decreaseMarginAction = nullptr;

@@ -25,3 +25,10 @@ bool isAutoPageWanted(const QString &config)
     autoPage = autoPage.toLower();
     return autoPage != "false"_L1 && autoPage != "0"_L1;
 }
+
+CutRule chosenCutRule(const QString &config)
+{
+    QString rule;
+    readConfigValue(config, u"cutrule"_s, rule);
+    return cutRuleNamed(rule).value_or(CutRule::Bright);
+}

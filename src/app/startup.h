@@ -1,5 +1,7 @@
 #pragma once
 
+#include "page/cutrule.h"
+
 #include <QString>
 
 class QTranslator;
@@ -15,3 +17,7 @@ bool loadEnglishTexts(QTranslator &translator);
 /// Whether cuts are placed automatically according to the configuration file
 /// \a config: yes, unless `autopage` is "0" or "false" in upper or lower case.
 bool isAutoPageWanted(const QString &config);
+
+/// How cuts are placed automatically in a run with the configuration file
+/// \a config: by the calm rule if its key `cutrule` says exactly "calm".
+CutRule chosenCutRule(const QString &config);

@@ -1,5 +1,6 @@
 #include "batch/batchevent.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <array>
@@ -21,6 +22,41 @@ BatchFailure failureOf(int code)
         }
     }
     return BatchFailure::Unwritable;
+}
+
+QJsonArray toJson(const QList<int> &rows)
+{
+    QJsonArray array;
+    for (const int row : rows) {
+        array.append(row);
+    }
+    return array;
+}
+
+QList<int> rowsFromJson(const QJsonArray &array)
+{
+    QList<int> rows;
+    for (const QJsonValue &row : array) {
+        rows.append(row.toInt());
+    }
+    return rows;
+}
+
+void insertDone(QJsonObject &object, const BatchEvent &event)
+{
+    object.insert(u"pages"_s, event.pages);
+    if (event.bytes > 0) {
+        object.insert(u"bytes"_s, event.bytes);
+    }
+    object.insert(u"seconds"_s, event.seconds);
+    object.insert(u"offset"_s, event.offset);
+    object.insert(u"cuts"_s, toJson(event.cuts));
+    if (event.through) {
+        object.insert(u"through"_s, toJson(*event.through));
+    }
+    if (!event.text.isEmpty()) {
+        object.insert(u"note"_s, event.text);
+    }
 }
 
 } // namespace
@@ -56,12 +92,7 @@ QJsonObject toJson(const BatchEvent &event)
         object.insert(u"pages"_s, event.pages);
         break;
     case BatchEvent::Kind::Done:
-        object.insert(u"pages"_s, event.pages);
-        object.insert(u"bytes"_s, event.bytes);
-        object.insert(u"seconds"_s, event.seconds);
-        if (!event.text.isEmpty()) {
-            object.insert(u"note"_s, event.text);
-        }
+        insertDone(object, event);
         break;
     case BatchEvent::Kind::Failed:
         object.insert(u"code"_s, int(event.failure));
@@ -82,6 +113,11 @@ std::optional<BatchEvent> eventFromJson(const QByteArray &line)
             event.pages = object.value("pages"_L1).toInt();
             event.bytes = object.value("bytes"_L1).toInteger();
             event.seconds = object.value("seconds"_L1).toDouble();
+            event.offset = object.value("offset"_L1).toInt();
+            event.cuts = rowsFromJson(object.value("cuts"_L1).toArray());
+            if (object.contains("through"_L1)) {
+                event.through = rowsFromJson(object.value("through"_L1).toArray());
+            }
             if (event.kind == BatchEvent::Kind::Failed) {
                 event.failure = failureOf(object.value("code"_L1).toInt());
             }
@@ -102,7 +138,9 @@ QJsonObject toJson(const BatchJob &job)
             {u"numbers"_s, job.pages.pageNumbers},
             {u"trim"_s, job.pages.trim},
             {u"autoCut"_s, job.pages.autoCut},
-            {u"lossless"_s, job.pages.lossless}};
+            {u"brightCuts"_s, job.pages.cutRule == CutRule::Bright},
+            {u"lossless"_s, job.pages.lossless},
+            {u"dryRun"_s, job.dryRun}};
 }
 
 std::optional<BatchJob> jobFromJson(const QByteArray &line)
@@ -111,12 +149,14 @@ std::optional<BatchJob> jobFromJson(const QByteArray &line)
     if (!object.contains("image"_L1) || !object.contains("output"_L1)) {
         return std::nullopt;
     }
-    BatchJob job{object.value("image"_L1).toString(), object.value("output"_L1).toString(), {}};
+    BatchJob job{object.value("image"_L1).toString(), object.value("output"_L1).toString(), {}, false};
     job.pages.columns = object.value("columns"_L1).toInt(job.pages.columns);
     job.pages.marginPercent = object.value("margin"_L1).toInt(job.pages.marginPercent);
     job.pages.pageNumbers = object.value("numbers"_L1).toBool();
     job.pages.trim = object.value("trim"_L1).toBool();
     job.pages.autoCut = object.value("autoCut"_L1).toBool(true);
+    job.pages.cutRule = object.value("brightCuts"_L1).toBool() ? CutRule::Bright : CutRule::Calm;
     job.pages.lossless = object.value("lossless"_L1).toBool();
+    job.dryRun = object.value("dryRun"_L1).toBool();
     return job;
 }

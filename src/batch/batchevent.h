@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QJsonObject>
+#include <QList>
 #include <QString>
 
 #include <optional>
@@ -22,14 +23,17 @@ struct BatchEvent
     enum class Kind {
         Writing, ///< `text` is the path of the unfinished file
         Page, ///< `page` of `pages` is drawn
-        Done, ///< the file stands; `text` is a remark, mostly empty
+        Done, ///< the file is complete, or a dry run; `text` is a remark, mostly empty
         Failed, ///< `text` says why
     };
 
     Kind kind = Kind::Failed;
     int page = 0;
     int pages = 0;
-    qint64 bytes = 0; // of the file
+    qint64 bytes = 0; // of the file; none after a dry run
+    QList<int> cuts; // the first rows below them, in the image as trimmed
+    std::optional<QList<int>> through; // those through content; only known of calm cuts
+    int offset = 0; // the row of the image at which the trimmed one begins
     double seconds = 0; // that the job took
     BatchFailure failure = BatchFailure::Unwritable; // of Failed
     QString text;

@@ -49,20 +49,27 @@ BatchEvent whyUndecoded(const QString &path)
     return failedEvent(BatchFailure::Unreadable, u"unsupported image format or corrupted file"_s);
 }
 
-/// \a source without its blank border; as it is if there is nothing to keep
-/// behind, or too little. \a remark says so then.
-QPixmap trimmedOrWhole(const QPixmap &source, QString &remark)
+/// The pixels that become pages.
+struct PageSource
 {
-    const std::optional<QPixmap> trimmed = withoutBlankBorders(source);
+    QPixmap pixmap;
+    int offset = 0; ///< the row of the image at which they begin
+    QString remark; ///< why they were not trimmed, if so
+};
+
+/// \a image without its blank border; as it is if nothing would be left, or too
+/// little.
+PageSource trimmedOrWhole(const QPixmap &image)
+{
+    int topRow = 0;
+    const std::optional<QPixmap> trimmed = withoutBlankBorders(image, &topRow);
     if (!trimmed) {
-        remark = u"nothing to trim"_s;
-        return source;
+        return {image, 0, u"nothing to trim"_s};
     }
     if (!isLargeEnough(trimmed->size())) {
-        remark = u"not trimmed: too little would be left"_s;
-        return source;
+        return {image, 0, u"not trimmed: too little would be left"_s};
     }
-    return *trimmed;
+    return {*trimmed, topRow, {}};
 }
 
 /// The strips and pages of one image. There may be one at a time.
@@ -76,7 +83,7 @@ public:
         resetMinAspect();
         resetColumnMaxHeight();
         if (options.autoCut) {
-            placeCuts(items->strips.first());
+            placeCuts(items->strips.first(), options.cutRule);
         }
         if (showPageNumbers() != options.pageNumbers) {
             pages.first()->togglePageNumbers();
@@ -85,11 +92,38 @@ public:
 
     PreviewItem *firstPage() const { return pages.first(); }
     int pageCount() const { return int(pages.size()); }
+    const QList<PageItem *> &strips() const { return items->strips; }
 
 private:
     OwnedDocumentItems items;
     QList<PreviewItem *> pages; // of the chosen layout
 };
+
+int cutBelow(const PageItem *strip)
+{
+    return qRound(strip->sourceRect().bottom());
+}
+
+/// The end of a job, with the pages and cuts of \a document.
+BatchEvent doneEvent(const BatchDocument &document, const PageOptions &options)
+{
+    BatchEvent event;
+    event.kind = BatchEvent::Kind::Done;
+    event.pages = document.pageCount();
+    QList<int> through;
+    for (const PageItem *strip : document.strips()) {
+        if (strip->nextItem() != nullptr) {
+            event.cuts.append(cutBelow(strip));
+        }
+        if (strip->isCutThroughContent()) {
+            through.append(cutBelow(strip));
+        }
+    }
+    if (options.autoCut && options.cutRule == CutRule::Calm) {
+        event.through = through;
+    }
+    return event;
+}
 
 /// Writes the pages of \a document to the file \a path. Returns what went wrong,
 /// or an empty text.
@@ -132,29 +166,29 @@ BatchEvent writeOutput(const BatchDocument &document, const BatchJob &job, const
     if (!part.commit()) {
         return unwritten(job.output, part.error());
     }
-    event.kind = BatchEvent::Kind::Done;
-    event.pages = document.pageCount();
+    event = doneEvent(document, job.pages);
     event.bytes = QFileInfo(job.output).size();
     return event;
 }
 
 BatchEvent outcome(const BatchJob &job, const EventSink &sink)
 {
-    QPixmap source = decodeImageFile(job.image);
-    if (source.isNull()) {
+    PageSource source{decodeImageFile(job.image), 0, {}};
+    if (source.pixmap.isNull()) {
         return whyUndecoded(job.image);
     }
-    if (!isLargeEnough(source.size())) {
+    if (!isLargeEnough(source.pixmap.size())) {
         return failedEvent(BatchFailure::Unreadable,
-                           u"too small: %1 x %2 pixels"_s.arg(source.width()).arg(source.height()));
+                           u"too small: %1 x %2 pixels"_s.arg(source.pixmap.width()).arg(source.pixmap.height()));
     }
-    QString remark;
     if (job.pages.trim) {
-        source = trimmedOrWhole(source, remark);
+        source = trimmedOrWhole(source.pixmap);
     }
-    BatchEvent event = writeOutput(BatchDocument(source, job.pages), job, sink);
+    const BatchDocument document(source.pixmap, job.pages);
+    BatchEvent event = job.dryRun ? doneEvent(document, job.pages) : writeOutput(document, job, sink);
     if (event.kind == BatchEvent::Kind::Done) {
-        event.text = remark;
+        event.offset = source.offset;
+        event.text = source.remark;
     }
     return event;
 }

@@ -36,9 +36,14 @@ void describe(QCommandLineParser &parser)
         {u"margin"_s, u"Margin of the pages, 0 to 30 percent. Default: 10."_s, u"PERCENT"_s, u"10"_s},
         {u"page-numbers"_s, u"Number the pages."_s},
         {u"trim"_s, u"Take the blank border of the image away first."_s},
-        {u"no-auto-cut"_s, u"Cut at regular distances, not in blank rows."_s},
+        {u"cuts"_s,
+         u"calm: in the middle of gaps, on any ground. bright: on the brightest row, as the window does by default. "
+         u"regular: at regular distances. Default: calm."_s,
+         u"calm|bright|regular"_s, u"calm"_s},
+        {u"no-auto-cut"_s, u"The same as --cuts regular."_s},
         {u"lossless"_s, u"Keep every pixel as it is; by default they are stored as JPEG."_s},
         {{u"j"_s, u"jobs"_s}, u"Work on N images at a time, 1 to 64. Default: 1."_s, u"N"_s, u"1"_s},
+        {u"dry-run"_s, u"Print where each image would be cut, and write no file."_s},
         {u"json"_s, u"Tell of each page and file by a line of JSON."_s},
         {{u"q"_s, u"quiet"_s}, u"Tell of failures only."_s},
         {{u"v"_s, u"version"_s}, u"Show the version and end."_s},
@@ -53,6 +58,23 @@ bool readNumber(const QCommandLineParser &parser, const QString &name, int lowes
     bool isNumber = false;
     number = parser.value(name).toInt(&isNumber);
     return isNumber && number >= lowest && number <= highest;
+}
+
+/// What is wrong with the rule for placing cuts in \a parser, which is read into
+/// \a pages; empty if it is right.
+QString readCutRule(const QCommandLineParser &parser, PageOptions &pages)
+{
+    const QString cuts = parser.value(u"cuts"_s);
+    const std::optional<CutRule> rule = cutRuleNamed(cuts);
+    if (!rule && cuts != "regular"_L1) {
+        return u"--cuts must be calm, bright or regular, not \"%1\""_s.arg(cuts);
+    }
+    if (parser.isSet(u"no-auto-cut"_s) && parser.isSet(u"cuts"_s) && rule) {
+        return u"--no-auto-cut contradicts --cuts %1"_s.arg(cuts);
+    }
+    pages.autoCut = rule && !parser.isSet(u"no-auto-cut"_s);
+    pages.cutRule = rule.value_or(CutRule::Calm);
+    return {};
 }
 
 /// What is wrong with the numbers and operands of \a parser, which are read
@@ -77,7 +99,10 @@ QString readValues(const QCommandLineParser &parser, BatchOptions &options)
         return u"the name of an image is empty"_s;
     }
     options.output = parser.value(u"output"_s);
-    return options.output.isEmpty() ? u"no output is given: use -o OUT"_s : QString();
+    if (options.output.isEmpty() && (!options.dryRun || parser.isSet(u"output"_s))) {
+        return u"no output is given: use -o OUT"_s;
+    }
+    return readCutRule(parser, options.pages);
 }
 
 } // namespace
@@ -102,9 +127,9 @@ CommandLine readCommandLine(const QStringList &arguments)
     }
     line.options.pages.pageNumbers = parser.isSet(u"page-numbers"_s);
     line.options.pages.trim = parser.isSet(u"trim"_s);
-    line.options.pages.autoCut = !parser.isSet(u"no-auto-cut"_s);
     line.options.pages.lossless = parser.isSet(u"lossless"_s);
     line.options.json = parser.isSet(u"json"_s);
+    line.options.dryRun = parser.isSet(u"dry-run"_s);
     line.options.quiet = parser.isSet(u"quiet"_s);
     line.mistake = readValues(parser, line.options);
     if (!line.mistake.isEmpty()) {

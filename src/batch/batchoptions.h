@@ -1,5 +1,7 @@
 #pragma once
 
+#include "page/cutrule.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -12,6 +14,7 @@ struct PageOptions
     bool trim = false;
     bool autoCut = true;
     bool lossless = false;
+    CutRule cutRule = CutRule::Calm; // with autoCut
 };
 
 /// What a command line asks for.
@@ -19,10 +22,11 @@ struct BatchOptions
 {
     PageOptions pages;
     QStringList images; // at least one
-    QString output;
+    QString output; // may be empty for a dry run
     int jobs = 1; // 1 to 64 processes
     bool json = false;
     bool quiet = false;
+    bool dryRun = false;
 };
 
 struct CommandLine

@@ -51,14 +51,15 @@ BatchPlan planJobs(const BatchOptions &options)
 {
     BatchPlan plan;
     const QFileInfo output(QDir::cleanPath(options.output));
-    const bool toFolder = options.images.size() > 1 || options.output.endsWith(u'/') || output.isDir();
+    const bool toFolder =
+        !options.output.isEmpty() && (options.images.size() > 1 || options.output.endsWith(u'/') || output.isDir());
     if (toFolder && output.exists() && !output.isDir()) {
         plan.mistake = u"\"%1\" is a file, and a folder is needed"_s.arg(options.output);
         return plan;
     }
     QSet<QString> taken;
     for (const QString &image : options.images) {
-        BatchJob job{image, options.output, options.pages};
+        BatchJob job{image, options.output, options.pages, options.dryRun};
         if (toFolder) {
             job.output = QDir(options.output).filePath(untakenName(baseNameOf(image), taken) + ".pdf"_L1);
         }

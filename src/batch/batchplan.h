@@ -11,6 +11,7 @@ struct BatchJob
     QString image;
     QString output;
     PageOptions pages;
+    bool dryRun = false; // write nothing; `output` may be empty
 };
 
 struct BatchPlan

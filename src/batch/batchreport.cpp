@@ -17,6 +17,28 @@ QString pagesText(int pages)
     return pages == 1 ? u"1 page"_s : u"%1 pages"_s.arg(pages);
 }
 
+QString listed(const QList<int> &rows)
+{
+    QStringList numbers;
+    for (const int row : rows) {
+        numbers.append(QString::number(row));
+    }
+    return numbers.isEmpty() ? u"none"_s : numbers.join(u", "_s);
+}
+
+/// The cuts of \a event, for people.
+QString cutsText(const BatchEvent &event)
+{
+    QString text = u"cuts: %1"_s.arg(listed(event.cuts));
+    if (event.through && !event.through->isEmpty()) {
+        text += u"; through content: %1"_s.arg(listed(*event.through));
+    }
+    if (event.offset > 0) {
+        text += u"; counted from row %1 of the image"_s.arg(event.offset);
+    }
+    return text;
+}
+
 } // namespace
 
 QString timeLeft(qint64 elapsed, double share)
@@ -97,7 +119,9 @@ void BatchReport::tellInJson(const BatchJob &job, const BatchEvent &event)
     if (!isStep) {
         QJsonObject object = toJson(event);
         object.insert(u"image"_s, job.image);
-        object.insert(u"output"_s, job.output);
+        if (!job.output.isEmpty()) {
+            object.insert(u"output"_s, job.output);
+        }
         write(output, jsonLine(object));
     }
 }
@@ -108,9 +132,10 @@ void BatchReport::tellInWords(const BatchJob &job, const BatchEvent &event)
         write(errors, u"quillmarch-batch: %1: %2\n"_s.arg(printable(job.image), printable(event.text)).toUtf8());
     } else if (event.kind == BatchEvent::Kind::Done && !json && !quiet) {
         const QString remark = event.text.isEmpty() ? QString() : u" (%1)"_s.arg(event.text);
+        const QString cuts = job.dryRun ? u"; "_s + cutsText(event) : QString();
+        const QString target = job.dryRun ? QString() : u" -> "_s + printable(job.output);
         write(output,
-              u"%1 -> %2: %3%4\n"_s.arg(printable(job.image), printable(job.output), pagesText(event.pages), remark)
-                  .toUtf8());
+              u"%1%2: %3%4%5\n"_s.arg(printable(job.image), target, pagesText(event.pages), cuts, remark).toUtf8());
     }
 }
 

@@ -97,7 +97,7 @@ int planAndConvert(const BatchOptions &options)
     if (!plan.mistake.isEmpty()) {
         return refuse(plan.mistake);
     }
-    if (!plan.folder.isEmpty() && !QDir().mkpath(plan.folder)) {
+    if (!options.dryRun && !plan.folder.isEmpty() && !QDir().mkpath(plan.folder)) {
         std::fprintf(stderr, "quillmarch-batch: cannot make the folder \"%s\"\n", qPrintable(printable(plan.folder)));
         return int(BatchFailure::Unwritable);
     }

@@ -30,6 +30,7 @@ public:
     OwnedDocumentItems &operator=(const OwnedDocumentItems &) = delete;
 
     DocumentItems *operator->() { return &items; }
+    const DocumentItems *operator->() const { return &items; }
 
     /// The items, which the caller takes.
     DocumentItems release() { return std::exchange(items, {}); }

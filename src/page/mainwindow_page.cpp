@@ -6,5 +6,5 @@
 
 void MainWindow::onAutoCutClicked()
 {
-    placeCuts(dynamic_cast<PageItem *>(pageScene->itemAt(QPointF(10.0, 10.0), QTransform())));
+    placeCuts(dynamic_cast<PageItem *>(pageScene->itemAt(QPointF(10.0, 10.0), QTransform())), cutRule);
 }

@@ -2,6 +2,7 @@
 
 #include "output/previewitem.h"
 #include "page/banddrawing.h"
+#include "pixels/calmrow.h"
 #include "pixels/cutscan.h"
 #include "pixels/rowconverter.h"
 
@@ -14,6 +15,9 @@ double smallestAspect = initialMinAspect;
 
 // How much of a strip's height the search window of its cut covers.
 constexpr double windowShare = 0.3;
+
+// The least height of a strip beside a calm cut, in regular heights.
+constexpr double leastHeightShare = 0.4;
 
 // A shift of at most this size in either direction counts as none.
 constexpr double shiftTolerance = 0.01;
@@ -39,9 +43,9 @@ void resetMinAspect()
 
 PageItem::PageItem(const QPixmap &pixmap, const QRectF &band)
     : sourcePixmap(pixmap)
+    , initialRect(band)
     , m_sourceRect(band)
     , converter(std::make_shared<RowConverter>())
-    , initialRect(band)
 {
     setPos(band.x(), band.y());
     setAcceptHoverEvents(true);
@@ -133,20 +137,37 @@ void PageItem::drawSourceFitted(QPainter *painter, const QRectF &target)
                       height));
 }
 
-void PageItem::autoPlaceCut()
+double PageItem::shiftToBrightestRow() const
 {
-    if (m_nextItem == nullptr) {
-        return;
-    }
     const double height = m_sourceRect.height();
     const double windowHeight = windowShare * height;
     const QRectF window(m_sourceRect.x(), (m_sourceRect.y() + height) - windowHeight * 0.5, m_sourceRect.width(),
                         windowHeight);
 
-    const int row = brightestRow(sourcePixmap, window.toAlignedRect());
+    return brightestRow(sourcePixmap, window.toAlignedRect()) - 0.5 * windowHeight;
+}
+
+/// Goes by the regular band, so that no cut moves because of the cut above it.
+double PageItem::shiftToCalmRow()
+{
+    const CalmRow calm = calmRow(sourcePixmap.toImage(), cutPlace(initialRect.bottom(), initialRect.height()));
+    const double shift = calm.row - m_sourceRect.bottom();
+    const double leastHeight = leastHeightShare * initialRect.height();
+    cutThroughContent = calm.ground == CalmRow::Content;
+    const bool isTooLow =
+        m_sourceRect.height() + shift < leastHeight || m_nextItem->m_sourceRect.height() - shift < leastHeight;
+    return isTooLow ? 0.0 : shift;
+}
+
+void PageItem::autoPlaceCut(CutRule rule)
+{
+    if (m_nextItem == nullptr) {
+        return;
+    }
+    const double found = rule == CutRule::Calm ? shiftToCalmRow() : shiftToBrightestRow();
     double shift = 0.0 - lastShift;
     if (!(lastShift > shiftTolerance || -shiftTolerance > lastShift)) {
-        shift = row - 0.5 * windowHeight;
+        shift = found;
         lastMinAspect = smallestAspect;
     }
     lastShift = shift;
@@ -155,11 +176,11 @@ void PageItem::autoPlaceCut()
     update();
 }
 
-void placeCuts(PageItem *strip)
+void placeCuts(PageItem *strip, CutRule rule)
 {
     // Top to bottom: a placement changes the band of the next strip.
     for (; strip != nullptr; strip = strip->nextItem()) {
-        strip->autoPlaceCut();
+        strip->autoPlaceCut(rule);
     }
 }
 

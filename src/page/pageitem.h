@@ -1,5 +1,7 @@
 #pragma once
 
+#include "page/cutrule.h"
+
 #include <QGraphicsItem>
 #include <QList>
 #include <QPixmap>
@@ -85,10 +87,18 @@ public:
     /// times as wide as \a target is high. Does not clip to \a target.
     void drawSourceFitted(QPainter *painter, const QRectF &target);
 
-    /// Moves the cut below this strip to the brightest row within 0.15 of the
-    /// strip's height above and below it. A second call undoes the move, a third
-    /// repeats it. Does nothing on the last strip.
-    void autoPlaceCut();
+    /// Moves the cut below this strip by \a rule. A second call undoes the move, a
+    /// third repeats it. Does nothing on the last strip.
+    ///
+    /// Bright: to the brightest row within 0.15 of the strip's height above and
+    /// below it. Calm: to the calm row near its regular place, as far as a cut
+    /// between two strips of the regular height can be dragged; the cut stays if
+    /// one of the strips would become too low because its other cut was dragged.
+    void autoPlaceCut(CutRule rule = CutRule::Bright);
+
+    /// Whether the last search for a calm row found none, so that the cut below
+    /// this strip goes through content.
+    bool isCutThroughContent() const { return cutThroughContent; }
 
     /// See brightestRow().
     int findBrightestRow(const QImage &window) const;
@@ -110,11 +120,15 @@ protected:
     void mouseDoubleClickEvent(QGraphicsSceneMouseEvent *event) override;
 
 private:
+    double shiftToBrightestRow() const;
+    double shiftToCalmRow();
+
     void paintIdleHandle(QPainter *painter) const;
     void paintHoverHandle(QPainter *painter) const;
     void paintDragHandle(QPainter *painter) const;
 
     QPixmap sourcePixmap;
+    QRectF initialRect; // the band at construction
     QRectF m_sourceRect;
     std::shared_ptr<RowConverter> converter; // one for the whole chain
     QRectF m_bodyRect;
@@ -127,17 +141,17 @@ private:
     bool dragging = false;
     bool hovering = false; // the pointer was last seen on this strip's handle
     double lastShift = 0.0; // applied by the last automatic placement
+    bool cutThroughContent = false;
     double pressOffset = 0.0; // from the top of the handle to the press
     QList<PreviewItem *> previews;
 
     // Reserved: stored, and read nowhere.
-    [[maybe_unused]] QRectF initialRect; // the band at construction
     [[maybe_unused]] double reservedScaleX = 1.05;
     [[maybe_unused]] double reservedScaleY = 1.05;
     [[maybe_unused]] PageItem *reservedLink = nullptr;
     double lastMinAspect = 0.0; // `minAspect` at the last automatic placement that searched
 };
 
-/// Calls autoPlaceCut() on \a strip and the strips below it, from top to bottom.
-/// Does nothing if \a strip is null.
-void placeCuts(PageItem *strip);
+/// Calls autoPlaceCut() with \a rule on \a strip and the strips below it, from top
+/// to bottom. Does nothing if \a strip is null.
+void placeCuts(PageItem *strip, CutRule rule = CutRule::Bright);

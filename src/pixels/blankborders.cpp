@@ -167,12 +167,18 @@ std::optional<QRect> contentBounds(const GrayScan &scan, int threshold)
     return QRect(QPoint(left, top), QPoint(right, bottom));
 }
 
-std::optional<QPixmap> withoutBlankBorders(const QPixmap &source)
+std::optional<QPixmap> withoutBlankBorders(const QPixmap &source, int *topRow)
 {
     const std::optional<QRect> bounds = trimmedBounds(source.toImage());
     if (!bounds) {
         return std::nullopt;
     }
     const QPixmap trimmed = QPixmap::fromImage(source.toImage().copy(*bounds));
-    return trimmed.isNull() ? std::nullopt : std::optional(trimmed);
+    if (trimmed.isNull()) {
+        return std::nullopt;
+    }
+    if (topRow != nullptr) {
+        *topRow = bounds->top();
+    }
+    return trimmed;
 }

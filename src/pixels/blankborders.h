@@ -23,5 +23,6 @@
 [[nodiscard]] std::optional<QRect> contentBounds(const GrayScan &scan, int threshold);
 
 /// \a source without its blank borders; the same image if it has none. Nothing
-/// if it has no content, or if memory runs out.
-[[nodiscard]] std::optional<QPixmap> withoutBlankBorders(const QPixmap &source);
+/// if it has no content, or if memory runs out. Otherwise \a topRow, if given,
+/// becomes the first row of \a source that is kept.
+[[nodiscard]] std::optional<QPixmap> withoutBlankBorders(const QPixmap &source, int *topRow = nullptr);

@@ -101,6 +101,10 @@ private slots:
     void cutChoiceReachesTheDocument_data();
     void cutChoiceReachesTheDocument();
     void windowPlacesCutsUnlessDisabled();
+    void readsTheCutRule_data();
+    void readsTheCutRule();
+    void cutRuleReachesTheDocument_data();
+    void cutRuleReachesTheDocument();
 
     void programUsesEnglishIfConfigured();
     void programUsesChineseOtherwise_data();
@@ -185,6 +189,48 @@ void TestStartup::windowPlacesCutsUnlessDisabled()
     MainWindow window;
     window.loadImageFile(savedPicture(image, u"blank.png"_s));
     QCOMPARE(stripsOf(window).first()->sourceRect(), QRectF(0, 0, 140, 170));
+}
+
+void TestStartup::readsTheCutRule_data()
+{
+    QTest::addColumn<QByteArray>("config");
+    QTest::addColumn<bool>("isCalm");
+    for (const char *value : {"calm", "\"calm\""}) {
+        QTest::newRow(value) << iniWith("cutrule", value) << true;
+    }
+    for (const char *value : {"bright", "Calm", "CALM", "\" calm\"", "calm1", "true", "1", ""}) {
+        QTest::newRow(value) << iniWith("cutrule", value) << false;
+    }
+    QTest::newRow("no key") << QByteArray("[config]\nautopage=calm\n") << false;
+    QTest::newRow("another group") << QByteArray("[General]\ncutrule=calm\n") << false;
+}
+
+void TestStartup::readsTheCutRule()
+{
+    QFETCH(QByteArray, config);
+    QTemporaryDir dir;
+    savedBytes(config, dir.filePath(u"user.ini"_s));
+    QTEST(chosenCutRule(dir.filePath(u"user.ini"_s)) == CutRule::Calm, "isCalm");
+    QVERIFY(chosenCutRule(dir.filePath(u"absent.ini"_s)) == CutRule::Bright);
+}
+
+void TestStartup::cutRuleReachesTheDocument_data()
+{
+    QTest::addColumn<CutRule>("rule");
+    QTest::addColumn<QRectF>("firstBand");
+    QTest::newRow("bright") << CutRule::Bright << QRectF(0, 0, 140, 170); // blank: the topmost row of the window
+    QTest::newRow("calm") << CutRule::Calm << QRectF(0, 0, 140, 200); // the regular place
+}
+
+void TestStartup::cutRuleReachesTheDocument()
+{
+    QFETCH(CutRule, rule);
+    QImage image(140, 700, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    MainWindow window;
+    window.setCutRule(rule);
+    window.loadImageFile(savedPicture(image, u"blank.png"_s));
+    QTEST(stripsOf(window).first()->sourceRect(), "firstBand");
 }
 
 void TestStartup::programUsesEnglishIfConfigured()

@@ -105,6 +105,9 @@ private slots:
 
     void readsDefaults();
     void readsAllOptions();
+    void readsTheCutRule_data();
+    void readsTheCutRule();
+    void dryRunNeedsNoOutput();
     void rejects_data();
     void rejects();
     void answers_data();
@@ -164,7 +167,9 @@ void TestBatchParts::readsDefaults()
     QVERIFY(!line.options.pages.pageNumbers);
     QVERIFY(!line.options.pages.trim);
     QVERIFY(line.options.pages.autoCut);
+    QVERIFY(line.options.pages.cutRule == CutRule::Calm);
     QVERIFY(!line.options.pages.lossless);
+    QVERIFY(!line.options.dryRun);
     QCOMPARE(line.options.jobs, 1);
     QVERIFY(!line.options.json);
     QVERIFY(!line.options.quiet);
@@ -197,6 +202,41 @@ void TestBatchParts::readsAllOptions()
     }
 }
 
+void TestBatchParts::readsTheCutRule_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<bool>("autoCut");
+    QTest::addColumn<CutRule>("rule");
+    QTest::newRow("calm") << u"--cuts calm"_s << true << CutRule::Calm;
+    QTest::newRow("bright") << u"--cuts=bright"_s << true << CutRule::Bright;
+    QTest::newRow("regular") << u"--cuts regular"_s << false << CutRule::Calm;
+    QTest::newRow("regular twice") << u"--cuts regular --no-auto-cut"_s << false << CutRule::Calm;
+}
+
+void TestBatchParts::readsTheCutRule()
+{
+    QFETCH(QString, arguments);
+    const CommandLine line = readCommandLine(commandLine(u"a.png -o a.pdf "_s.append(arguments).split(u' ')));
+    QCOMPARE(line.mistake, QString());
+    QTEST(line.options.pages.autoCut, "autoCut");
+    QTEST(line.options.pages.cutRule, "rule");
+}
+
+void TestBatchParts::dryRunNeedsNoOutput()
+{
+    const CommandLine line = readCommandLine(commandLine({u"--dry-run"_s, u"a.png"_s, u"b.png"_s}));
+    QCOMPARE(line.mistake, QString());
+    QVERIFY(line.options.dryRun);
+    const BatchPlan plan = planJobs(line.options);
+    QCOMPARE(plan.mistake, QString());
+    QCOMPARE(plan.folder, QString());
+    QCOMPARE(plan.jobs.size(), 2);
+    for (const BatchJob &job : plan.jobs) {
+        QVERIFY(job.dryRun);
+        QCOMPARE(job.output, QString());
+    }
+}
+
 void TestBatchParts::rejects_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -219,6 +259,12 @@ void TestBatchParts::rejects_data()
     row("margin past 32 bits", u"a.png -o out --margin 99999999999"_s, u"--margin"_s);
     row("no job", u"a.png -o out -j 0"_s, u"--jobs"_s);
     row("65 jobs", u"a.png -o out -j 65"_s, u"--jobs"_s);
+    row("unknown rule for cuts", u"a.png -o out --cuts dark"_s, u"--cuts must be calm, bright or regular"_s);
+    row("rule in capitals", u"a.png -o out --cuts Calm"_s, u"--cuts must be"_s);
+    row("no rule", u"a.png -o out --cuts="_s, u"--cuts must be"_s);
+    row("calm and not", u"a.png -o out --cuts calm --no-auto-cut"_s, u"--no-auto-cut contradicts --cuts calm"_s);
+    row("bright and not", u"a.png -o out --no-auto-cut --cuts bright"_s, u"--no-auto-cut contradicts --cuts bright"_s);
+    row("dry run of nothing", u"--dry-run"_s, u"no image"_s);
     row("jobs in words", u"a.png -o out -j two"_s, u"--jobs"_s);
     QTest::newRow("empty output") << QStringList{u"a.png"_s, u"-o"_s, QString()} << u"-o OUT"_s;
     QTest::newRow("empty image") << QStringList{QString(), u"-o"_s, u"out"_s} << u"empty"_s;
@@ -260,8 +306,9 @@ void TestBatchParts::serves()
 void TestBatchParts::helpNamesEveryOption()
 {
     const QString help = batchHelp();
-    for (const char *name : {"--output", "--columns", "--margin", "--page-numbers", "--trim", "--no-auto-cut",
-                             "--lossless", "--jobs", "--json", "--quiet", "--version", "--help", "Exit status"}) {
+    for (const char *name :
+         {"--output", "--columns", "--margin", "--page-numbers", "--trim", "--cuts", "--no-auto-cut", "--dry-run",
+          "--lossless", "--jobs", "--json", "--quiet", "--version", "--help", "Exit status"}) {
         QVERIFY2(help.contains(QLatin1StringView(name)), name);
     }
     QVERIFY(!help.contains(serveArgument()));
@@ -364,6 +411,13 @@ void TestBatchParts::eventsSurviveTheirJson_data()
     event.seconds = 1.25;
     event.text = u"a remark"_s;
     QTest::newRow("done") << event;
+    event.offset = 12;
+    event.cuts = {700, 1420};
+    QTest::newRow("done with cuts") << event;
+    event.through = QList<int>{};
+    QTest::newRow("done with calm cuts") << event;
+    event.through = QList<int>{1420};
+    QTest::newRow("done with a cut through content") << event;
     QTest::newRow("failed") << failureOf(BatchFailure::TooLarge);
 }
 
@@ -381,6 +435,9 @@ void TestBatchParts::eventsSurviveTheirJson()
     QCOMPARE(passed->seconds, event.seconds);
     QVERIFY(passed->failure == event.failure);
     QCOMPARE(passed->text, event.text);
+    QCOMPARE(passed->offset, event.offset);
+    QCOMPARE(passed->cuts, event.cuts);
+    QVERIFY(passed->through == event.through);
 }
 
 void TestBatchParts::jobsSurviveTheirJson()
@@ -388,7 +445,8 @@ void TestBatchParts::jobsSurviveTheirJson()
     BatchJob job{u"a\n\"名\".png"_s, u"b.pdf"_s, {}};
     for (const bool isOther : {false, true}) {
         if (isOther) {
-            job.pages = {2, 25, true, true, false, true};
+            job.pages = {2, 25, true, true, false, true, CutRule::Bright};
+            job.dryRun = true;
         }
         const std::optional<BatchJob> passed = jobFromJson(jsonLine(toJson(job)));
         QVERIFY(passed.has_value());
@@ -400,6 +458,8 @@ void TestBatchParts::jobsSurviveTheirJson()
         QCOMPARE(passed->pages.trim, job.pages.trim);
         QCOMPARE(passed->pages.autoCut, job.pages.autoCut);
         QCOMPARE(passed->pages.lossless, job.pages.lossless);
+        QVERIFY(passed->pages.cutRule == job.pages.cutRule);
+        QCOMPARE(passed->dryRun, job.dryRun);
     }
 }
 

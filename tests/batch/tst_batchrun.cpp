@@ -8,6 +8,10 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+
+#include <algorithm>
+#include <cstdlib>
 
 #ifdef Q_OS_UNIX
 #include <csignal>
@@ -34,6 +38,42 @@ QString longPicture()
 {
     static const QString path = savedPicture(blockPicture(700, 57600), u"../long.png"_s);
     return path;
+}
+
+/// Light marks on a dark ground in the rows below the first \a border, except from
+/// 440 to 460 and 1050 to 1064 of them. They fill the width.
+QImage darkPicture(int height, int border = 0)
+{
+    QImage image(350, border + height, QImage::Format_RGB32);
+    image.fill(qRgb(25, 28, 35));
+    for (int y = 0; y < height; ++y) {
+        const bool isBlank = (y >= 440 && y < 460) || (y >= 1050 && y < 1064);
+        for (int x = 0; x < image.width() && !isBlank; x += 1 + (x * 7 + y * 13) % 5) {
+            image.setPixel(x, border + y, qRgb(220, 220, 225));
+        }
+    }
+    return image;
+}
+
+/// How often neighboring pixels of row \a y clearly differ: in a blank row only at
+/// the edges of bubbles.
+int changesAlong(const QImage &image, int y)
+{
+    int changes = 0;
+    for (int x = 1; x < image.width(); ++x) {
+        changes += std::abs(qGray(image.pixel(x, y)) - qGray(image.pixel(x - 1, y))) > 16 ? 1 : 0;
+    }
+    return changes;
+}
+
+/// The most changes along the rows beside \a cuts of \a image.
+int mostChangesBeside(const QJsonArray &cuts, const QImage &image)
+{
+    int most = 0;
+    for (const QJsonValue &cut : cuts) {
+        most = std::max({most, changesAlong(image, cut.toInt() - 1), changesAlong(image, cut.toInt())});
+    }
+    return most;
 }
 
 QStringList partFiles()
@@ -115,6 +155,14 @@ private slots:
     void reportsInText();
     void reportsInJson_data();
     void reportsInJson();
+    void reportsWhereItCuts_data();
+    void reportsWhereItCuts();
+    void reportsACutThroughContent();
+    void countsRowsOfTheTrimmedImage();
+    void dryRunWritesNothing_data();
+    void dryRunWritesNothing();
+    void dryRunReportsInJson();
+    void cutsADarkChatCleanly();
     void printsNothingWhenQuiet();
     void printsFailuresWhenQuiet();
     void fullStandardOutputIsAFailure();
@@ -317,6 +365,9 @@ void TestBatchRun::reportsInJson()
     QJsonObject done = eventsIn(lines, u"done"_s).value(0);
     QCOMPARE(done.take("bytes"_L1).toInteger(), QFileInfo(u"out/a.pdf"_s).size());
     QVERIFY(done.take("seconds"_L1).isDouble());
+    QCOMPARE(done.take("cuts"_L1).toArray().size(), 2);
+    QCOMPARE(done.take("offset"_L1), QJsonValue(0));
+    QVERIFY(done.take("through"_L1).isArray());
     const QJsonObject expectedDone{
         {u"event"_s, u"done"_s}, {u"image"_s, u"a.png"_s}, {u"output"_s, u"out/a.pdf"_s}, {u"pages"_s, 3}};
     QCOMPARE(done, expectedDone);
@@ -331,6 +382,118 @@ void TestBatchRun::reportsInJson()
     const QJsonObject expectedLast{{u"event"_s, u"end"_s}, {u"files"_s, 2}, {u"done"_s, 1},
                                    {u"failed"_s, 1},       {u"pages"_s, 3}, {u"exit"_s, 3}};
     QCOMPARE(last, expectedLast);
+}
+
+void TestBatchRun::reportsWhereItCuts_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QJsonArray>("cuts");
+    QTest::addColumn<bool>("knowsContent");
+    QTest::newRow("default") << QStringList() << QJsonArray{450, 1057} << true;
+    QTest::newRow("calm") << QStringList{u"--cuts"_s, u"calm"_s} << QJsonArray{450, 1057} << true;
+    QTest::newRow("regular") << QStringList{u"--cuts"_s, u"regular"_s} << QJsonArray{500, 1000} << false;
+    QTest::newRow("no auto cut") << QStringList{u"--no-auto-cut"_s} << QJsonArray{500, 1000} << false;
+}
+
+void TestBatchRun::reportsWhereItCuts()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(bool, knowsContent);
+    savedPicture(darkPicture(1499), u"a.png"_s);
+    const BatchEnd end =
+        runBatchProgram(arguments + QStringList{u"--json"_s, u"-q"_s, u"a.png"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.code, 0);
+    const QJsonObject done = jsonLinesOf(end.output).value(0);
+    QTEST(done.value("cuts"_L1).toArray(), "cuts");
+    QCOMPARE(done.contains("through"_L1), knowsContent);
+    QCOMPARE(done.value("through"_L1).toArray(), QJsonArray());
+    QCOMPARE(done.value("offset"_L1), QJsonValue(0));
+}
+
+void TestBatchRun::reportsACutThroughContent()
+{
+    savedPicture(darkPicture(1900).copy(0, 600, 350, 999), u"a.png"_s); // the only gap is 450 to 464
+    savedPicture(darkPicture(1900).copy(0, 1100, 350, 800), u"b.png"_s); // there is none
+    const BatchEnd end = runBatchProgram({u"--dry-run"_s, u"--json"_s, u"a.png"_s, u"b.png"_s});
+    QCOMPARE(end.code, 0);
+    const QList<QJsonObject> lines = jsonLinesOf(end.output);
+    QCOMPARE(lines.size(), 3);
+    QCOMPARE(lines.at(0).value("cuts"_L1).toArray(), QJsonArray{457});
+    QCOMPARE(lines.at(0).value("through"_L1).toArray(), QJsonArray());
+    QCOMPARE(lines.at(1).value("cuts"_L1).toArray().size(), 1);
+    QCOMPARE(lines.at(1).value("through"_L1), lines.at(1).value("cuts"_L1));
+}
+
+void TestBatchRun::countsRowsOfTheTrimmedImage()
+{
+    QImage picture = darkPicture(1499, 40);
+    picture.invertPixels();
+    savedPicture(picture, u"a.png"_s);
+    const BatchEnd end = runBatchProgram({u"--dry-run"_s, u"--trim"_s, u"a.png"_s});
+    QCOMPARE(end.output, "a.png: 3 pages; cuts: 450, 1057; counted from row 40 of the image\n");
+    const BatchEnd json = runBatchProgram({u"--dry-run"_s, u"--trim"_s, u"--json"_s, u"a.png"_s});
+    QCOMPARE(jsonLinesOf(json.output).value(0).value("cuts"_L1).toArray(), (QJsonArray{450, 1057}));
+    QCOMPARE(jsonLinesOf(json.output).value(0).value("offset"_L1), QJsonValue(40));
+}
+
+void TestBatchRun::dryRunWritesNothing_data()
+{
+    QTest::addColumn<QStringList>("output");
+    QTest::newRow("without an output") << QStringList();
+    QTest::newRow("a file") << QStringList{u"-o"_s, u"a.pdf"_s};
+    QTest::newRow("a folder") << QStringList{u"-o"_s, u"out/"_s};
+}
+
+void TestBatchRun::dryRunWritesNothing()
+{
+    QFETCH(QStringList, output);
+    savedPicture(darkPicture(1499), u"a.png"_s);
+    const BatchEnd end = runBatchProgram(QStringList{u"--dry-run"_s, u"a.png"_s} + output);
+    QCOMPARE(end.code, 0);
+    QCOMPARE(end.errors, QByteArray());
+    QCOMPARE(end.output, "a.png: 3 pages; cuts: 450, 1057\n");
+    QCOMPARE(fileNamesIn(u"."_s), QStringList(u"a.png"_s));
+}
+
+void TestBatchRun::dryRunReportsInJson()
+{
+    savedPicture(darkPicture(1499), u"a.png"_s);
+    savedPicture(darkPicture(300), u"b.png"_s);
+    const BatchEnd end = runBatchProgram({u"--dry-run"_s, u"--json"_s, u"a.png"_s, u"b.png"_s, u"none.png"_s});
+    QCOMPARE(end.code, 3);
+    const QList<QJsonObject> lines = jsonLinesOf(end.output);
+    QCOMPARE(lines.size(), 4);
+    QJsonObject done = lines.first();
+    QVERIFY(done.take("seconds"_L1).isDouble());
+    QCOMPARE(done,
+             QJsonObject({{u"event"_s, u"done"_s},
+                          {u"image"_s, u"a.png"_s},
+                          {u"pages"_s, 3},
+                          {u"offset"_s, 0},
+                          {u"cuts"_s, QJsonArray{450, 1057}},
+                          {u"through"_s, QJsonArray()}}));
+    QCOMPARE(lines.at(1).value("cuts"_L1), QJsonValue(QJsonArray()));
+    QCOMPARE(lines.at(2).value("code"_L1), QJsonValue(3));
+    QCOMPARE(fileNamesIn(u"."_s), (QStringList{u"a.png"_s, u"b.png"_s}));
+}
+
+void TestBatchRun::cutsADarkChatCleanly()
+{
+    const QString chat = QFINDTESTDATA("../../samples/dark-chat.png");
+    const QImage image(chat);
+    const auto doneWith = [&chat](const QStringList &arguments) {
+        const BatchEnd end = runBatchProgram(QStringList{u"--dry-run"_s, u"--json"_s, chat} + arguments);
+        return jsonLinesOf(end.output).value(0);
+    };
+    constexpr int mostOfABlankRow = 6;
+    const QJsonObject calm = doneWith({});
+    QCOMPARE(calm.value("cuts"_L1).toArray().size(), 6);
+    QCOMPARE(calm.value("through"_L1), QJsonValue(QJsonArray()));
+    QCOMPARE_LE(mostChangesBeside(calm.value("cuts"_L1).toArray(), image), mostOfABlankRow);
+    for (const QString &other : {u"bright"_s, u"regular"_s}) {
+        QCOMPARE_GT(mostChangesBeside(doneWith({u"--cuts"_s, other}).value("cuts"_L1).toArray(), image),
+                    mostOfABlankRow);
+    }
 }
 
 void TestBatchRun::printsNothingWhenQuiet()

@@ -350,10 +350,10 @@ void TestGuides::listsEverySetting()
     for (const QStringList &row : tableBelow(textOf(projectFile(name)), heading)) {
         keys.append(row.value(1));
     }
-    QCOMPARE(
-        keys,
-        (QStringList{u"language"_s, u"autopage"_s, u"marginsc"_s, u"imagedir"_s, u"savepath"_s, u"windowGeometry"_s,
-                     u"windowState"_s, u"splitterState"_s, u"updater/skippedVersion"_s, u"update/skippedVersion"_s}));
+    QCOMPARE(keys,
+             (QStringList{u"language"_s, u"autopage"_s, u"cutrule"_s, u"marginsc"_s, u"imagedir"_s, u"savepath"_s,
+                          u"windowGeometry"_s, u"windowState"_s, u"splitterState"_s, u"updater/skippedVersion"_s,
+                          u"update/skippedVersion"_s}));
     const QString sources = allSources();
     for (const QString &key : keys) {
         QVERIFY2(sources.contains(u'"' + key + u'"'), qPrintable(key));
@@ -368,16 +368,19 @@ void TestGuides::sampleSettingsAreRead()
     savedBytes(sample.toUtf8(), file);
     QCOMPARE(interfaceLanguage(file), u"en"_s);
     QVERIFY(isAutoPageWanted(file));
+    QVERIFY(chosenCutRule(file) == CutRule::Bright);
     QString value;
     QVERIFY(readConfigValue(file, u"marginsc"_s, value));
     QCOMPARE(value, QString());
 
     const QString other = dir.filePath(u"other.ini"_s);
     sample.replace("autopage=true"_L1, "autopage=false"_L1).replace("language=en"_L1, "language=zh"_L1);
+    sample.replace("\n;cutrule"_L1, "\ncutrule"_L1);
     sample.replace("\n;marginsc"_L1, "\nmarginsc"_L1).replace("\n;imagedir"_L1, "\nimagedir"_L1);
     savedBytes(sample.toUtf8(), other);
     QCOMPARE(interfaceLanguage(other), u"zh"_s);
     QVERIFY(!isAutoPageWanted(other));
+    QVERIFY(chosenCutRule(other) == CutRule::Calm);
     QVERIFY(readConfigValue(other, u"marginsc"_s, value));
     QCOMPARE(value, u"10"_s);
     QVERIFY(readConfigValue(other, u"imagedir"_s, value));
@@ -391,7 +394,8 @@ void TestGuides::sampleNamesEverySetting()
     for (const QRegularExpressionMatch &match : key.globalMatch(textOf(projectFile(u"docs/user.ini.sample"_s)))) {
         keys.append(match.captured(1));
     }
-    QCOMPARE(keys, (QStringList{u"language"_s, u"autopage"_s, u"marginsc"_s, u"imagedir"_s, u"savepath"_s}));
+    QCOMPARE(keys,
+             (QStringList{u"language"_s, u"autopage"_s, u"cutrule"_s, u"marginsc"_s, u"imagedir"_s, u"savepath"_s}));
 }
 
 void TestGuides::listsEverySample()

@@ -8,7 +8,7 @@ import unittest
 import packages
 from packages import FolderTest, output_of
 
-GUIDES = {"guide.md", "guide.zh.md", "batch.md", "user.ini.sample", "images/window-en.png"}
+GUIDES = {"guide.md", "guide.zh.md", "batch.md", "cuts.md", "user.ini.sample", "images/window-en.png"}
 
 
 class DebianPackage(FolderTest):

@@ -6,7 +6,8 @@ using namespace Qt::StringLiterals;
 
 void clearConfigValues()
 {
-    for (const QString &key : {u"language"_s, u"autopage"_s, u"marginsc"_s, u"imagedir"_s, u"savepath"_s}) {
+    for (const QString &key :
+         {u"language"_s, u"autopage"_s, u"cutrule"_s, u"marginsc"_s, u"imagedir"_s, u"savepath"_s}) {
         if (!configValue(key).isEmpty()) {
             writeConfigValue(configFilePath(), key, QString());
         }

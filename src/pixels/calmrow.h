@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QImage>
+
+/// Where a cut is wanted, and how far from there it may go. In source rows.
+struct CutPlace
+{
+    int regular = 0; ///< the first row below the cut if it stays where it is
+    int near = 0; ///< the cut is looked for so far above and below
+    int far = 0; ///< and so far if there is no clear gap near
+};
+
+/// The place of the cut below a strip of \a stripHeight rows that ends at
+/// \a regular: within 0.15 of the height, or 0.2 at most, which is as far as a
+/// cut between two strips of that height can be dragged.
+///
+/// It depends on the regular heights alone, so that no cut moves because of
+/// the cut above it, and no strip becomes lower than 0.6 of its height.
+CutPlace cutPlace(double regular, double stripHeight);
+
+/// Where a cut through a picture goes best.
+struct CalmRow
+{
+    enum Ground {
+        Clear, ///< a gap in plain ground: paper, a page, a bubble
+        Busy, ///< a gap in ground with noise or a pattern, between busier rows
+        Edge, ///< no gap, but the edge between two pictures
+        Content, ///< none of these: the cut goes through content
+    };
+
+    int row = 0; ///< the first row below the cut, within reach of the regular one
+    int gap = 0; ///< the rows of the gap that the cut halves, within the window
+    Ground ground = Content;
+};
+
+/// The row of \a source in whose place a cut goes through nothing, or through
+/// as little as possible.
+///
+/// Rows are compared by how much their pixels differ from those to the left,
+/// near and a fiftieth of the width away, and from those above. No color, no
+/// brightness and no threshold plays a part in it: a gap is where rows change
+/// less than those around it. The higher and the calmer, and the nearer to the
+/// regular place, the better; the cut goes through its middle.
+///
+/// Equal pixels give an equal row in every format, and so does a picture that
+/// is mirrored left to right, or has a constant added to all channels.
+CalmRow calmRow(const QImage &source, const CutPlace &place);
