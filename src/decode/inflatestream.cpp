@@ -5,6 +5,7 @@
 
 namespace {
 
+constexpr int bitsPerByte = 8;
 constexpr size_t inputCapacity = size_t(64) * 1024;
 
 } // namespace
@@ -43,8 +44,20 @@ void InflateStream::fillInput()
     state->avail_in = quint32(input.size());
 }
 
+/// The library takes any stated window, Qt none of more than 32 KiB.
+bool InflateStream::startsWell()
+{
+    constexpr int largestWindow = 7; // as stated in the upper half of the first byte
+    fillInput();
+    return !input.empty() && input[0] >> 4 <= largestWindow;
+}
+
 bool InflateStream::read(uchar *to, qsizetype size)
 {
+    isStarted = isStarted || startsWell();
+    if (!isStarted) {
+        return false;
+    }
     state->next_out = to;
     state->avail_out = quint32(size);
     while (state->avail_out > 0 && state->block_state != ISAL_BLOCK_FINISH) {
@@ -64,5 +77,5 @@ bool InflateStream::isAtEnd()
 {
     uchar unexpected = 0;
     return !read(&unexpected, 1) && state->block_state == ISAL_BLOCK_FINISH && state->avail_out == 1
-        && state->avail_in == 0 && chunk == chunks.size();
+        && state->avail_in == 0 && state->read_in_length < bitsPerByte && chunk == chunks.size();
 }

@@ -27,11 +27,13 @@ public:
 
 private:
     void fillInput();
+    bool startsWell();
 
     FileWindow window;
     const std::vector<PngSegment> &chunks;
     size_t chunk = 0; ///< the one to read from
     qsizetype taken = 0; ///< of that chunk
     std::vector<uchar> input;
+    bool isStarted = false;
     std::unique_ptr<inflate_state> state;
 };

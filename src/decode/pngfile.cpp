@@ -167,11 +167,17 @@ private:
     bool take(const Chunk &chunk)
     {
         if (chunk.type == "IDAT") {
+            if (isPaletteMissing()) {
+                return false;
+            }
             file.data.push_back({chunk.dataAt(), chunk.length});
             return chunk.length > 0 && file.chunksAfter.isEmpty();
         }
+        hasPalette = hasPalette || chunk.type == "PLTE";
         return (chunk.isAncillary() || chunk.type == "PLTE") && keep(chunk);
     }
+
+    bool isPaletteMissing() const { return file.header.at(9) == Palette && !hasPalette; }
 
     bool keep(const Chunk &chunk)
     {
@@ -186,6 +192,7 @@ private:
 
     FileWindow window;
     qint64 next = signatureLength;
+    bool hasPalette = false;
     PngFile file;
 };
 
