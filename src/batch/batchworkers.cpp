@@ -1,5 +1,7 @@
 #include "batch/batchworkers.h"
 
+#include "decode/decodethreads.h"
+
 #include <QFile>
 #include <QTimer>
 
@@ -162,6 +164,7 @@ void BatchWorkers::onEnd(Worker &worker)
 
 void serveJobs()
 {
+    setDecodeThreads(DecodeThreads::One); // the other processors have servers of their own
     endWithParent();
     std::string line;
     while (std::getline(std::cin, line)) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "decode/decodethreads.h"
+
 #include <QByteArray>
 #include <QImage>
 #include <QSize>
@@ -7,9 +9,6 @@
 #include <memory>
 
 class QIODevice;
-
-/// How many threads a decoder may use, its caller's included.
-enum class DecodeThreads { One, Two };
 
 /// Decodes one image to what QImageReader would read from the same file, turned
 /// upright, but faster. Whatever is unusual or damaged is left to QImageReader.
@@ -31,8 +30,5 @@ public:
 
 /// A decoder of the file that \a device holds, whose format is \a format as
 /// QImageReader names it; null if QImageReader must read the file. The device
-/// must be open and random-access, and must outlive the decoder.
+/// must be open and must outlive the decoder.
 std::unique_ptr<ImageDecoder> makeImageDecoder(QIODevice &device, const QByteArray &format);
-
-/// Two threads where there is a second processor for one, otherwise one.
-DecodeThreads availableDecodeThreads();

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 #include <system_error>
 #include <thread>
 
@@ -172,11 +173,16 @@ bool JpegDecoder::readHalves(const RowWriter &writer, JpegSession &session) cons
     return isUpperRead && isLowerRead;
 }
 
+/// Runs in a thread, from which no exception may come.
 bool JpegDecoder::readLowerRows(const RowWriter &writer, int first) const
 {
-    JpegSession session(*device);
-    return session.open(file.channels) && session.start() && session.skipRows(first)
-        && writer.write(session, first, file.size.height()) && session.finish();
+    try {
+        JpegSession session(*device);
+        return session.open(file.channels) && session.start() && session.skipRows(first)
+            && writer.write(session, first, file.size.height()) && session.finish();
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
 }
 
 } // namespace

@@ -5,8 +5,3 @@ std::unique_ptr<ImageDecoder> makeImageDecoder(QIODevice & /*device*/, const QBy
 {
     return nullptr;
 }
-
-DecodeThreads availableDecodeThreads()
-{
-    return DecodeThreads::One;
-}
