@@ -5,10 +5,6 @@
 #include <QImageIOHandler>
 #include <QImageReader>
 
-#ifdef Q_OS_LINUX
-#include <sys/mman.h>
-#endif
-
 namespace {
 
 constexpr qint64 bytesPerCountedPixel = 4; // whatever the depth is
@@ -20,31 +16,13 @@ bool isWithinLimit(QSize size)
     return limit == 0 || bytes <= limit;
 }
 
-/// Asks for large pages: a long image takes tens of thousands of small ones,
-/// and the system needs longer to hand them out than to clear them.
-void preferLargePages([[maybe_unused]] QImage &image)
-{
-#if defined(Q_OS_LINUX) && defined(MADV_HUGEPAGE)
-    constexpr quintptr pageSize = 4096;
-    constexpr qsizetype worthwhile = qsizetype(8) << 20;
-    if (image.sizeInBytes() >= worthwhile) {
-        const auto begin = reinterpret_cast<quintptr>(image.bits());
-        const quintptr aligned = (begin + pageSize - 1) / pageSize * pageSize;
-        const quintptr end = (begin + quintptr(image.sizeInBytes())) / pageSize * pageSize;
-        madvise(reinterpret_cast<void *>(aligned), end - aligned, MADV_HUGEPAGE); // only advice: may fail
-    }
-#endif
-}
-
 } // namespace
 
 QImage allocatedImage(QSize size, QImage::Format format)
 {
     QImage image;
-    if (isWithinLimit(size) && QImageIOHandler::allocateImage(size, format, &image)) {
-        preferLargePages(image);
-    }
-    return image;
+    const bool isAllocated = isWithinLimit(size) && QImageIOHandler::allocateImage(size, format, &image);
+    return isAllocated ? image : QImage();
 }
 
 void copyMetadata(const QImage &model, QImage &image)
