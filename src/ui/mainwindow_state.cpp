@@ -1,10 +1,9 @@
 #include "app/mainwindow.h"
 
 #include "ui/customsplitter.h"
+#include "ui/windowgeometry.h"
 
-#include <QGuiApplication>
 #include <QMoveEvent>
-#include <QScreen>
 #include <QSettings>
 #include <QTimer>
 #include <QToolBar>
@@ -13,20 +12,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int smallestWidth = 400;
-constexpr int smallestHeight = 300;
-
 constexpr auto organization = "Quillmarch"_L1;
 constexpr auto application = "Settings"_L1;
 constexpr auto geometryKey = "windowGeometry"_L1;
 constexpr auto stateKey = "windowState"_L1;
 constexpr auto splitterKey = "splitterState"_L1;
-
-/// In 64 bits, because the sum of stored coordinates can overflow 32.
-int middle(int from, int to)
-{
-    return int((qint64(from) + to) / 2);
-}
 
 } // namespace
 
@@ -112,26 +102,10 @@ void MainWindow::restoreSplitterState()
 
 bool MainWindow::isGeometryUsable(const QRect &rect) const
 {
-    if (rect.width() < smallestWidth || rect.height() < smallestHeight) {
-        return false;
-    }
-    const QPoint center(middle(rect.left(), rect.right()), middle(rect.top(), rect.bottom()));
-    const QScreen *screen = QGuiApplication::screenAt(center);
-    if (screen == nullptr) {
-        screen = QGuiApplication::primaryScreen();
-    }
-    return screen == nullptr || screen->availableGeometry().intersects(rect);
+    return isUsableWindowGeometry(rect);
 }
 
 QRect MainWindow::defaultGeometry()
 {
-    const QScreen *screen = QGuiApplication::primaryScreen();
-    if (screen == nullptr) {
-        return geometry();
-    }
-    const QRect available = screen->availableGeometry();
-    const int width = 2 * available.width() / 3;
-    const int height = 2 * available.height() / 3;
-    return {(available.width() - width) / 2 + available.x(), (available.height() - height) / 2 + available.y(), width,
-            height};
+    return defaultWindowGeometry(geometry());
 }
