@@ -12,7 +12,7 @@ namespace {
 // By the values of BatchEvent::Kind.
 constexpr std::array kindNames{"writing"_L1, "page"_L1, "done"_L1, "failed"_L1};
 
-/// The failure with the number \a code; Unwritable if there is none.
+/// The failure with the value \a code; Unwritable if there is none.
 BatchFailure failureOf(int code)
 {
     constexpr std::array known{BatchFailure::Unreadable, BatchFailure::Unwritable, BatchFailure::TooLarge};
@@ -72,7 +72,7 @@ BatchEvent failedEvent(BatchFailure failure, const QString &text)
 
 BatchEvent outOfMemoryEvent()
 {
-    return failedEvent(BatchFailure::TooLarge, u"too large: there is not enough memory"_s);
+    return failedEvent(BatchFailure::TooLarge, u"too large: out of memory"_s);
 }
 
 QByteArray jsonLine(const QJsonObject &object)
@@ -122,7 +122,7 @@ std::optional<BatchEvent> eventFromJson(const QByteArray &line)
                 event.failure = failureOf(object.value("code"_L1).toInt());
             }
             event.text = object.value("path"_L1).toString() + object.value("note"_L1).toString()
-                + object.value("message"_L1).toString(); // an event has one of them at most
+                + object.value("message"_L1).toString(); // an event has at most one of them
             return event;
         }
     }

@@ -9,52 +9,52 @@
 
 #include <optional>
 
-/// What went wrong with a file; the numbers are exit codes, none of them 0.
+/// Why a file failed. The values are exit codes; none is 0.
 enum class BatchFailure {
     Unreadable = 3,
     Unwritable = 4,
-    TooLarge = 5, // or memory ran out, be it that the process died of it
+    TooLarge = 5, // or memory ran out, even if that ended the process
 };
 
-/// What happens to a job, in this order: any number of pages between the file
-/// that is being written and the end, done or failed.
+/// An event of a job. The order is: the file is begun, its pages are drawn, the
+/// job is done. It can fail at any time.
 struct BatchEvent
 {
     enum class Kind {
         Writing, ///< `text` is the path of the unfinished file
         Page, ///< `page` of `pages` is drawn
-        Done, ///< the file is complete, or a dry run; `text` is a remark, mostly empty
-        Failed, ///< `text` says why
+        Done, ///< the file, or the dry run, is complete; `text` is a remark or empty
+        Failed, ///< `text` is the error message
     };
 
     Kind kind = Kind::Failed;
     int page = 0;
     int pages = 0;
-    qint64 bytes = 0; // of the file; none after a dry run
-    QList<int> cuts; // the first rows below them, in the image as trimmed
-    std::optional<QList<int>> through; // those through content; only known of calm cuts
-    int offset = 0; // the row of the image at which the trimmed one begins
-    double seconds = 0; // that the job took
-    BatchFailure failure = BatchFailure::Unwritable; // of Failed
+    qint64 bytes = 0; // size of the file; 0 after a dry run
+    QList<int> cuts; // the first row below each cut, in the trimmed image
+    std::optional<QList<int>> through; // the cuts through content; for calm cuts only
+    int offset = 0; // the first row of the trimmed image in the image
+    double seconds = 0; // duration of the job
+    BatchFailure failure = BatchFailure::Unwritable; // for Failed
     QString text;
 };
 
-/// The event of a job that failed. \a text says why.
+/// The event of a failed job, with the error message \a text.
 BatchEvent failedEvent(BatchFailure failure, const QString &text);
 
 /// The event of a job whose process ran out of memory.
 BatchEvent outOfMemoryEvent();
 
-/// \a object as one line, with its line end.
+/// \a object as one line, with a line feed.
 QByteArray jsonLine(const QJsonObject &object);
 
 QJsonObject toJson(const BatchEvent &event);
 
-/// The event in \a line; nothing if it holds none. A failure without a known code
-/// is Unwritable: no file was written is all that is sure of it.
+/// The event in \a line, if there is one. A failure without a known code becomes
+/// Unwritable: all that is certain is that no file was written.
 std::optional<BatchEvent> eventFromJson(const QByteArray &line);
 
 QJsonObject toJson(const BatchJob &job);
 
-/// The job in \a line; nothing if it holds none.
+/// The job in \a line, if there is one.
 std::optional<BatchJob> jobFromJson(const QByteArray &line);

@@ -25,40 +25,39 @@ BatchEvent unwritten(const QString &path, const QString &reason)
 }
 
 /// Why the image \a path was not decoded.
-BatchEvent whyUndecoded(const QString &path)
+BatchEvent decodeError(const QString &path)
 {
     const QFileInfo file(path);
     if (!file.exists()) {
-        return failedEvent(BatchFailure::Unreadable, u"there is no such file"_s);
+        return failedEvent(BatchFailure::Unreadable, u"cannot read image: no such file"_s);
     }
     if (!file.isFile()) {
-        return failedEvent(BatchFailure::Unreadable, u"that is no file"_s);
+        return failedEvent(BatchFailure::Unreadable, u"cannot read image: not a regular file"_s);
     }
     if (!file.isReadable()) {
-        return failedEvent(BatchFailure::Unreadable, u"reading it is not permitted"_s);
+        return failedEvent(BatchFailure::Unreadable, u"cannot read image: permission denied"_s);
     }
     if (path.endsWith(".pdf"_L1, Qt::CaseInsensitive)) {
-        return failedEvent(BatchFailure::Unreadable, u"PDF files are not read"_s);
+        return failedEvent(BatchFailure::Unreadable, u"cannot read image: PDF files are not supported"_s);
     }
     const QSize size = QImageReader(path).size();
-    // Takes room for an image of that size, but no memory: nothing is written into it.
+    // Reserves address space for an image of that size, but writes nothing into it.
     if (size.isValid() && !size.isEmpty() && QImage(size, QImage::Format_RGB32).isNull()) {
         return failedEvent(BatchFailure::TooLarge,
-                           u"too large: %1 x %2 pixels do not fit the memory"_s.arg(size.width()).arg(size.height()));
+                           u"too large: %1 x %2 pixels do not fit into memory"_s.arg(size.width()).arg(size.height()));
     }
-    return failedEvent(BatchFailure::Unreadable, u"unsupported image format or corrupted file"_s);
+    return failedEvent(BatchFailure::Unreadable, u"cannot read image: unsupported format or corrupted file"_s);
 }
 
-/// The pixels that become pages.
+/// The image to cut.
 struct PageSource
 {
     QPixmap pixmap;
-    int offset = 0; ///< the row of the image at which they begin
-    QString remark; ///< why they were not trimmed, if so
+    int offset = 0; ///< its first row in the whole image
+    QString remark; ///< why it was not trimmed, or empty
 };
 
-/// \a image without its blank border; as it is if nothing would be left, or too
-/// little.
+/// \a image without its blank border; unchanged if too little would be left.
 PageSource trimmedOrWhole(const QPixmap &image)
 {
     int topRow = 0;
@@ -72,7 +71,7 @@ PageSource trimmedOrWhole(const QPixmap &image)
     return {*trimmed, topRow, {}};
 }
 
-/// The strips and pages of one image. There may be one at a time.
+/// The strips and pages of one image. Only one object may exist at a time.
 class BatchDocument
 {
 public:
@@ -125,15 +124,15 @@ BatchEvent doneEvent(const BatchDocument &document, const PageOptions &options)
     return event;
 }
 
-/// Writes the pages of \a document to the file \a path. Returns what went wrong,
-/// or an empty text.
+/// Writes the pages of \a document to the file \a path. Returns the error message,
+/// or an empty string.
 QString writePages(const BatchDocument &document, const QString &path, bool lossless, const EventSink &sink)
 {
     QPrinter printer(QPrinter::HighResolution);
     setUpForPdf(printer, path);
     QPainter painter;
     if (!painter.begin(&printer)) {
-        return u"it cannot be opened"_s;
+        return u"cannot open the file"_s;
     }
     painter.setRenderHint(QPainter::LosslessImageRendering, lossless);
     renderPages(document.firstPage(), &painter, &printer, [&](int number) {
@@ -144,7 +143,7 @@ QString writePages(const BatchDocument &document, const QString &path, bool loss
         sink(event);
     });
     painter.end();
-    const QString mistake = pdfMistake(path, document.pageCount());
+    const QString mistake = pdfError(path, document.pageCount());
     return mistake.isEmpty() ? QString() : u"%1; is the disk full?"_s.arg(mistake);
 }
 
@@ -175,11 +174,12 @@ BatchEvent outcome(const BatchJob &job, const EventSink &sink)
 {
     PageSource source{decodeImageFile(job.image), 0, {}};
     if (source.pixmap.isNull()) {
-        return whyUndecoded(job.image);
+        return decodeError(job.image);
     }
     if (!isLargeEnough(source.pixmap.size())) {
-        return failedEvent(BatchFailure::Unreadable,
-                           u"too small: %1 x %2 pixels"_s.arg(source.pixmap.width()).arg(source.pixmap.height()));
+        return failedEvent(
+            BatchFailure::Unreadable,
+            u"cannot read image: too small: %1 x %2 pixels"_s.arg(source.pixmap.width()).arg(source.pixmap.height()));
     }
     if (job.pages.trim) {
         source = trimmedOrWhole(source.pixmap);

@@ -6,14 +6,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int widestMargin = 30; // as far as the window's buttons go
-constexpr int mostJobs = 64;
+constexpr int maxMargin = 30; // as in the window
+constexpr int maxJobs = 64;
 
 const QString exitText = uR"(
-With one IMAGE, OUT is the PDF file; if it is a folder, or ends in "/", the file
-goes there. With several, OUT is a folder, which is made if need be. A file in a
+With one IMAGE, OUT is the PDF file, or a folder for it if that exists or OUT ends
+in "/". With several, OUT is a folder, which is created if needed. A file in a
 folder is named after its image; a second one of that name becomes NAME-2.pdf.
-A PDF file that is there is replaced, but only by one that is complete.
+An existing PDF file is replaced, but only by a complete one.
 
 Exit status:
   0  all files were written
@@ -21,13 +21,13 @@ Exit status:
   3  an image could not be read
   4  a PDF file could not be written
   5  an image is too large, or memory ran out
-The other images are worked on after a failure. Of several failures the highest
-number counts.
+After a failure the other images are still processed. After several failures the
+status is the highest of their numbers.
 )"_s;
 
 void describe(QCommandLineParser &parser)
 {
-    parser.setApplicationDescription(u"Turns long images into PDF files, one page after the other."_s);
+    parser.setApplicationDescription(u"Turns long images into PDF files, page by page."_s);
     parser.addPositionalArgument(u"IMAGE"_s, u"A long image, in any format that the window opens."_s,
                                  u"IMAGE... -o OUT"_s);
     parser.addOptions({
@@ -35,24 +35,24 @@ void describe(QCommandLineParser &parser)
         {u"columns"_s, u"1: one strip on a page. 2: four strips in two columns. Default: 1."_s, u"1|2"_s, u"1"_s},
         {u"margin"_s, u"Margin of the pages, 0 to 30 percent. Default: 10."_s, u"PERCENT"_s, u"10"_s},
         {u"page-numbers"_s, u"Number the pages."_s},
-        {u"trim"_s, u"Take the blank border of the image away first."_s},
+        {u"trim"_s, u"Remove the blank border of the image first."_s},
         {u"cuts"_s,
          u"calm: in the middle of gaps, on any ground. bright: on the brightest row, as the window does by default. "
          u"regular: at regular distances. Default: calm."_s,
          u"calm|bright|regular"_s, u"calm"_s},
         {u"no-auto-cut"_s, u"The same as --cuts regular."_s},
-        {u"lossless"_s, u"Keep every pixel as it is; by default they are stored as JPEG."_s},
-        {{u"j"_s, u"jobs"_s}, u"Work on N images at a time, 1 to 64. Default: 1."_s, u"N"_s, u"1"_s},
+        {u"lossless"_s, u"Keep every pixel unchanged; by default they are stored as JPEG."_s},
+        {{u"j"_s, u"jobs"_s}, u"Process N images at a time, 1 to 64. Default: 1."_s, u"N"_s, u"1"_s},
         {u"dry-run"_s, u"Print where each image would be cut, and write no file."_s},
-        {u"json"_s, u"Tell of each page and file by a line of JSON."_s},
-        {{u"q"_s, u"quiet"_s}, u"Tell of failures only."_s},
-        {{u"v"_s, u"version"_s}, u"Show the version and end."_s},
-        {{u"h"_s, u"help"_s}, u"Show this help and end."_s},
+        {u"json"_s, u"Report each page and file as a line of JSON."_s},
+        {{u"q"_s, u"quiet"_s}, u"Print only failures."_s},
+        {{u"v"_s, u"version"_s}, u"Show the version and exit."_s},
+        {{u"h"_s, u"help"_s}, u"Show this help and exit."_s},
     });
 }
 
-/// Reads the number \a name into \a number. Returns false unless it is a whole
-/// one from \a lowest to \a highest.
+/// Reads the option \a name into \a number. Returns false unless it is a whole
+/// number from \a lowest to \a highest.
 bool readNumber(const QCommandLineParser &parser, const QString &name, int lowest, int highest, int &number)
 {
     bool isNumber = false;
@@ -60,8 +60,8 @@ bool readNumber(const QCommandLineParser &parser, const QString &name, int lowes
     return isNumber && number >= lowest && number <= highest;
 }
 
-/// What is wrong with the rule for placing cuts in \a parser, which is read into
-/// \a pages; empty if it is right.
+/// Reads the rule for cuts from \a parser into \a pages. Returns the error
+/// message, or an empty string.
 QString readCutRule(const QCommandLineParser &parser, PageOptions &pages)
 {
     const QString cuts = parser.value(u"cuts"_s);
@@ -77,19 +77,19 @@ QString readCutRule(const QCommandLineParser &parser, PageOptions &pages)
     return {};
 }
 
-/// What is wrong with the numbers and operands of \a parser, which are read
-/// into \a options; empty if they are right.
+/// Reads the numbers and operands of \a parser into \a options. Returns the error
+/// message, or an empty string.
 QString readValues(const QCommandLineParser &parser, BatchOptions &options)
 {
     if (!readNumber(parser, u"columns"_s, 1, 2, options.pages.columns)) {
         return u"--columns must be 1 or 2, not \"%1\""_s.arg(parser.value(u"columns"_s));
     }
-    if (!readNumber(parser, u"margin"_s, 0, widestMargin, options.pages.marginPercent)) {
-        return u"--margin must be a whole number from 0 to %1, not \"%2\""_s.arg(widestMargin)
-            .arg(parser.value(u"margin"_s));
+    if (!readNumber(parser, u"margin"_s, 0, maxMargin, options.pages.marginPercent)) {
+        return u"--margin must be a whole number from 0 to %1, not \"%2\""_s.arg(maxMargin).arg(
+            parser.value(u"margin"_s));
     }
-    if (!readNumber(parser, u"jobs"_s, 1, mostJobs, options.jobs)) {
-        return u"--jobs must be a whole number from 1 to %1, not \"%2\""_s.arg(mostJobs).arg(parser.value(u"jobs"_s));
+    if (!readNumber(parser, u"jobs"_s, 1, maxJobs, options.jobs)) {
+        return u"--jobs must be a whole number from 1 to %1, not \"%2\""_s.arg(maxJobs).arg(parser.value(u"jobs"_s));
     }
     options.images = parser.positionalArguments();
     if (options.images.isEmpty()) {

@@ -33,10 +33,10 @@ struct CommandLine
 {
     enum class Request {
         Convert,
-        Serve, ///< read jobs from the standard input: the program started itself
+        Serve, ///< read jobs from standard input: this is a worker process
         ShowHelp,
         ShowVersion,
-        Refuse, ///< `mistake` says why
+        Refuse, ///< `mistake` is the error message
     };
 
     Request request = Request::Convert;
@@ -44,11 +44,11 @@ struct CommandLine
     QString mistake;
 };
 
-/// Reads \a arguments, of which the first is the name of the program.
+/// Parses \a arguments; the first is the name of the program.
 CommandLine readCommandLine(const QStringList &arguments);
 
-/// What `--help` shows. Needs an application object.
+/// The text of `--help`. Needs an application object.
 QString batchHelp();
 
-/// The argument that makes the program serve another process of itself.
+/// The argument that makes the program a worker process of another one.
 QString serveArgument();

@@ -16,9 +16,8 @@ QString baseNameOf(const QString &image)
     return name.isEmpty() ? u"image"_s : name;
 }
 
-/// \a base, or with a number behind it that makes it differ from all of
-/// \a taken, which it then joins. Case does not count: not every file system
-/// tells it apart.
+/// \a base, with a number appended if \a taken contains it; adds the result to
+/// \a taken. Ignores case, as some file systems do.
 QString untakenName(const QString &base, QSet<QString> &taken)
 {
     QString name = base;
@@ -29,14 +28,14 @@ QString untakenName(const QString &base, QSet<QString> &taken)
     return name;
 }
 
-/// The first output of \a jobs that is one of their images; empty if none is.
+/// The first output of \a jobs that is also one of their images, or empty.
 QString overwrittenImage(const QList<BatchJob> &jobs)
 {
     QSet<QString> images;
     for (const BatchJob &job : jobs) {
         images.insert(QFileInfo(job.image).canonicalFilePath());
     }
-    images.remove(QString()); // of an image that is not there
+    images.remove(QString()); // from images that do not exist
     for (const BatchJob &job : jobs) {
         if (images.contains(QFileInfo(job.output).canonicalFilePath())) {
             return job.output;

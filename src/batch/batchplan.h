@@ -17,10 +17,10 @@ struct BatchJob
 struct BatchPlan
 {
     QList<BatchJob> jobs; // in the order of the images
-    QString folder; // that must be there before the first job; empty for none
-    QString mistake; // why nothing can be done; empty if all is well
+    QString folder; // must exist before the first job; empty if none is needed
+    QString mistake; // why no job can run; empty if all can
 };
 
-/// Where each image of \a options goes. No two images go to one file, and no
-/// image would be overwritten. Looks at the file system, but changes nothing.
+/// The output of each image of \a options. No two images share a file, and no
+/// image would be overwritten. Reads the file system, but changes nothing.
 BatchPlan planJobs(const BatchOptions &options);

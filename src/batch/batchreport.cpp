@@ -7,9 +7,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int writeFailure = int(BatchFailure::Unwritable);
-constexpr qint64 progressInterval = 100; // milliseconds between two lines that are written over
+constexpr qint64 progressInterval = 100; // milliseconds between updates of the progress line
 
-// Before this much is done nothing is said of the time that is left.
+// The share of the work below which there is no estimate of the time left.
 constexpr double smallestShare = 0.01;
 
 QString pagesText(int pages)
@@ -26,7 +26,7 @@ QString listed(const QList<int> &rows)
     return numbers.isEmpty() ? u"none"_s : numbers.join(u", "_s);
 }
 
-/// The cuts of \a event, for people.
+/// The cuts of \a event as text.
 QString cutsText(const BatchEvent &event)
 {
     QString text = u"cuts: %1"_s.arg(listed(event.cuts));
@@ -76,13 +76,13 @@ BatchReport::BatchReport(const BatchOptions &options, int files, std::FILE *outp
     timer.start();
 }
 
-void BatchReport::tell(const BatchJob &job, const BatchEvent &event)
+void BatchReport::report(const BatchJob &job, const BatchEvent &event)
 {
     count(job, event);
     if (json) {
-        tellInJson(job, event);
+        reportInJson(job, event);
     }
-    tellInWords(job, event);
+    reportInText(job, event);
     showProgress();
 }
 
@@ -113,7 +113,7 @@ int BatchReport::finish()
     return exitCode;
 }
 
-void BatchReport::tellInJson(const BatchJob &job, const BatchEvent &event)
+void BatchReport::reportInJson(const BatchJob &job, const BatchEvent &event)
 {
     const bool isStep = event.kind == BatchEvent::Kind::Writing || (event.kind == BatchEvent::Kind::Page && quiet);
     if (!isStep) {
@@ -126,7 +126,7 @@ void BatchReport::tellInJson(const BatchJob &job, const BatchEvent &event)
     }
 }
 
-void BatchReport::tellInWords(const BatchJob &job, const BatchEvent &event)
+void BatchReport::reportInText(const BatchJob &job, const BatchEvent &event)
 {
     if (event.kind == BatchEvent::Kind::Failed) {
         write(errors, u"quillmarch-batch: %1: %2\n"_s.arg(printable(job.image), printable(event.text)).toUtf8());
@@ -170,7 +170,7 @@ void BatchReport::write(std::FILE *stream, const QByteArray &bytes)
 void BatchReport::showProgress()
 {
     const qint64 now = timer.elapsed();
-    if (!onTerminal || quiet || (progressStands && now - lastShown < progressInterval)) {
+    if (!onTerminal || quiet || (isProgressShown && now - lastShown < progressInterval)) {
         return;
     }
     int pages = pagesDone;
@@ -183,15 +183,15 @@ void BatchReport::showProgress()
     std::fprintf(errors, "\r\033[K%s", qPrintable(line));
     std::fflush(errors);
     lastShown = now;
-    progressStands = true;
+    isProgressShown = true;
 }
 
 void BatchReport::hideProgress()
 {
-    if (progressStands) {
+    if (isProgressShown) {
         std::fputs("\r\033[K", errors);
         std::fflush(errors);
-        progressStands = false;
+        isProgressShown = false;
     }
 }
 

@@ -7,18 +7,18 @@
 
 #include <cstdio>
 
-/// How long the rest takes if \a share of the work, 0 to 1, took \a elapsed
-/// milliseconds, as a text; empty as long as that cannot be told.
+/// The time left, as text, if \a share of the work, 0 to 1, took \a elapsed
+/// milliseconds; empty while there is no estimate.
 QString timeLeft(qint64 elapsed, double share);
 
-/// \a text with a question mark for each character that would steer a terminal.
+/// \a text with a question mark for each control character.
 QString printable(const QString &text);
 
-/// Tells people or programs how the work goes on.
+/// Reports progress and results to people or programs.
 ///
 /// Lines about files, or lines of JSON, go to the output stream, failures to the
-/// error stream. If that is a terminal, it also shows one line that is written
-/// over again and again.
+/// error stream. If that is a terminal, it also shows a progress line, which is
+/// replaced in place.
 class BatchReport
 {
 public:
@@ -27,15 +27,15 @@ public:
     BatchReport(const BatchOptions &options, int files, std::FILE *outputStream, std::FILE *errorStream,
                 bool isTerminal);
 
-    /// Tells of \a event, which belongs to \a job.
-    void tell(const BatchJob &job, const BatchEvent &event);
+    /// Reports \a event of \a job.
+    void report(const BatchJob &job, const BatchEvent &event);
 
-    /// Tells of the end, and returns the exit code: the highest of all failures.
+    /// Reports the end and returns the exit code: the highest of all failures, or 0.
     int finish();
 
 private:
-    void tellInJson(const BatchJob &job, const BatchEvent &event);
-    void tellInWords(const BatchJob &job, const BatchEvent &event);
+    void reportInJson(const BatchJob &job, const BatchEvent &event);
+    void reportInText(const BatchJob &job, const BatchEvent &event);
     void count(const BatchJob &job, const BatchEvent &event);
     void write(std::FILE *stream, const QByteArray &bytes);
     void showProgress();
@@ -55,5 +55,5 @@ private:
     QHash<QString, QPair<int, int>> running; // pages drawn and pages in all, by output
     QElapsedTimer timer;
     qint64 lastShown = 0;
-    bool progressStands = false;
+    bool isProgressShown = false;
 };

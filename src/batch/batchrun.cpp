@@ -26,22 +26,22 @@ bool isTerminal([[maybe_unused]] std::FILE *stream)
 #ifdef Q_OS_UNIX
     return ::isatty(::fileno(stream)) == 1;
 #else
-    return false; // no control sequences where they may not be understood
+    return false; // the console may not understand control sequences
 #endif
 }
 
-/// What the toolkit finds in the environment would not fit a program without a
-/// window. Before the application object.
+/// Adjusts what Qt reads from the environment to a program without a window. Call
+/// it before there is an application object.
 void prepareEnvironment()
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen"); // also where another one is set
-    qunsetenv("QT_QPA_PLATFORMTHEME"); // some of them end the program without a display
-    qputenv("CUPS_SERVER", "/dev/null"); // a PDF file needs no printer, so nobody is asked for one
-    qputenv("LC_ALL", "C.UTF-8"); // file names are UTF-8 in cron, too
+    qputenv("QT_QPA_PLATFORM", "offscreen"); // even if another one is set
+    qunsetenv("QT_QPA_PLATFORMTHEME"); // some themes exit without a display
+    qputenv("CUPS_SERVER", "/dev/null"); // PDF output needs no printer, so no server is asked
+    qputenv("LC_ALL", "C.UTF-8"); // for UTF-8 file names, also in cron
 }
 
-/// Keeps remarks of the toolkit from the error stream; some decoders write
-/// theirs there themselves.
+/// Keeps warnings of Qt from the error stream; some decoders still write their
+/// own.
 void onMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
     if (type == QtCriticalMsg || type == QtFatalMsg) {
@@ -72,10 +72,10 @@ void sayOutOfMemory()
 void convertOne(const BatchJob &job, BatchReport &report)
 {
     exitWhenOutOfMemory([&] {
-        report.tell(job, outOfMemoryEvent());
+        report.report(job, outOfMemoryEvent());
         report.finish();
     });
-    runJob(job, [&](const BatchEvent &event) { report.tell(job, event); });
+    runJob(job, [&](const BatchEvent &event) { report.report(job, event); });
     exitWhenOutOfMemory(sayOutOfMemory);
 }
 
@@ -85,7 +85,7 @@ int convert(const BatchOptions &options, const BatchPlan &plan)
     if (plan.jobs.size() == 1) {
         convertOne(plan.jobs.first(), report);
     } else {
-        const auto sink = [&report](const BatchJob &job, const BatchEvent &event) { report.tell(job, event); };
+        const auto sink = [&report](const BatchJob &job, const BatchEvent &event) { report.report(job, event); };
         BatchWorkers(QCoreApplication::applicationFilePath(), plan.jobs, sink).run(options.jobs);
     }
     return report.finish();
@@ -113,7 +113,7 @@ int runBatch(const QStringList &arguments)
     qInstallMessageHandler(onMessage);
     removePartFileOnSignals();
 
-    // The toolkit's own options are none of this program.
+    // Without the arguments: this program does not have the options of Qt.
     static char name[] = "quillmarch-batch";
     char *ownArguments[] = {name, nullptr};
     int count = 1;

@@ -2,8 +2,7 @@
 
 #include <QStringList>
 
-/// Does what \a arguments ask for, of which the first is the name of the
-/// program, and returns the exit code: 0 if all was done, 2 if the arguments are
-/// wrong, and otherwise a value of BatchFailure. Needs no application object, and
-/// there must be none.
+/// Runs the program with \a arguments; the first is its name. Returns the exit
+/// code: 0 if all files were written, 2 if the arguments are wrong, otherwise a
+/// value of BatchFailure. Creates the application object, so there must be none.
 int runBatch(const QStringList &arguments);

@@ -20,21 +20,21 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Makes \a process end when this one does. Set before the program is executed,
-/// since this process may end at any moment.
+/// Makes \a process end when this one does. Set between fork and exec, since this
+/// process may end at any moment.
 void endWithParent([[maybe_unused]] QProcess &process)
 {
 #ifdef Q_OS_LINUX
     process.setChildProcessModifier([parent = ::getpid()] {
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
         if (::getppid() != parent) {
-            ::_exit(EXIT_FAILURE); // the parent ended before, so no signal comes
+            ::_exit(EXIT_FAILURE); // the parent has ended already, so no signal will come
         }
     });
 #endif
 }
 
-/// By the kernel for want of memory, or by somebody: it cannot be told.
+/// Whether \a process was killed: by the kernel for lack of memory, or by someone.
 bool wasKilled([[maybe_unused]] const QProcess &process)
 {
 #ifdef Q_OS_UNIX
@@ -44,23 +44,24 @@ bool wasKilled([[maybe_unused]] const QProcess &process)
 #endif
 }
 
-/// How the job failed whose process ended before it; \a isWriting if its file
-/// was begun.
+/// The failure of a job whose \a process ended early; \a isWriting says whether
+/// its file was begun.
 BatchEvent eventOfEnd(const QProcess &process, bool isWriting)
 {
     if (process.error() == QProcess::FailedToStart) {
-        return failedEvent(BatchFailure::Unwritable, u"its process did not start: %1"_s.arg(process.errorString()));
+        return failedEvent(BatchFailure::Unwritable,
+                           u"the worker process did not start: %1"_s.arg(process.errorString()));
     }
     if (wasKilled(process)) {
-        return failedEvent(BatchFailure::TooLarge, u"its process was killed; perhaps there is not enough memory"_s);
+        return failedEvent(BatchFailure::TooLarge, u"the worker process was killed, possibly for lack of memory"_s);
     }
     const bool isCrash = process.exitStatus() == QProcess::CrashExit;
     if (!isCrash && process.exitCode() == int(BatchFailure::TooLarge)) {
         return outOfMemoryEvent();
     }
     return failedEvent(isWriting ? BatchFailure::Unwritable : BatchFailure::Unreadable,
-                       isCrash ? u"its process crashed, by signal %1"_s.arg(process.exitCode())
-                               : u"its process ended early"_s);
+                       isCrash ? u"the worker process crashed with signal %1"_s.arg(process.exitCode())
+                               : u"the worker process ended early"_s);
 }
 
 } // namespace
@@ -77,7 +78,7 @@ BatchWorkers::~BatchWorkers()
 {
     for (const auto &worker : workers) {
         worker->process.disconnect();
-        worker->process.closeWriteChannel(); // a server without jobs ends
+        worker->process.closeWriteChannel(); // a worker exits at the end of its input
         worker->process.waitForFinished();
     }
 }
@@ -88,7 +89,7 @@ void BatchWorkers::run(int count)
         return;
     }
     for (int i = 0; i < count && i < jobsLeft; ++i) {
-        // Not before the loop runs: a process that does not start ends its job at once.
+        // Only once the loop runs: a process that does not start fails its job at once.
         QTimer::singleShot(0, &loop, [this] { startWorker(); });
     }
     loop.exec();
@@ -110,7 +111,7 @@ void BatchWorkers::startWorker()
     QObject::connect(&worker.process, &QProcess::finished, &loop, [this, &worker] { onEnd(worker); });
     QObject::connect(&worker.process, &QProcess::errorOccurred, &loop, [this, &worker](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart) {
-            onEnd(worker); // nothing else is told of it
+            onEnd(worker); // there is no other signal
         }
     });
     start(worker);
@@ -164,7 +165,7 @@ void BatchWorkers::onEvent(Worker &worker, const BatchEvent &event)
     }
 }
 
-/// The process of \a worker has ended, which none should: its job has failed.
+/// Handles the unexpected end of the process of \a worker: its job has failed.
 void BatchWorkers::onEnd(Worker &worker)
 {
     readEvents(worker);
@@ -189,17 +190,17 @@ void BatchWorkers::onEnd(Worker &worker)
 
 void serveJobs()
 {
-    exitWhenOutOfMemory([] {}); // the other end reports it, and starts another process for the next job
-    std::cin.exceptions(std::ios::badbit); // or want of memory for a line would be the end of the jobs
+    exitWhenOutOfMemory([] {}); // the parent reports it and starts another worker
+    std::cin.exceptions(std::ios::badbit); // or a failed allocation would look like the end of the input
     std::string line;
     while (std::getline(std::cin, line)) {
         const std::optional<BatchJob> job = jobFromJson(QByteArray::fromStdString(line));
         if (!job) {
-            return; // the other end does not speak our language
+            return; // not from a parent of this version
         }
         runJob(*job, [](const BatchEvent &event) {
-            const QByteArray told = jsonLine(toJson(event));
-            std::fwrite(told.constData(), 1, size_t(told.size()), stdout);
+            const QByteArray bytes = jsonLine(toJson(event));
+            std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
             std::fflush(stdout);
         });
     }

@@ -10,11 +10,10 @@
 #include <memory>
 #include <vector>
 
-/// Is told of an event of one of several jobs.
+/// Called with each event of several jobs.
 using JobEventSink = std::function<void(const BatchJob &, const BatchEvent &)>;
 
-/// Runs jobs in processes of this same program, so that one that crashes costs
-/// a single file.
+/// Runs jobs in worker processes of this program, so that a crash costs one file.
 class BatchWorkers
 {
 public:
@@ -33,8 +32,8 @@ private:
         QProcess process;
         BatchJob job;
         bool isBusy = false;
-        QString partPath; // of the unfinished file of the job
-        QByteArray input; // that makes no whole line yet
+        QString partPath; // the unfinished file of the job
+        QByteArray input; // the incomplete last line
     };
 
     void startWorker();
@@ -48,11 +47,11 @@ private:
     QList<BatchJob> waiting;
     JobEventSink sink;
     std::vector<std::unique_ptr<Worker>> workers;
-    int jobsLeft = 0; // that have not ended
+    int jobsLeft = 0; // not done or failed yet
     QEventLoop loop;
 };
 
-/// Works on the jobs that come in on the standard input, and tells of their
-/// events on the standard output. Returns when there are no more. Ends the
-/// process with the code of BatchFailure::TooLarge if memory runs out.
+/// Runs the jobs that it reads from standard input and writes their events to
+/// standard output. Returns at the end of the input. Ends the process with the
+/// code of BatchFailure::TooLarge if memory runs out.
 void serveJobs();

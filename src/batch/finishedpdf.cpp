@@ -9,15 +9,15 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 tailSize = 256;
-constexpr qint64 entrySize = 20; // of the table, in bytes
-constexpr qint64 catalogueSize = 256;
+constexpr qint64 entrySize = 20; // bytes of an entry of the cross-reference table
+constexpr qint64 catalogSize = 256;
 
 QByteArray bytesAt(QFile &file, qint64 place, qint64 size)
 {
     return place <= file.size() && file.seek(place) ? file.read(size) : QByteArray();
 }
 
-/// The first capture of \a pattern in \a bytes as a number; -1 without one.
+/// The first capture of \a pattern in \a bytes as a number, or -1.
 qint64 numberIn(const QByteArray &bytes, const QString &pattern)
 {
     const QRegularExpressionMatch match = QRegularExpression(pattern).match(QString::fromLatin1(bytes));
@@ -26,8 +26,8 @@ qint64 numberIn(const QByteArray &bytes, const QString &pattern)
     return isNumber ? number : -1;
 }
 
-/// Where the objects of the table at \a place begin, by their number; -1 for one
-/// that is not in use. Empty if that is no table.
+/// The offsets in the cross-reference table at \a place, by object number; -1 for
+/// a free object. Empty if there is no table at \a place.
 QList<qint64> readTable(QFile &file, qint64 place)
 {
     const QByteArray head = bytesAt(file, place, 64);
@@ -53,40 +53,40 @@ bool isObjectAt(QFile &file, qint64 number, qint64 place)
     return place < 0 || bytesAt(file, place, 32).startsWith(QByteArray::number(number) + " 0 obj");
 }
 
-/// The page count that the catalogue \a root leads to; -1 without one.
+/// The page count of the catalog \a root, or -1.
 qint64 pageCount(QFile &file, const QList<qint64> &places, qint64 root)
 {
     if (root < 0 || root >= places.size()) {
         return -1;
     }
-    const qint64 tree = numberIn(bytesAt(file, places.at(root), catalogueSize), uR"(/Pages (\d+) 0 R)"_s);
+    const qint64 tree = numberIn(bytesAt(file, places.at(root), catalogSize), uR"(/Pages (\d+) 0 R)"_s);
     if (tree < 0 || tree >= places.size()) {
         return -1;
     }
-    // The list of pages has any length, and is the last object.
+    // The list of pages can be long; it is the last object.
     return numberIn(bytesAt(file, places.at(tree), file.size() - places.at(tree)), uR"(/Count (\d+)\b)"_s);
 }
 
 } // namespace
 
-QString pdfMistake(const QString &path, int pages)
+QString pdfError(const QString &path, int pages)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         return file.errorString();
     }
     if (!bytesAt(file, 0, 8).startsWith("%PDF-")) {
-        return u"it does not begin as a PDF file"_s;
+        return u"not a PDF file"_s;
     }
     const QByteArray tail = bytesAt(file, qMax(qint64(0), file.size() - tailSize), tailSize);
     const qint64 start = numberIn(tail, uR"(startxref\s+(\d+)\s+%%EOF\s*$)"_s);
     const QList<qint64> places = start < 0 ? QList<qint64>() : readTable(file, start);
     if (places.isEmpty()) {
-        return u"it breaks off"_s;
+        return u"the file is truncated"_s;
     }
     for (qint64 number = 1; number < places.size(); ++number) {
         if (!isObjectAt(file, number, places.at(number))) {
-            return u"object %1 is not in its place"_s.arg(number);
+            return u"object %1 is not at its offset"_s.arg(number);
         }
     }
     const qint64 found = pageCount(file, places, numberIn(tail, uR"(/Root (\d+) 0 R)"_s));

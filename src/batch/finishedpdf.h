@@ -2,9 +2,9 @@
 
 #include <QString>
 
-/// Why the file \a path is not a complete PDF file of \a pages pages as the
-/// program writes them, in words; empty if it is one.
+/// Why the file \a path is not a complete PDF file of \a pages pages as this
+/// program writes them; empty if it is one.
 ///
-/// Looks at the end of the file, at the place of every object in the table, and
-/// at the page count of the catalogue, but not into the pages.
-QString pdfMistake(const QString &path, int pages);
+/// Checks the end of the file, the offset of every object in the cross-reference
+/// table and the page count of the catalog, but not the pages.
+QString pdfError(const QString &path, int pages);

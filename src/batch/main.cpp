@@ -9,8 +9,8 @@ namespace {
 
 #ifdef Q_OS_WIN
 
-/// The command line as the system has it: the arguments of main() lose every
-/// character that is not in the code page.
+/// The command line from the system: the arguments of main() lose every character
+/// that is not in the code page.
 QStringList commandLine(int, char *[])
 {
     int count = 0;

@@ -19,7 +19,7 @@ std::terminate_handler usualEnd = nullptr;
     try {
         lastCall();
     } catch (const std::bad_alloc &) {
-        // It found no memory, either: the exit code must do.
+        // Not even enough memory for the message: the exit code must do.
     }
     std::_Exit(int(BatchFailure::TooLarge));
 }
@@ -31,7 +31,7 @@ void onTerminate()
             throw;
         } catch (const std::bad_alloc &) {
             endForWantOfMemory();
-        } catch (...) { // the usual end is for all others
+        } catch (...) { // the usual handler takes all others
         }
     }
     usualEnd();

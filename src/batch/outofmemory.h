@@ -2,10 +2,10 @@
 
 #include <functional>
 
-/// Makes a std::bad_alloc that nobody catches call \a lastWords, remove the
-/// unfinished files of this process, and end it with the code of
+/// Makes an uncaught std::bad_alloc remove the unfinished files of this process,
+/// call \a lastWords, and end the process with the code of
 /// BatchFailure::TooLarge.
 ///
-/// Nobody should catch one that passed through Qt: its painters can crash while
-/// they are unwound, and its locks can stay locked for good.
+/// Do not catch one that passed through Qt: its painters can crash during
+/// unwinding, and its locks can stay locked.
 void exitWhenOutOfMemory(std::function<void()> lastWords);

@@ -22,8 +22,8 @@ namespace {
 
 constexpr int namesToTry = 100;
 
-// The unfinished files, which a signal removes. Changes only during a
-// SignalPause, so that a handler finds the list whole.
+// The unfinished files, which a signal handler removes. Changes only during a
+// SignalPause, so that a handler never sees it half changed.
 std::vector<const std::filesystem::path *> unfinishedFiles;
 
 #ifdef Q_OS_UNIX
@@ -31,9 +31,9 @@ std::vector<const std::filesystem::path *> unfinishedFiles;
 constexpr std::array endSignals{SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM, SIGXCPU};
 constexpr std::array crashSignals{SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
 
-pthread_t owner; // the thread that makes the files
+pthread_t owner; // the thread that creates the files
 
-/// Holds the signals that end the process back as long as it lives.
+/// Blocks the signals that end the process while this object exists.
 class SignalPause
 {
 public:
@@ -63,14 +63,14 @@ void endByCrash(int number)
 void endBySignal(int number)
 {
     if (::pthread_equal(::pthread_self(), owner) == 0) {
-        ::pthread_kill(owner, number); // a SignalPause holds it back only there
+        ::pthread_kill(owner, number); // a SignalPause blocks it only there
         return;
     }
     endByCrash(number);
 }
 
-/// Installs \a handler unless \a number is ignored, as under nohup, or has a
-/// handler, as under a sanitizer.
+/// Installs \a handler unless the signal is ignored, as under nohup, or already
+/// handled, as under a sanitizer.
 void handle(int number, void (*handler)(int))
 {
     const auto before = std::signal(number, handler);
@@ -79,7 +79,7 @@ void handle(int number, void (*handler)(int))
     }
 }
 
-/// Returns why the file \a path was not brought to the disk, or an empty text.
+/// Flushes the file \a path to disk. Returns the error message, or an empty string.
 QString syncError(const QString &path)
 {
     QFile file(path);
@@ -91,7 +91,7 @@ QString syncError(const QString &path)
 
 #else
 
-/// There are no signals to hold back.
+/// Without signals there is nothing to block.
 class SignalPause
 {
 public:
@@ -106,7 +106,7 @@ QString syncError(const QString &)
 
 #endif
 
-/// \a path, or what it leads to if it is a symbolic link, be that there or not.
+/// \a path, or the target of a symbolic link, even if that does not exist.
 QString withoutLinks(const QString &path)
 {
     const QFileInfo file(path);
@@ -156,14 +156,14 @@ bool PartFile::commit()
     return true;
 }
 
-/// Whether the target is a file that may be replaced, or nothing yet.
+/// Whether the target does not exist or is a file that may be replaced.
 bool PartFile::mayReplaceTarget()
 {
     const QFileInfo file(target);
     if (file.exists() && !file.isFile()) {
-        m_error = u"it is no regular file"_s;
+        m_error = u"not a regular file"_s;
     } else if (file.exists() && !file.isWritable()) {
-        m_error = u"the file that is there is protected"_s;
+        m_error = u"the existing file is write-protected"_s;
     }
     return m_error.isEmpty();
 }
@@ -171,7 +171,7 @@ bool PartFile::mayReplaceTarget()
 void PartFile::create()
 {
     const SignalPause pause; // no signal between the open and the entry in the list
-    unfinishedFiles.reserve(unfinishedFiles.size() + 1); // the entry must not fail for want of memory
+    unfinishedFiles.reserve(unfinishedFiles.size() + 1); // or adding the entry could fail for lack of memory
     const QDir folder = QFileInfo(target).dir();
     for (int i = 0; i < namesToTry && m_path.isEmpty(); ++i) {
         const QString name = u"quillmarch-%1.pdf.part"_s.arg(QRandomGenerator::global()->generate());

@@ -4,31 +4,29 @@
 
 #include <filesystem>
 
-/// A file that gets its name only when it is complete.
+/// A file that gets its final name only when it is complete.
 ///
-/// Until then it lies beside its target as "quillmarch-NUMBER.pdf.part". An
-/// object that goes before `commit` removes it, and so does the end of the
-/// process by a signal that can be caught; the target keeps what it held. There
-/// may be several at a time, all in the thread that called
-/// `removePartFileOnSignals`.
+/// Until then it is beside its target as "quillmarch-NUMBER.pdf.part". It is
+/// removed if the object is destroyed before `commit`, or if a signal that can be
+/// caught ends the process; the target then stays as it was. There may be several
+/// at a time, all in the thread that called `removePartFileOnSignals`.
 class PartFile
 {
 public:
-    /// Makes an empty file beside the target \a path. See `error` for a failure.
+    /// Creates an empty file beside the target \a path. `error` says why if it fails.
     explicit PartFile(const QString &path);
     ~PartFile();
     PartFile(const PartFile &) = delete;
     PartFile &operator=(const PartFile &) = delete;
 
-    /// The path of the file. Empty if it could not be made.
+    /// The path of the file; empty if it could not be created.
     QString path() const { return m_path; }
 
-    /// What went wrong last, in the words of the system.
+    /// The last error, as the system describes it.
     QString error() const { return m_error; }
 
-    /// Brings the file to the disk and renames it to the target, with the
-    /// target's permissions if that is there. Returns false, and the target
-    /// stays, if that fails.
+    /// Flushes the file to disk and renames it to the target, with the permissions
+    /// of an existing target. Returns false if that fails; the target then stays.
     bool commit();
 
 private:
@@ -41,11 +39,11 @@ private:
     QString m_error;
 };
 
-/// Makes the signals that end this process, by itself or from outside, remove
-/// its files first, and a file size limit a failed write. Signals that are
-/// ignored or handled stay so. Does nothing where there are no signals. Once this
-/// process has started another, Qt makes SIGPIPE a failed write, too.
+/// Makes signals that end this process, crashes included, remove its files first,
+/// and a file size limit a failed write. Signals that are ignored or handled are
+/// left alone. Does nothing where there are no signals. Once this process has
+/// started another one, Qt also turns SIGPIPE into a failed write.
 void removePartFileOnSignals();
 
-/// Removes the files of this process. Safe in a signal handler.
+/// Removes the unfinished files of this process. Async-signal-safe.
 void removePartFiles();

@@ -516,7 +516,7 @@ void TestBatchParts::highestFailureDecides()
     BatchReport report(BatchOptions(), int(failures.size()), output.handle(), errors.handle(), false);
     for (qsizetype i = 0; i < failures.size(); ++i) {
         const BatchJob job{u"a%1.png"_s.arg(i), u"a%1.pdf"_s.arg(i), {}};
-        report.tell(
+        report.report(
             job, failures.at(i) == 0 ? eventOf(BatchEvent::Kind::Done, 0, 1) : failureOf(BatchFailure(failures.at(i))));
     }
     QCOMPARE(report.finish(), code);
@@ -529,9 +529,9 @@ void TestBatchParts::replacesProgressOnATerminal()
     const Stream errors;
     BatchReport report(BatchOptions(), 2, output.handle(), errors.handle(), true);
     const BatchJob job{u"a.png"_s, u"a.pdf"_s, {}};
-    report.tell(job, eventOf(BatchEvent::Kind::Page, 1, 2));
+    report.report(job, eventOf(BatchEvent::Kind::Page, 1, 2));
     QVERIFY(errors.text().startsWith("\r\033[K0 of 2 files, 1 page, "));
-    report.tell(job, eventOf(BatchEvent::Kind::Done, 0, 2));
+    report.report(job, eventOf(BatchEvent::Kind::Done, 0, 2));
     QCOMPARE(output.text(), "a.png -> a.pdf: 2 pages\n");
     QVERIFY(errors.text().contains("\r\033[K\r\033[K1 of 2 files, 2 pages"));
     report.finish();
@@ -545,8 +545,8 @@ void TestBatchParts::writesNoProgressElsewhere()
     const Stream errors;
     BatchReport report(BatchOptions(), 1, output.handle(), errors.handle(), false);
     const BatchJob job{u"a.png"_s, u"a.pdf"_s, {}};
-    report.tell(job, eventOf(BatchEvent::Kind::Page, 1, 1));
-    report.tell(job, eventOf(BatchEvent::Kind::Done, 0, 1));
+    report.report(job, eventOf(BatchEvent::Kind::Page, 1, 1));
+    report.report(job, eventOf(BatchEvent::Kind::Done, 0, 1));
     QCOMPARE(report.finish(), 0);
     QCOMPARE(output.text(), "a.png -> a.pdf: 1 page\n");
     QCOMPARE(errors.text(), QByteArray());
@@ -563,7 +563,7 @@ void TestBatchParts::acceptsACompletePdf_data()
 void TestBatchParts::acceptsACompletePdf()
 {
     QFETCH(int, pages);
-    QCOMPARE(pdfMistake(savedBytes(pdfOf(pages), u"whole.pdf"_s), pages), QString());
+    QCOMPARE(pdfError(savedBytes(pdfOf(pages), u"whole.pdf"_s), pages), QString());
 }
 
 void TestBatchParts::rejectsEveryTruncation()
@@ -571,7 +571,7 @@ void TestBatchParts::rejectsEveryTruncation()
     const QByteArray whole = pdfOf(2);
     // At every byte near the end, and in larger steps before.
     for (qsizetype size = whole.size() - 2; size > 0; size -= size > whole.size() - 100 ? 1 : 997) {
-        QVERIFY2(!pdfMistake(savedBytes(whole.left(size), u"cut.pdf"_s), 2).isEmpty(),
+        QVERIFY2(!pdfError(savedBytes(whole.left(size), u"cut.pdf"_s), 2).isEmpty(),
                  qPrintable(u"%1 of %2 bytes"_s.arg(size).arg(whole.size())));
     }
 }
@@ -581,18 +581,18 @@ void TestBatchParts::rejectsMissingBytes()
     // One failed write between successful ones.
     QByteArray holed = pdfOf(2);
     holed.remove(holed.size() / 2, 1000);
-    QVERIFY(!pdfMistake(savedBytes(holed, u"holed.pdf"_s), 2).isEmpty());
+    QVERIFY(!pdfError(savedBytes(holed, u"holed.pdf"_s), 2).isEmpty());
     QByteArray blank = pdfOf(2);
     const qsizetype object = blank.indexOf("\n4 0 obj") + 1;
     blank.replace(object, 7, "       ");
-    QVERIFY(pdfMistake(savedBytes(blank, u"holed.pdf"_s), 2).contains(u"object 4"_s));
+    QVERIFY(pdfError(savedBytes(blank, u"holed.pdf"_s), 2).contains(u"object 4"_s));
 }
 
 void TestBatchParts::rejectsAWrongPageCount()
 {
     const QString path = savedBytes(pdfOf(2), u"two.pdf"_s);
-    QVERIFY(pdfMistake(path, 1).contains(u"2 pages instead of 1"_s));
-    QVERIFY(!pdfMistake(path, 3).isEmpty());
+    QVERIFY(pdfError(path, 1).contains(u"2 pages instead of 1"_s));
+    QVERIFY(!pdfError(path, 3).isEmpty());
 }
 
 void TestBatchParts::rejectsOtherFiles_data()
@@ -609,8 +609,8 @@ void TestBatchParts::rejectsOtherFiles_data()
 void TestBatchParts::rejectsOtherFiles()
 {
     QFETCH(QByteArray, bytes);
-    QVERIFY(!pdfMistake(savedBytes(bytes, u"other.pdf"_s), 1).isEmpty());
-    QVERIFY(!pdfMistake(u"no such.pdf"_s, 1).isEmpty());
+    QVERIFY(!pdfError(savedBytes(bytes, u"other.pdf"_s), 1).isEmpty());
+    QVERIFY(!pdfError(u"no such.pdf"_s, 1).isEmpty());
 }
 
 void TestBatchParts::partFileReplacesTheTargetOnCommit()

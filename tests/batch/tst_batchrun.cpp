@@ -205,15 +205,15 @@ void TestBatchRun::endsWith_data()
     row("wrong option", u"a.png -o a.pdf --wrong"_s, 2, u"Unknown option"_s);
     row("output is the image", u"a.png -o a.png"_s, 2, u"overwritten"_s);
     row("several to a file", u"a.png b.png -o text.png"_s, 2, u"folder"_s);
-    row("no such image", u"none.png -o a.pdf"_s, 3, u"none.png: there is no such file"_s);
-    row("text", u"text.png -o a.pdf"_s, 3, u"text.png: unsupported image format or corrupted file"_s);
+    row("no such image", u"none.png -o a.pdf"_s, 3, u"none.png: cannot read image: no such file"_s);
+    row("text", u"text.png -o a.pdf"_s, 3, u"text.png: cannot read image: unsupported format or corrupted file"_s);
     row("empty", u"empty.png -o a.pdf"_s, 3, u"unsupported image format"_s);
-    row("folder", u"folder -o a.pdf"_s, 3, u"that is no file"_s);
-    row("device", u"/dev/zero -o a.pdf"_s, 3, u"that is no file"_s);
-    row("PDF", u"named.PDF -o a.pdf"_s, 3, u"named.PDF: PDF files are not read"_s);
-    row("10 pixels wide", u"narrow.png -o a.pdf"_s, 3, u"too small: 10 x 500 pixels"_s);
+    row("folder", u"folder -o a.pdf"_s, 3, u"cannot read image: not a regular file"_s);
+    row("device", u"/dev/zero -o a.pdf"_s, 3, u"cannot read image: not a regular file"_s);
+    row("PDF", u"named.PDF -o a.pdf"_s, 3, u"named.PDF: cannot read image: PDF files are not supported"_s);
+    row("10 pixels wide", u"narrow.png -o a.pdf"_s, 3, u"cannot read image: too small: 10 x 500 pixels"_s);
     row("no folder", u"a.png -o none/a.pdf"_s, 4, u"cannot write \"none/a.pdf\""_s);
-    row("output is a device", u"a.png -o /dev/full"_s, 4, u"no regular file"_s);
+    row("output is a device", u"a.png -o /dev/full"_s, 4, u"not a regular file"_s);
     row("huge", u"huge.svg -o a.pdf"_s, 5, u"too large: 100000000 x 50 pixels"_s);
 }
 
@@ -375,7 +375,7 @@ void TestBatchRun::reportsInJson()
                                       {u"image"_s, u"text.png"_s},
                                       {u"output"_s, u"out/text.pdf"_s},
                                       {u"code"_s, 3},
-                                      {u"message"_s, u"unsupported image format or corrupted file"_s}};
+                                      {u"message"_s, u"cannot read image: unsupported format or corrupted file"_s}};
     QCOMPARE(eventsIn(lines, u"failed"_s).value(0), expectedFailure);
     QJsonObject last = lines.last();
     QVERIFY(last.take("seconds"_L1).isDouble());
@@ -511,7 +511,7 @@ void TestBatchRun::printsFailuresWhenQuiet()
     const BatchEnd end = runBatchProgram({u"-q"_s, u"none.png"_s, u"-o"_s, u"a.pdf"_s});
     QCOMPARE(end.code, 3);
     QCOMPARE(end.output, QByteArray());
-    QCOMPARE(end.errors, "quillmarch-batch: none.png: there is no such file\n");
+    QCOMPARE(end.errors, "quillmarch-batch: none.png: cannot read image: no such file\n");
 }
 
 void TestBatchRun::fullStandardOutputIsAFailure()
@@ -664,7 +664,7 @@ void TestBatchRun::killedWorkerCostsOneFile()
     ::kill(pid_t(workers.first()), SIGKILL);
     const BatchEnd end = endOf(process);
     QCOMPARE(end.code, 5);
-    QVERIFY2(end.errors.contains("long.png: its process was killed; perhaps there is not enough memory"),
+    QVERIFY2(end.errors.contains("long.png: the worker process was killed, possibly for lack of memory"),
              end.errors.constData());
     QCOMPARE(partFiles(), QStringList());
     QCOMPARE(contentOf(u"long.pdf"_s), "the old file");

@@ -232,8 +232,8 @@ void TestBatchFaults::namesTheFailureOfADeadWorker_data()
     QTest::addColumn<BatchFailure>("failure");
     QTest::addColumn<QString>("words");
     const QByteArray writing = "echo '{\"event\":\"writing\",\"path\":\"made.part\"}'; ";
-    const QString memory = u"too large: there is not enough memory"_s;
-    const QString killed = u"its process was killed; perhaps there is not enough memory"_s;
+    const QString memory = u"too large: out of memory"_s;
+    const QString killed = u"the worker process was killed, possibly for lack of memory"_s;
     const auto row = [&](const char *name, const QByteArray &commands, BatchFailure reading, BatchFailure drawing,
                          const QString &words) {
         QTest::addRow("%s while reading", name) << commands << reading << words;
@@ -242,11 +242,12 @@ void TestBatchFaults::namesTheFailureOfADeadWorker_data()
     row("killed", "kill -KILL $$", BatchFailure::TooLarge, BatchFailure::TooLarge, killed);
     row("without memory", "exit 5", BatchFailure::TooLarge, BatchFailure::TooLarge, memory);
     row("crashed", "kill -SEGV $$", BatchFailure::Unreadable, BatchFailure::Unwritable,
-        u"its process crashed, by signal 11"_s);
+        u"the worker process crashed with signal 11"_s);
     row("aborted", "kill -ABRT $$", BatchFailure::Unreadable, BatchFailure::Unwritable,
-        u"its process crashed, by signal 6"_s);
-    row("ended", "exit 0", BatchFailure::Unreadable, BatchFailure::Unwritable, u"its process ended early"_s);
-    row("ended with 1", "exit 1", BatchFailure::Unreadable, BatchFailure::Unwritable, u"its process ended early"_s);
+        u"the worker process crashed with signal 6"_s);
+    row("ended", "exit 0", BatchFailure::Unreadable, BatchFailure::Unwritable, u"the worker process ended early"_s);
+    row("ended with 1", "exit 1", BatchFailure::Unreadable, BatchFailure::Unwritable,
+        u"the worker process ended early"_s);
 }
 
 void TestBatchFaults::namesTheFailureOfADeadWorker()
@@ -271,7 +272,7 @@ void TestBatchFaults::workerThatDoesNotStartIsNoFaultOfTheImage()
     workers.run(2);
     QCOMPARE(events.size(), 2);
     for (const BatchEvent &event : events) {
-        QVERIFY2(event.text.startsWith(u"its process did not start: "_s), qPrintable(event.text));
+        QVERIFY2(event.text.startsWith(u"the worker process did not start: "_s), qPrintable(event.text));
         QCOMPARE(int(event.failure), 4);
     }
 }
