@@ -207,7 +207,7 @@ void TestBatchRun::endsWith_data()
     row("several to a file", u"a.png b.png -o text.png"_s, 2, u"folder"_s);
     row("no such image", u"none.png -o a.pdf"_s, 3, u"none.png: cannot read image: no such file"_s);
     row("text", u"text.png -o a.pdf"_s, 3, u"text.png: cannot read image: unsupported format or corrupted file"_s);
-    row("empty", u"empty.png -o a.pdf"_s, 3, u"unsupported image format"_s);
+    row("empty", u"empty.png -o a.pdf"_s, 3, u"cannot read image: unsupported format"_s);
     row("folder", u"folder -o a.pdf"_s, 3, u"cannot read image: not a regular file"_s);
     row("device", u"/dev/zero -o a.pdf"_s, 3, u"cannot read image: not a regular file"_s);
     row("PDF", u"named.PDF -o a.pdf"_s, 3, u"named.PDF: cannot read image: PDF files are not supported"_s);
