@@ -4,6 +4,8 @@
 #   cpack --config CPackSourceConfig.cmake    the source archive
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_OUTPUT_FILE_PREFIX ${PROJECT_BINARY_DIR}/packages)
+# Temporary files, which would otherwise stay in the folder that cpack is called in.
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR})
 set(CPACK_PACKAGE_NAME quillmarch)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_VENDOR "The Quillmarch authors")
@@ -39,12 +41,8 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
-# The patterns match whole paths, so special characters in the source path are escaped.
-string(REGEX REPLACE "([][+.*()^$?|\\\\])" "\\\\\\1" source "${PROJECT_SOURCE_DIR}")
-set(CPACK_SOURCE_GENERATOR TGZ)
+set(CPACK_SOURCE_GENERATOR External)
 set(CPACK_SOURCE_PACKAGE_FILE_NAME quillmarch-${PROJECT_VERSION})
-set(CPACK_SOURCE_IGNORE_FILES
-    "^${source}/build[^/]*/" "^${source}/\\.git(/|$)" "^${source}/CMakeUserPresets\\.json$"
-    "^${source}/compile_commands\\.json$" "/\\.cache/" "\\.user$" "/user\\.ini$" "/__pycache__/")
+set(CPACK_EXTERNAL_PACKAGE_SCRIPT ${CMAKE_CURRENT_SOURCE_DIR}/source.cmake)
 
 include(CPack)

@@ -109,27 +109,57 @@ class PortableArchive(unittest.TestCase):
         self.assertFalse([name for name in names if name.startswith("ld-")])
 
 
+def committed_files(origin):
+    git = ["git", "-c", f"safe.directory={origin}", "-C", origin]
+    listed = output_of(*git, "ls-tree", "-r", "-z", "--name-only", "--full-tree", "HEAD")
+    return {name for name in listed.split("\0") if name}
+
+
 class SourceArchive(FolderTest):
     def setUp(self):
         super().setUp()
         self.source = packages.unpack(packages.source_archive(), self.folder)
 
-    def test_holdsTheSourcesAndNothingElse(self):
-        names = set(packages.files_below(self.source))
-        self.assertLessEqual({"CMakeLists.txt", "test.sh", "src/app/main.cpp", "packaging/releases.json"}, names)
-        self.assertFalse([name for name in names if name.startswith(("build", ".git/")) or name.endswith("user.ini")])
+    def test_holdsWhatIsCommittedAndNothingElse(self):
         origin = os.environ["QUILLMARCH_SOURCE"]
-        if (pathlib.Path(origin) / ".git").exists():
-            listed = output_of("git", "-c", f"safe.directory={origin}", "-C", origin, "ls-files", "-z")
-            tracked = {name for name in listed.split("\0") if name}
-            self.assertGreater(len(tracked), 100)
-            self.assertEqual(tracked - names, set())
+        names = set(packages.files_below(self.source))
+        self.assertEqual(sorted(names ^ committed_files(origin)), [])
+        self.assertLessEqual({"CMakeLists.txt", "test.sh", "src/app/main.cpp", "packaging/releases.json"}, names)
 
     def test_configures(self):
         options = [f"-DQUILLMARCH_{name}=OFF" for name in ("TESTS", "BENCH", "TOOLS")]
         output_of("cmake", "-G", "Ninja", "-S", self.source, "-B", self.folder / "build", *options)
         dry = output_of("ninja", "-C", self.folder / "build", "-n", "quillmarch")
         self.assertIn("Linking CXX executable", dry)
+
+
+class PackagingLeavesNothing(FolderTest):
+    """cpack, called in a clone of the source, adds nothing to it."""
+
+    def setUp(self):
+        super().setUp()
+        origin = os.environ["QUILLMARCH_SOURCE"]
+        self.clone = self.folder / "clone"
+        output_of("git", "-c", f"safe.directory={origin}/.git", "-c", f"safe.directory={origin}",
+                  "clone", "-q", "--no-hardlinks", origin, self.clone)
+        options = [f"-DQUILLMARCH_{name}=OFF" for name in ("TESTS", "BENCH", "TOOLS")]
+        output_of("cmake", "-G", "Ninja", "-S", self.clone, "-B", self.folder / "build", *options)
+
+    def pack(self):
+        output_of("cpack", "--config", self.folder / "build/CPackSourceConfig.cmake", cwd=self.clone)
+        (archive,) = (self.folder / "build/packages").glob("*.tar.gz")
+        return packages.unpack(archive, self.folder / "unpacked")
+
+    def test_inTheFolderOfTheSource(self):
+        self.pack()
+        self.assertEqual(output_of("git", "-C", self.clone, "status", "--porcelain", "--ignored"), "")
+
+    def test_evenIfTheFolderHasOtherFiles(self):
+        (self.clone / "_CPack_Packages").mkdir()
+        (self.clone / "_CPack_Packages/program").write_text("binary", encoding="utf-8")
+        (self.clone / "LICENSE").unlink()
+        source = self.pack()
+        self.assertEqual(set(packages.files_below(source)), committed_files(self.clone))
 
 
 if __name__ == "__main__":
