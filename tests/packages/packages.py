@@ -11,12 +11,15 @@ import unittest
 VERSION = os.environ["QUILLMARCH_VERSION"]
 
 
+def folder():
+    return pathlib.Path(os.environ["QUILLMARCH_PACKAGES"])
+
+
 def package(pattern):
     """The only package of this version whose name matches."""
-    folder = pathlib.Path(os.environ["QUILLMARCH_PACKAGES"])
-    found = sorted(folder.glob(pattern.format(version=VERSION)))
+    found = sorted(folder().glob(pattern.format(version=VERSION)))
     if len(found) != 1:
-        raise AssertionError(f"not exactly one package in {folder}: {[file.name for file in found]}")
+        raise AssertionError(f"not exactly one package in {folder()}: {[file.name for file in found]}")
     return found[0]
 
 
@@ -30,6 +33,10 @@ def portable_archive():
 
 def source_archive():
     return package("quillmarch-{version}.tar.gz")
+
+
+def binary_packages():
+    return [debian_package(), portable_archive()]
 
 
 def unpack_debian_package(folder):
