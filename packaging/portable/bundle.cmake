@@ -1,6 +1,7 @@
 # Copies the Qt libraries and plugins that the programs need, and other libraries
 # that not every desktop has, into the folder of the archive, with their licenses.
-# Input variables: programs, qt_plugins.
+# Input variables: programs, qt_plugins, name, version, web_site.
+include(${CMAKE_CURRENT_LIST_DIR}/sbom.cmake)
 set(target "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
 
 # Present on any desktop, or tied to its kernel, drivers or C library.
@@ -14,15 +15,24 @@ set(system_libraries
 list(JOIN system_libraries "|" system_libraries)
 
 set(plugins
-    platforms/libqxcb.so platforms/libqwayland-generic.so platforms/libqwayland-egl.so platforms/libqoffscreen.so
+    platforms/libqxcb.so platforms/libqoffscreen.so
     platforminputcontexts/libcomposeplatforminputcontextplugin.so
     platforminputcontexts/libibusplatforminputcontextplugin.so
-    wayland-shell-integration/libxdg-shell.so wayland-decoration-client/libbradient.so
-    wayland-graphics-integration-client/libqt-plugin-wayland-egl.so
     imageformats/libqgif.so imageformats/libqico.so imageformats/libqjpeg.so imageformats/libqsvg.so
     imageformats/libqicns.so imageformats/libqtga.so imageformats/libqtiff.so imageformats/libqwbmp.so
     imageformats/libqwebp.so
     printsupport/libcupsprintersupport.so tls/libqopensslbackend.so)
+
+# In the package qt6-wayland. Without it the program runs on Wayland by Xwayland.
+set(wayland_plugins
+    platforms/libqwayland-generic.so platforms/libqwayland-egl.so
+    wayland-shell-integration/libxdg-shell.so wayland-decoration-client/libbradient.so
+    wayland-graphics-integration-client/libqt-plugin-wayland-egl.so)
+if(EXISTS ${qt_plugins}/platforms/libqwayland-generic.so)
+    list(APPEND plugins ${wayland_plugins})
+else()
+    message(STATUS "qt6-wayland is not installed: the archive uses Xwayland on Wayland desktops")
+endif()
 
 # Copies a library under the name that the loader looks for, without its links.
 function(copy_library library folder)
@@ -33,6 +43,7 @@ function(copy_library library folder)
     if(NOT file_name STREQUAL name)
         file(RENAME ${folder}/${file_name} ${folder}/${name})
     endif()
+    sbom_add_origin(${folder}/${name} ${file})
 endfunction()
 
 # Copies the licenses of the Debian packages that contain the given files. A package
@@ -55,6 +66,8 @@ function(copy_licenses)
         string(REGEX REPLACE "[:,].*" "" package "${line}")
         get_filename_component(text /usr/share/doc/${package}/copyright REALPATH)
         configure_file(${text} ${target}/licenses/${package}.txt COPYONLY)
+        string(REGEX REPLACE "^.*: " "" file "${line}")
+        sbom_add_package(${file} ${package})
     endforeach()
 endfunction()
 
@@ -78,3 +91,4 @@ foreach(library IN LISTS libraries)
     copy_library(${library} ${target}/lib)
 endforeach()
 copy_licenses(${modules} ${libraries})
+write_sbom(${target}/sbom.spdx.json)

@@ -27,6 +27,10 @@ def debian_package():
     return package("quillmarch_{version}_*.deb")
 
 
+def batch_package():
+    return package("quillmarch-batch_{version}_*.deb")
+
+
 def portable_archive():
     return package("quillmarch-{version}-linux-*.tar.gz")
 
@@ -36,11 +40,12 @@ def source_archive():
 
 
 def binary_packages():
-    return [debian_package(), portable_archive()]
+    return [debian_package(), batch_package(), portable_archive()]
 
 
-def unpack_debian_package(folder):
-    subprocess.run(["dpkg", "-x", debian_package(), folder], check=True, timeout=60)
+def unpack_debian_packages(folder):
+    for file in (debian_package(), batch_package()):
+        subprocess.run(["dpkg", "-x", file, folder], check=True, timeout=60)
 
 
 def unpack(archive, folder):

@@ -1,7 +1,10 @@
 """The contents of the packages, and their validity."""
 
+import hashlib
+import json
 import os
 import pathlib
+import re
 import tempfile
 import unittest
 
@@ -11,25 +14,63 @@ from packages import FolderTest, output_of
 GUIDES = {"guide.md", "guide.zh.md", "batch.md", "cuts.md", "user.ini.sample", "images/window-en.png"}
 
 
-class DebianPackage(FolderTest):
-    def field(self, name):
-        return output_of("dpkg-deb", "--field", packages.debian_package(), name).strip()
+def field(package, name):
+    return output_of("dpkg-deb", "--field", package, name).strip()
 
+
+def names_in(relation):
+    """The names in a field such as Depends."""
+    return {entry.split()[0] for entry in relation.split(", ") if entry}
+
+
+class DebianPackage(FolderTest):
     def test_satisfiesLintian(self):
-        messages = output_of("lintian", "--allow-root", "--fail-on", "error,warning", packages.debian_package())
-        self.assertEqual(messages, "")
+        for package in (packages.debian_package(), packages.batch_package()):
+            messages = output_of("lintian", "--allow-root", "--fail-on", "error,warning", package)
+            self.assertEqual(messages, "")
 
     def test_dependsOnItsLibrariesAndPlugins(self):
-        names = {entry.split()[0] for entry in self.field("Depends").split(", ")}
-        self.assertLessEqual({"libqt6core6", "libqt6gui6", "libqt6widgets6", "libqt6printsupport6"}, names)
+        package = packages.debian_package()
+        needed = names_in(field(package, "Depends"))
+        self.assertLessEqual({"libqt6core6", "libqt6gui6", "libqt6widgets6", "libqt6printsupport6"}, needed)
         lines = (pathlib.Path(os.environ["QUILLMARCH_SOURCE"]) / "scripts/packages.txt").read_text().splitlines()
         run = {line.split()[1] for line in lines if line.startswith("run ")}
-        self.assertGreater(len(run), 3)
-        self.assertLessEqual(run, names)
-        self.assertEqual(self.field("Version"), packages.VERSION)
+        fonts = {name for name in run if name.startswith("fonts-")}
+        self.assertEqual(fonts, {"fonts-noto-cjk", "fonts-liberation"})
+        self.assertGreater(len(run - fonts), 3)
+        self.assertLessEqual(run - fonts, needed)
+        self.assertEqual(names_in(field(package, "Recommends")), fonts | {"quillmarch-batch"})
+        self.assertEqual(field(package, "Version"), packages.VERSION)
+
+    def test_hasACommandForServers(self):
+        package = packages.batch_package()
+        needed = names_in(field(package, "Depends"))
+        self.assertIn("libqt6gui6", needed)
+        unwanted = [name for name in needed if re.search("^fonts-|wayland|^quillmarch|libqt6network6", name)]
+        self.assertEqual(unwanted, [])
+        self.assertEqual(field(package, "Version"), packages.VERSION)
+        output_of("dpkg-deb", "--extract", package, self.folder)
+        names = set(packages.files_below(self.folder))
+        docs = "usr/share/doc/quillmarch-batch/"
+        self.assertLessEqual({"usr/bin/quillmarch-batch", "usr/share/man/man1/quillmarch-batch.1.gz",
+                              docs + "copyright", docs + "changelog.gz"}, names)
+        self.assertFalse([name for name in names if "applications/" in name or "icons/" in name])
+
+    def test_sharesNoFileWithTheOther(self):
+        files = []
+        for package in (packages.debian_package(), packages.batch_package()):
+            folder = self.folder / package.name
+            output_of("dpkg-deb", "--extract", package, folder)
+            files.append(set(packages.files_below(folder)))
+        self.assertEqual(files[0] & files[1], set())
+        self.assertIn("usr/bin/quillmarch", files[0])
+
+    def test_replacesFilesOfEarlierVersions(self):
+        for name in ("Breaks", "Replaces"):
+            self.assertEqual(field(packages.batch_package(), name), f"quillmarch (<< {packages.VERSION})")
 
     def test_fitsIntoTheDesktop(self):
-        packages.unpack_debian_package(self.folder)
+        packages.unpack_debian_packages(self.folder)
         share = self.folder / "usr/share"
         (entry,) = (share / "applications").iterdir()
         output_of("desktop-file-validate", entry)
@@ -43,13 +84,13 @@ class DebianPackage(FolderTest):
         self.assertEqual(icons, sizes | {"scalable/apps/quillmarch.svg"})
 
     def test_containsTheGuides(self):
-        packages.unpack_debian_package(self.folder)
+        packages.unpack_debian_packages(self.folder)
         docs = self.folder / "usr/share/doc/quillmarch"
         self.assertLessEqual(GUIDES, set(packages.files_below(docs)))
         self.assertEqual(packages.broken_links(docs), [])
 
     def test_hasNoRunPath(self):
-        packages.unpack_debian_package(self.folder)
+        packages.unpack_debian_packages(self.folder)
         program = self.folder / "usr/libexec/quillmarch/quillmarch"
         dynamic = output_of("readelf", "--dynamic", program)
         self.assertIn("libQt6Widgets.so.6", dynamic)
@@ -60,9 +101,10 @@ class DebianPackage(FolderTest):
         for name in ("info", "updates", "triggers"):
             (database / name).mkdir(parents=True)
         (database / "status").touch()
-        self.dpkg("--install", packages.debian_package())
+        self.dpkg("--install", packages.debian_package(), packages.batch_package())
         self.assertTrue((self.folder / "usr/bin/quillmarch").is_file())
-        self.dpkg("--purge", "quillmarch")
+        self.assertTrue((self.folder / "usr/bin/quillmarch-batch").is_file())
+        self.dpkg("--purge", "quillmarch", "quillmarch-batch")
         self.assertEqual([path.name for path in self.folder.iterdir()], ["var"])
         self.assertEqual([file.name for file in (database / "info").iterdir() if file.name != "format"], [])
 
@@ -103,10 +145,67 @@ class PortableArchive(unittest.TestCase):
         self.assertIn("long-chat.png", packages.files_below(folder / "samples"))
         self.assertEqual(packages.broken_links(folder), [])
 
+    def test_containsTheManPages(self):
+        names = {file.name for file in (self.program.parent / "man").iterdir()}
+        self.assertEqual(names, {"quillmarch.1", "quillmarch-batch.1"})
+
+    def test_listsEveryFileAndItsOrigin(self):
+        folder = self.program.parent
+        sbom = json.loads((folder / "sbom.spdx.json").read_text(encoding="utf-8"))
+        contents = packages.files_below(folder)
+        del contents["sbom.spdx.json"]
+        sums = {"./" + name: hashlib.sha256(content).hexdigest() for name, content in contents.items()}
+        listed = {file["fileName"]: sum["checksumValue"] for file in sbom["files"] for sum in file["checksums"]
+                  if sum["algorithm"] == "SHA256"}
+        self.assertEqual(listed, sums)
+        identifiers = [item["SPDXID"] for item in sbom["packages"] + sbom["files"]]
+        self.assertEqual(len(identifiers), len(set(identifiers)))
+        self.assertCountEqual(
+            [relation["relatedSpdxElement"] for relation in sbom["relationships"]
+             if relation["relationshipType"] == "CONTAINS"],
+            [file["SPDXID"] for file in sbom["files"]])
+        origins = self.origins(sbom)
+        self.assertEqual(origins["./quillmarch"], "quillmarch " + packages.VERSION)
+        for name, origin in origins.items():
+            is_copied = name.startswith(("./lib/", "./plugins/"))
+            self.assertEqual(is_copied, not origin.startswith("quillmarch "), f"{name} is from {origin}")
+        version = output_of("dpkg-query", "--show", "--showformat", "${Version}", "libqt6core6").strip()
+        self.assertEqual(origins["./lib/libQt6Core.so.6"], "libqt6core6 " + version)
+
+    def origins(self, sbom):
+        names = {package["SPDXID"]: f"{package['name']} {package['versionInfo']}" for package in sbom["packages"]}
+        files = {file["SPDXID"]: file["fileName"] for file in sbom["files"]}
+        return {files[relation["relatedSpdxElement"]]: names[relation["spdxElementId"]]
+                for relation in sbom["relationships"] if relation["relationshipType"] == "CONTAINS"}
+
     def test_bringsNothingThatBelongsToTheSystem(self):
         names = {file.name.split(".so")[0] for file in (self.program.parent / "lib").iterdir()}
         self.assertEqual(names & {"libc", "libm", "libGL", "libX11", "libxcb", "libfontconfig", "libstdc++"}, set())
         self.assertFalse([name for name in names if name.startswith("ld-")])
+
+
+class ArchiveWithoutWayland(FolderTest):
+    """The archive of a machine that has no qt6-wayland."""
+
+    def test_hasTheOtherPlugins(self):
+        unpacked = packages.unpack(packages.portable_archive(), self.folder / "unpacked")
+        source = pathlib.Path(os.environ["QUILLMARCH_SOURCE"])
+        installed = pathlib.Path(output_of("qtpaths6", "--query", "QT_INSTALL_PLUGINS").strip())
+        plugins = self.folder / "plugins"
+        for file in installed.glob("*/*.so"):
+            if "wayland" not in str(file) and "libbradient" not in file.name:
+                (plugins / file.parent.name).mkdir(parents=True, exist_ok=True)
+                (plugins / file.parent.name / file.name).symlink_to(file)
+        target = self.folder / "target"
+        target.mkdir()
+        (target / "quillmarch").write_bytes((unpacked / "quillmarch").read_bytes())
+        variables = {"CMAKE_INSTALL_PREFIX": target, "programs": "quillmarch", "qt_plugins": plugins, "name": "x",
+                     "version": "1", "web_site": "https://x.test"}
+        options = [f"-D{name}={value}" for name, value in variables.items()]
+        output = output_of("cmake", *options, "-P", source / "packaging/portable/bundle.cmake")
+        self.assertIn("qt6-wayland is not installed", output)
+        self.assertTrue((target / "plugins/platforms/libqxcb.so").is_file())
+        self.assertEqual([file for file in packages.files_below(target) if "ayland" in file], [])
 
 
 def committed_files(origin):

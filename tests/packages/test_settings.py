@@ -63,7 +63,7 @@ class InstalledSettings(SettingsTest):
     """The Debian package, unpacked into a folder."""
 
     def installation(self):
-        packages.unpack_debian_package(self.place)
+        packages.unpack_debian_packages(self.place)
         return self.place / "usr"
 
     def test_areInTheUsersDataFolder(self):

@@ -20,7 +20,7 @@ class StartScript(packages.FolderTest):
         super().setUp()
         self.folder.chmod(0o755)
         self.prefix = self.folder / "root"
-        packages.unpack_debian_package(self.prefix)
+        packages.unpack_debian_packages(self.prefix)
         self.packaged = self.prefix / "usr/libexec/quillmarch/quillmarch"
         self.install("one")
         self.home = self.folder / "home"
