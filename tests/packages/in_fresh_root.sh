@@ -1,13 +1,17 @@
 #!/usr/bin/env bash
 # Installs the packages into fresh Debian systems and uses them there:
 #
-#     sudo tests/packages/in_fresh_root.sh [FOLDER]
+#     sudo tests/packages/in_fresh_root.sh [FOLDER [TEST...]]
 #
+# The tests are debian, portable and repository; by default, all of them.
 # In one, apt installs the Debian package. In the other, which has the libraries of
 # a desktop but no Qt, the portable archive is unpacked. In both, an unprivileged
 # user changes the margin, and finds it stored when the program starts again. Then
-# the Debian package is purged and must not leave any files. Needs debootstrap, a
-# network and the packages (cpack). With FOLDER the systems are kept for later runs.
+# the Debian package is purged and must not leave any files. In a third system, both
+# Debian packages come from an apt repository (file://): the command for servers is
+# installed alone, then the window, then both are upgraded and removed. Needs debootstrap,
+# apt-utils, gpg, a network and the packages (cpack). With FOLDER the systems are kept
+# for later runs.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
@@ -109,16 +113,88 @@ try_portable_archive() {
     run_as_user "$system" PortableSettings
 }
 
+# Makes the package "$1" once more as the version "$2", in the folder "$3".
+raise_version() {
+    local content
+    content=$(mktemp -d "$folder/content.XXXXXX")
+    dpkg-deb --raw-extract "$1" "$content"
+    sed -i -E -e "s/^Version: .*/Version: $2/" -e "s/\(<< [^)]*\)/(<< $2)/" "$content/DEBIAN/control"
+    dpkg-deb --root-owner-group --build "$content" "$3" >/dev/null
+    rm -rf "$content"
+}
+
+installed_version() {
+    # shellcheck disable=SC2016  # fields of dpkg-query
+    inside "$1" dpkg-query --show --showformat '${Version}' "$2"
+}
+
+# Prints how many packages and how many bytes apt would fetch for the package "$2".
+say_size() {
+    say "Without recommended packages, apt installs for $2:"
+    inside "$1" apt-get install --no-install-recommends --assume-no "$2" 2>&1 \
+        | grep -E 'newly installed|Need to get|disk space' || true
+}
+
+try_repository() {
+    local system=$folder/repository site=/srv/repository higher=999.0.10
+    make_root "$system"
+    mount_system "$system"
+    rm -rf "${system:?}$site" "$folder/higher"
+    mkdir -p "$folder/higher" "$folder/keys"
+    chmod 700 "$folder/keys"
+    export GNUPGHOME=$folder/keys
+    gpg --batch --list-secret-keys test@quillmarch.test >/dev/null 2>&1 \
+        || gpg --batch --passphrase '' --quick-generate-key test@quillmarch.test ed25519 sign never
+    "$root/tools/apt-repository" "$system$site" test@quillmarch.test "$package" "$batch_package"
+    echo "deb [signed-by=$site/quillmarch.gpg] file://$site stable main" \
+        >"$system/etc/apt/sources.list.d/quillmarch.list"
+    inside "$system" apt-get update -q
+    say_size "$system" quillmarch-batch
+    say_size "$system" quillmarch
+    inside "$system" apt-get install -q -y --no-install-recommends quillmarch-batch
+    inside "$system" quillmarch-batch --version
+    # shellcheck disable=SC2016  # fields of dpkg-query
+    if inside "$system" dpkg-query -W -f '${Package} ${db:Status-Status}\n' \
+        | grep -E '^(fonts-noto|fonts-liberation|qt6-wayland|quillmarch ).* installed$'; then
+        die "quillmarch-batch brought the packages above"
+    fi
+    cp "$root/samples/table.png" "$system/tmp/"
+    inside "$system" quillmarch-batch --page-numbers /tmp/table.png -o /tmp/table.pdf
+    [[ $(head -c 5 "$system/tmp/table.pdf") == %PDF- ]] || die "quillmarch-batch wrote no PDF file"
+    inside "$system" apt-get install -q -y --no-install-recommends quillmarch
+    raise_version "$package" "$higher" "$folder/higher/quillmarch_${higher}_amd64.deb"
+    raise_version "$batch_package" "$higher" "$folder/higher/quillmarch-batch_${higher}_amd64.deb"
+    "$root/tools/apt-repository" "$system$site" test@quillmarch.test "$folder/higher"/*.deb
+    inside "$system" apt-get update -q
+    inside "$system" apt-get upgrade -q -y --no-install-recommends
+    [[ $(installed_version "$system" quillmarch) == "$higher" ]] || die "quillmarch was not upgraded"
+    [[ $(installed_version "$system" quillmarch-batch) == "$higher" ]] || die "quillmarch-batch was not upgraded"
+    inside "$system" apt-get purge -q -y quillmarch quillmarch-batch
+    if find "$system/usr" -name '*quillmarch*' | grep .; then
+        die "the packages left the files above"
+    fi
+    gpgconf --kill all
+}
+
 [[ $(id -u) -eq 0 ]] || die "must be run as root"
 command -v debootstrap >/dev/null || die "install debootstrap"
 keep=${1:-}
 folder=${keep:-$(mktemp -d)}
 version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' "$root/CMakeLists.txt")
 package=$(ls "$build_folder/packages/quillmarch_${version}_"*.deb)
+batch_package=$(ls "$build_folder/packages/quillmarch-batch_${version}_"*.deb)
 mounted=()
 mkdir -p "$folder"
 trap unmount_all EXIT
 
-try_debian_package
-try_portable_archive
-say "Both packages work, and the Debian package was removed completely"
+tests=("${@:2}")
+[[ ${#tests[@]} -gt 0 ]] || tests=(debian portable repository)
+for test in "${tests[@]}"; do
+    case $test in
+    debian) try_debian_package ;;
+    portable) try_portable_archive ;;
+    repository) try_repository ;;
+    *) die "no such test: $test" ;;
+    esac
+done
+say "Works: ${tests[*]}"
