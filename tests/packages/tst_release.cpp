@@ -10,6 +10,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <memory>
@@ -42,13 +43,14 @@ QJsonObject releaseEntry(const QString &version)
 
 } // namespace
 
-/// Runs tools/release in a copy of the files that it reads. The packages are small
-/// files with the right names; their contents do not matter here.
+/// Runs tools/release in a clone with the files that it reads, with small packages.
 class TestRelease : public QObject
 {
     Q_OBJECT
 
 private slots:
+    void initTestCase();
+    void cleanupTestCase();
     void init();
     void cleanup() { dir.reset(); }
 
@@ -58,34 +60,67 @@ private slots:
     void usesTheLanguageOfTheDocument();
     void listsTheNewestReleaseFirst();
     void publishesPackagesWithChecksums();
+    void signsTheChecksums();
+    void acceptsRealHosts();
     void usesThePackageHost();
     void buildsTestsAndPackagesTheCommit_data();
     void buildsTestsAndPackagesTheCommit();
     void namesThePackageThatTheProgramFallsBackTo();
     void rejects_data();
     void rejects();
+    void rejectsContents_data();
+    void rejectsContents();
+    void rejectsWhatUsersCannotReach_data();
+    void rejectsWhatUsersCannotReach();
 
 private:
     QString path(const QString &name) const { return dir->filePath(name); }
     QString site(const QString &name) const { return path(u"site/"_s + name); }
     void setVersion(const QString &version);
-    void makePackages(const QString &version);
+    void setRealHosts();
+    void makePackages(const QString &version, const QString &host = u"https://files.test"_s);
+    void git(const QStringList &arguments);
     int release(const QStringList &options = {});
     bool releaseTwice();
     QJsonArray releasesIn(const QString &document) const;
     QMap<QString, QByteArray> siteContent() const;
 
     std::unique_ptr<QTemporaryDir> dir;
+    QTemporaryDir keys{u"/tmp/quillmarch-keys-XXXXXX"_s}; // short, since sockets of gpg lie in it
+    QString fingerprint;
     QString errorOutput; // of the last run
 };
+
+/// Makes a key to sign with.
+void TestRelease::initTestCase()
+{
+    qputenv("GNUPGHOME", keys.path().toUtf8());
+    QCOMPARE(QProcess::execute(u"gpg"_s,
+                               {u"--batch"_s, u"--quiet"_s, u"--passphrase"_s, QString(), u"--quick-generate-key"_s,
+                                u"Test <test@quillmarch.test>"_s, u"ed25519"_s, u"sign"_s, u"never"_s}),
+             0);
+    QProcess list;
+    list.start(u"gpg"_s, {u"--batch"_s, u"--with-colons"_s, u"--list-secret-keys"_s});
+    QVERIFY(list.waitForFinished(60000));
+    const QStringList lines = QString::fromUtf8(list.readAllStandardOutput()).split(u'\n');
+    fingerprint = lines.filter(QRegularExpression(u"^fpr:"_s)).value(0).section(u':', 9, 9);
+    QCOMPARE(fingerprint.size(), 40);
+}
+
+void TestRelease::cleanupTestCase()
+{
+    QCOMPARE(QProcess::execute(u"gpgconf"_s, {u"--kill"_s, u"all"_s}), 0);
+}
 
 void TestRelease::init()
 {
     dir = std::make_unique<QTemporaryDir>();
     for (const QString &name : {u"tools/release"_s, u"cmake/hosts.cmake"_s, u"CMakeLists.txt"_s, u"CHANGELOG.md"_s,
-                                u"packaging/releases.json"_s}) {
+                                u"packaging/releases.json"_s, u"SECURITY.md"_s}) {
         write(path(name), contentOf(QStringLiteral(PROJECT_FOLDER "/") + name));
     }
+    write(path(u".gitignore"_s), "/site\n/packages\n/bin\n/made.*\n");
+    git({u"init"_s, u"-q"_s});
     makePackages(programVersion.toString());
 }
 
@@ -105,19 +140,32 @@ void TestRelease::setVersion(const QString &version)
     makePackages(version);
 }
 
-void TestRelease::makePackages(const QString &version)
+/// Sets hosts, contact and key as somebody does who really releases the program.
+void TestRelease::setRealHosts()
 {
-    for (const QString &name :
-         {u"quillmarch-%1-linux-x86_64.tar.gz"_s, u"quillmarch_%1_amd64.deb"_s, u"quillmarch-%1.tar.gz"_s}) {
-        const QString file = name.arg(version);
-        write(path("packages/"_L1 + file), file.toLatin1());
+    for (const QString &name : {u"cmake/hosts.cmake"_s, u"SECURITY.md"_s}) {
+        write(path(name), contentOf(path(name)).replace("quillmarch.example", "quillmarch.test"));
     }
-    write(path(u"made.zip"_s), "Windows " + version.toLatin1());
-    write(path(u"made.dmg"_s), "macOS " + version.toLatin1());
+    write(path(u"SECURITY.md"_s), contentOf(path(u"SECURITY.md"_s)) + "\nKey " + fingerprint.toLatin1() + '\n');
 }
 
-/// Runs tools/release and returns the exit code. The option "build" means without
-/// --skip-build, and "no windows" without a package for Windows.
+void TestRelease::makePackages(const QString &version, const QString &host)
+{
+    QCOMPARE(QProcess::execute(QStringLiteral(PYTHON),
+                               {u"-B"_s, QStringLiteral(PROJECT_FOLDER "/tests/packages/smallpackages.py"), dir->path(),
+                                version, host}),
+             0);
+}
+
+void TestRelease::git(const QStringList &arguments)
+{
+    const QStringList author{u"-c"_s, u"user.name=x"_s, u"-c"_s, u"user.email=x@y.test"_s};
+    QCOMPARE(QProcess::execute(u"git"_s, QStringList{u"-C"_s, dir->path()} + author + arguments), 0);
+}
+
+/// Commits everything, runs tools/release and returns the exit code. The option "build"
+/// means without --skip-build, "no windows" without a package for Windows, "dirty"
+/// without committing, and "strict" without --allow-example-hosts.
 int TestRelease::release(const QStringList &options)
 {
     QStringList arguments{u"-B"_s,         path(u"tools/release"_s), u"--site"_s,
@@ -128,6 +176,16 @@ int TestRelease::release(const QStringList &options)
     }
     if (arguments.removeAll("no windows"_L1) == 0) {
         arguments += {u"--package"_s, "windows="_L1 + path(u"made.zip"_s)};
+    }
+    if (arguments.removeAll("strict"_L1) == 0) {
+        arguments += u"--allow-example-hosts"_s;
+    }
+    if (arguments.removeAll("dirty"_L1) == 0) {
+        git({u"add"_s, u"."_s});
+        git({u"commit"_s, u"-q"_s, u"--allow-empty"_s, u"-m"_s, u"all"_s});
+    }
+    if (!arguments.contains("--sign-key"_L1)) {
+        arguments += {u"--sign-key"_s, fingerprint};
     }
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -247,8 +305,27 @@ void TestRelease::publishesPackagesWithChecksums()
         check.start(kind + "sum"_L1, {u"--check"_s, u"--strict"_s, kind.toUpper() + "SUMS"_L1});
         QVERIFY(check.waitForFinished(60000));
         QCOMPARE(check.exitCode(), 0);
-        QCOMPARE(check.readAllStandardOutput().count(": OK"), 8); // four packages per release
+        QCOMPARE(check.readAllStandardOutput().count(": OK"), 10); // five packages per release
     }
+}
+
+/// Checks the signature as the documents tell users to do.
+void TestRelease::signsTheChecksums()
+{
+    QVERIFY2(releaseTwice(), qPrintable(errorOutput));
+    const QString folder = site(u"updates/quillmarch/"_s);
+    const QStringList check{u"--batch"_s, u"--verify"_s, folder + "SHA256SUMS.asc"_L1, folder + "SHA256SUMS"_L1};
+    QCOMPARE(QProcess::execute(u"gpg"_s, check), 0);
+    write(folder + "SHA256SUMS"_L1, contentOf(folder + "SHA256SUMS"_L1) + "0  more\n");
+    QCOMPARE(QProcess::execute(u"gpg"_s, check), 1);
+}
+
+void TestRelease::acceptsRealHosts()
+{
+    setRealHosts();
+    QVERIFY2(release({u"--first"_s, u"strict"_s}) == 0, qPrintable(errorOutput));
+    const QByteArray document = contentOf(site(u"updates/update-config-zh.json"_s));
+    QVERIFY(document.contains("https://packages.quillmarch.test/updates/quillmarch/"));
 }
 
 void TestRelease::usesThePackageHost()
@@ -287,15 +364,12 @@ void TestRelease::buildsTestsAndPackagesTheCommit()
     writeProgram(path(u"bin/cmake"_s), logger);
     writeProgram(path(u"bin/cpack"_s), logger);
     writeProgram(path(u"test.sh"_s), logger + (passes ? "exit 0\n" : "exit 1\n"));
-    for (const QStringList &command : {QStringList{u"init"_s, u"-q"_s}, QStringList{u"add"_s, u"."_s},
-                                       QStringList{u"-c"_s, u"user.name=x"_s, u"-c"_s, u"user.email=x@y.test"_s,
-                                                   u"commit"_s, u"-q"_s, u"-m"_s, u"all"_s}}) {
-        QCOMPARE(QProcess::execute(u"git"_s, QStringList{u"-C"_s, dir->path()} + command), 0);
-    }
+    git({u"add"_s, u"."_s});
+    git({u"commit"_s, u"-q"_s, u"-m"_s, u"all"_s});
     if (!committed) {
         write(path(u"CHANGELOG.md"_s), contentOf(path(u"CHANGELOG.md"_s)) + "more\n");
     }
-    QCOMPARE(release({u"build"_s, u"--first"_s, u"--package-host"_s, u"https://files.test"_s}),
+    QCOMPARE(release({u"build"_s, u"dirty"_s, u"--first"_s, u"--package-host"_s, u"https://files.test"_s}),
              reason.isEmpty() ? 0 : 1);
     QVERIFY2(errorOutput.contains(reason), qPrintable(errorOutput));
     QCOMPARE(contentOf(log), steps);
@@ -359,6 +433,97 @@ void TestRelease::rejects_data()
     QTest::newRow("a host without a safe scheme")
         << higher << nothing << QByteArray() << QStringList{u"--package-host"_s, u"http://files.test"_s}
         << u"not https:// and a host"_s;
+    QTest::newRow("a change that is not committed")
+        << nothing << u"CHANGELOG.md"_s << QByteArray("x") << QStringList{u"dirty"_s} << u"uncommitted changes"_s;
+    QTest::newRow("a file that is not committed")
+        << nothing << u"_CPack_Packages/x"_s << QByteArray("x") << QStringList{u"dirty"_s} << u"uncommitted changes"_s;
+    QTest::newRow("the hosts of the source") << higher << nothing << QByteArray() << QStringList{u"strict"_s}
+                                             << u"updates.quillmarch.example, which reaches nobody"_s;
+    QTest::newRow("an unknown key") << higher << nothing << QByteArray()
+                                    << QStringList{u"--sign-key"_s, u"nobody@quillmarch.test"_s}
+                                    << u"no secret key nobody@quillmarch.test"_s;
+}
+
+/// Packages with the right name and the wrong content.
+void TestRelease::rejectsContents_data()
+{
+    QTest::addColumn<QString>("package");
+    QTest::addColumn<bool>("cutOff"); // otherwise of version 2.7.9
+    QTest::addColumn<QString>("reason");
+    const QList<QStringList> names{
+        {u"packages/quillmarch-%1-linux-x86_64.tar.gz"_s, u"quillmarch is not version 2.7.1"_s},
+        {u"packages/quillmarch_%1_amd64.deb"_s, u"is version 2.7.9 inside, not 2.7.1"_s},
+        {u"packages/quillmarch-batch_%1_amd64.deb"_s, u"is version 2.7.9 inside, not 2.7.1"_s},
+        {u"packages/quillmarch-%1.tar.gz"_s, u"is not the source of version 2.7.1"_s},
+        {u"made.zip"_s, u"quillmarch.exe is not version 2.7.1"_s},
+    };
+    for (const QStringList &name : names) {
+        const QByteArray row = name[0].toUtf8();
+        QTest::addRow("another version: %s", row.constData()) << name[0] << false << name[1];
+        QTest::addRow("cut off: %s", row.constData()) << name[0] << true << u"cannot be listed"_s;
+    }
+}
+
+void TestRelease::rejectsContents()
+{
+    QFETCH(QString, package);
+    QFETCH(bool, cutOff);
+    QFETCH(QString, reason);
+    const auto named = [this](const QString &name, const QString &version) {
+        return path(name.contains("%1"_L1) ? name.arg(version) : name);
+    };
+    const QString target = named(package, programVersion.toString());
+    if (cutOff) {
+        const QByteArray whole = contentOf(target);
+        write(target, whole.first(whole.size() / 2));
+    } else {
+        const QByteArray windows = contentOf(path(u"made.zip"_s));
+        makePackages(u"2.7.9"_s);
+        const QByteArray other = contentOf(named(package, u"2.7.9"_s));
+        write(path(u"made.zip"_s), windows);
+        write(target, other);
+    }
+    QCOMPARE(release({u"--first"_s}), 1);
+    QVERIFY2(errorOutput.contains(reason), qPrintable(errorOutput));
+    QVERIFY(!errorOutput.contains("Traceback"_L1));
+    QVERIFY(siteContent().isEmpty());
+}
+
+void TestRelease::rejectsWhatUsersCannotReach_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+    QTest::addColumn<QString>("reason");
+    const QString hosts = u"cmake/hosts.cmake"_s;
+    const QString security = u"SECURITY.md"_s;
+    QTest::newRow("an example host") << hosts << QByteArray("service.quillmarch.test")
+                                     << QByteArray("service.quillmarch.example") << u"QUILLMARCH_SERVICE_HOST"_s;
+    QTest::newRow("another contact") << security << QByteArray("support@quillmarch.test")
+                                     << QByteArray("somebody@quillmarch.test") << u"does not name the contact"_s;
+    QTest::newRow("another key") << security << fingerprint.toLatin1() << QByteArray("0123")
+                                 << u"does not name the key"_s;
+    QTest::newRow("a program for example hosts")
+        << QString() << QByteArray() << QByteArray() << u"quillmarch uses example hosts"_s;
+}
+
+void TestRelease::rejectsWhatUsersCannotReach()
+{
+    QFETCH(QString, file);
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, after);
+    QFETCH(QString, reason);
+    setRealHosts();
+    if (file.isEmpty()) {
+        makePackages(programVersion.toString(), u"https://updates.quillmarch.example"_s);
+    } else {
+        const QByteArray content = contentOf(path(file));
+        QVERIFY(content.contains(before));
+        write(path(file), QByteArray(content).replace(before, after));
+    }
+    QCOMPARE(release({u"--first"_s, u"strict"_s}), 1);
+    QVERIFY2(errorOutput.contains(reason), qPrintable(errorOutput));
+    QVERIFY(siteContent().isEmpty());
 }
 
 void TestRelease::rejects()
