@@ -36,8 +36,8 @@ class AptRepository(FolderTest):
         content = self.folder / "content"
         output_of("dpkg-deb", "--raw-extract", package, content)
         control = content / "DEBIAN/control"
-        text = control.read_text(encoding="utf-8").replace(f"\nVersion: {packages.VERSION}\n", f"\nVersion: {version}\n")
-        control.write_text(text, encoding="utf-8")
+        before, after = f"\nVersion: {packages.VERSION}\n", f"\nVersion: {version}\n"
+        control.write_text(control.read_text(encoding="utf-8").replace(before, after), encoding="utf-8")
         changed = self.folder / package.name.replace(packages.VERSION, version)
         output_of("dpkg-deb", "--root-owner-group", "--build", content, changed)
         return changed
