@@ -172,7 +172,7 @@ int worthOf(int length, int width)
 {
     const int plain = std::max(3, width / plainGapShare);
     const int full = std::max(plain, width / fullGapShare);
-    const auto worth = [](int rows) { return logarithm(quint64(1 + rows)); };
+    const auto worth = [](int rows) { return logarithm(quint64(rows) + 1); };
     return worth(std::min(length, plain)) + (worth(std::clamp(length, plain, full)) - worth(plain)) * 3 / 10;
 }
 
@@ -278,7 +278,7 @@ bool changesAcross(const ChannelRows &source, int y, quint64 usual)
     const uchar *above = rows.constScanLine(0);
     const uchar *below = rows.constScanLine(1);
     int count = 0;
-    for (int x = 0; x < source.width(); ++x) {
+    for (qsizetype x = 0; x < source.width(); ++x) {
         const quint64 change = source.weight() * pixelDistance(above + x * bytes, below + x * bytes, bytes);
         count += change > clearly ? 1 : 0;
     }
