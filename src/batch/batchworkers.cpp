@@ -1,6 +1,7 @@
 #include "batch/batchworkers.h"
 
 #include "batch/outofmemory.h"
+#include "decode/decodethreads.h"
 
 #include <QFile>
 #include <QTimer>
@@ -190,6 +191,7 @@ void BatchWorkers::onEnd(Worker &worker)
 
 void serveJobs()
 {
+    setDecodeThreads(DecodeThreads::One); // the other processors have worker processes of their own
     exitWhenOutOfMemory([] {}); // the parent reports it and starts another worker
     std::cin.exceptions(std::ios::badbit); // or a failed allocation would look like the end of the input
     std::string line;

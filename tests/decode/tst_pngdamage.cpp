@@ -28,16 +28,6 @@ QByteArray packedFile(const QByteArray &packed, qsizetype piece = 8192)
     return pngOf(pngHeader(smallSize, {}), {}, packed, {}, piece);
 }
 
-QByteArray flipped(QByteArray file, QRandomGenerator &random, int most)
-{
-    const int count = 1 + int(random.bounded(quint32(most)));
-    for (int i = 0; i < count; ++i) {
-        const auto at = qsizetype(random.bounded(quint32(file.size())));
-        file[at] = char(uchar(file.at(at)) ^ (1U << random.bounded(8U)));
-    }
-    return file;
-}
-
 /// The zlib stream of \a rows in stored blocks of \a piece bytes.
 QByteArray stored(const QByteArray &rows, qsizetype piece)
 {
@@ -130,7 +120,7 @@ void TestPngDamage::randomBits()
     QFETCH(QByteArray, file);
     QRandomGenerator random(2);
     for (int i = 0; i < 2000; ++i) {
-        QCOMPARE(differenceFromQt(flipped(file, random, 4), "png"), QString());
+        QCOMPARE(differenceFromQt(withFlippedBits(file, random, 4), "png"), QString());
     }
 }
 
@@ -139,7 +129,7 @@ void TestPngDamage::randomBitsUnderRightChecksums()
     QFETCH(QByteArray, file);
     QRandomGenerator random(3);
     for (int i = 0; i < 2000; ++i) {
-        QCOMPARE(differenceFromQt(withRightChecksums(flipped(file, random, 4)), "png"), QString());
+        QCOMPARE(differenceFromQt(withRightChecksums(withFlippedBits(file, random, 4)), "png"), QString());
     }
 }
 
