@@ -11,10 +11,7 @@
 class PdfError : public std::runtime_error
 {
 public:
-    explicit PdfError(const QString &reason)
-        : std::runtime_error(reason.toStdString())
-    {
-    }
+    explicit PdfError(const QString &reason);
 
-    QString reason() const { return QString::fromUtf8(what()); }
+    QString reason() const;
 };

@@ -27,3 +27,7 @@ struct PdfSheet
     /// space between them follow from its height, as in the window.
     QRectF numberPlace;
 };
+
+/// Throws std::invalid_argument unless \a sheet shows rows of a picture of \a rows rows
+/// and its lengths are in range.
+void checkSheet(const PdfSheet &sheet, int rows);
