@@ -2,8 +2,6 @@
 
 #include "pdf/packedband.h"
 
-#include <functional>
-
 class SampleRows;
 
 /// The colors of the rows of \a samples from \a first to before \a end, without loss.

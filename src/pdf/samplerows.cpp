@@ -1,6 +1,7 @@
 #include "pdf/samplerows.h"
 
 #include "pixels/opacity.h"
+#include "pixels/processor.h"
 #include "pixels/rowviews.h"
 
 #include <QRgba64>
@@ -8,7 +9,13 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <new>
+#include <numeric>
+
+#ifdef QUILLMARCH_HAS_VECTORS
+#include <immintrin.h>
+#endif
 
 namespace {
 
@@ -48,13 +55,51 @@ QImage::Format workFormatOf(const QImage &image, Kind kind)
     }
 }
 
-/// The colors of all indexes that a pixel can have. Qt takes black for those beyond the table.
-QList<QRgb> allColors(const QImage &image, Kind kind)
+/// The bits that every index of a pixel of \a image fits into.
+int bitsOfIndexes(const QImage &image)
+{
+    uchar all = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar *row = image.constScanLine(y);
+        all = std::accumulate(row, row + image.width(), all, std::bit_or<uchar>());
+    }
+    return all < 2 ? 1 : all < 4 ? 2 : all < 16 ? 4 : 8;
+}
+
+int bitsOf(const QImage &image, Kind kind)
+{
+    switch (kind) {
+    case Kind::Bits:
+        return 1;
+    case Kind::Indexes:
+        return bitsOfIndexes(image);
+    case Kind::Gray16:
+    case Kind::Color16:
+        return 16;
+    default:
+        return 8;
+    }
+}
+
+/// The colors of all indexes of \a bits bits. Qt takes black for those beyond the table.
+QList<QRgb> allColors(const QImage &image, int bits)
 {
     QList<QRgb> colors = image.colorTable();
-    const bool isTransparent = image.hasAlphaChannel();
-    colors.resize(kind == Kind::Bits ? 2 : 256, isTransparent ? 0U : 0xff000000U);
+    colors.resize(qsizetype(1) << bits, image.hasAlphaChannel() ? 0U : 0xff000000U);
     return colors;
+}
+
+/// Writes indexes of less than eight bits, the first one in the highest bits.
+void writeSmallIndexes(const uchar *row, int width, int bits, uchar *target)
+{
+    const int perByte = 8 / bits;
+    for (int x = 0; x < width; x += perByte) {
+        int byte = 0;
+        for (int i = 0; i < perByte; ++i) {
+            byte = byte << bits | (x + i < width ? row[x + i] : 0);
+        }
+        *target++ = uchar(byte);
+    }
 }
 
 /// Calls \a use with each of \a count rows of \a image from \a first on, in \a format.
@@ -76,14 +121,40 @@ void forEachRow(const QImage &image, QImage::Format format, int first, int count
     }
 }
 
-void writeColorBytes(const QRgb *pixels, int width, uchar *target)
+void writeColorBytesFrom(int x, const QRgb *pixels, int width, uchar *target)
 {
-    for (int x = 0; x < width; ++x) {
+    target += bytesOfColor * x;
+    for (; x < width; ++x) {
         target[0] = uchar(qRed(pixels[x]));
         target[1] = uchar(qGreen(pixels[x]));
         target[2] = uchar(qBlue(pixels[x]));
         target += bytesOfColor;
     }
+}
+
+void writeColorBytesPlainly(const QRgb *pixels, int width, uchar *target)
+{
+    writeColorBytesFrom(0, pixels, width, target);
+}
+
+#ifdef QUILLMARCH_HAS_VECTORS
+/// Four pixels at a time. Writes four bytes more, which the next pixels replace.
+QUILLMARCH_AVX2 void writeColorBytesAvx2(const QRgb *pixels, int width, uchar *target)
+{
+    const __m128i order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
+    int x = 0;
+    for (; x + 6 <= width; x += 4) {
+        const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i *>(pixels + x));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(target + bytesOfColor * x), _mm_shuffle_epi8(four, order));
+    }
+    writeColorBytesFrom(x, pixels, width, target);
+}
+#endif
+
+void writeColorBytes(const QRgb *pixels, int width, uchar *target)
+{
+    const auto write = QUILLMARCH_FASTEST(writeColorBytesPlainly, writeColorBytesAvx2);
+    write(pixels, width, target);
 }
 
 void writeColorWords(const QRgba64 *pixels, int width, uchar *target)
@@ -96,9 +167,16 @@ void writeColorWords(const QRgba64 *pixels, int width, uchar *target)
     }
 }
 
-void writeRow(Kind kind, const uchar *row, int width, qsizetype bytes, uchar *target)
+void writeRow(Kind kind, int bits, const uchar *row, int width, uchar *target)
 {
     switch (kind) {
+    case Kind::Indexes:
+        if (bits < 8) {
+            writeSmallIndexes(row, width, bits, target);
+            break;
+        }
+        std::memcpy(target, row, size_t(width));
+        break;
     case Kind::Color8:
         writeColorBytes(reinterpret_cast<const QRgb *>(row), width, target);
         break;
@@ -109,7 +187,7 @@ void writeRow(Kind kind, const uchar *row, int width, qsizetype bytes, uchar *ta
         qToBigEndian<quint16>(row, width, target);
         break;
     default:
-        std::memcpy(target, row, size_t(bytes));
+        std::memcpy(target, row, (size_t(width) * size_t(bits) + 7) / 8);
         break;
     }
 }
@@ -119,12 +197,13 @@ void writeRow(Kind kind, const uchar *row, int width, qsizetype bytes, uchar *ta
 SampleRows::SampleRows(const QImage &picture)
     : image(picture)
     , m_kind(kindOf(picture))
+    , sampleBits(bitsOf(picture, m_kind))
     , workFormat(workFormatOf(picture, m_kind))
 {
     if (m_kind != Kind::Bits && m_kind != Kind::Indexes) {
         return;
     }
-    const QList<QRgb> colors = allColors(image, m_kind);
+    const QList<QRgb> colors = allColors(image, sampleBits);
     for (const QRgb color : colors) {
         m_palette.append(char(qRed(color))).append(char(qGreen(color))).append(char(qBlue(color)));
         paletteAlpha.append(char(qAlpha(color)));
@@ -134,23 +213,10 @@ SampleRows::SampleRows(const QImage &picture)
     }
 }
 
-int SampleRows::bits() const
-{
-    switch (m_kind) {
-    case Kind::Bits:
-        return 1;
-    case Kind::Gray16:
-    case Kind::Color16:
-        return 16;
-    default:
-        return 8;
-    }
-}
-
 void SampleRows::writeColors(int first, int count, uchar *target, qsizetype stride) const
 {
     forEachRow(image, workFormat, first, count, [&](const uchar *row) {
-        writeRow(m_kind, row, image.width(), rowBytes(), target);
+        writeRow(m_kind, sampleBits, row, image.width(), target);
         target += stride;
     });
 }

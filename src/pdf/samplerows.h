@@ -14,7 +14,7 @@ public:
 
     Kind kind() const { return m_kind; }
     int channels() const { return m_kind == Kind::Color8 || m_kind == Kind::Color16 ? 3 : 1; }
-    int bits() const;
+    int bits() const { return sampleBits; }
 
     /// The colors of indexes, three bytes each, as many as an index can name; empty if
     /// the samples are no indexes.
@@ -37,6 +37,7 @@ public:
 private:
     QImage image;
     Kind m_kind;
+    int sampleBits; ///< 1, 2 or 4 for few colors
     QByteArray m_palette;
     QByteArray paletteAlpha; ///< of each index; empty if all are opaque
     QImage::Format workFormat; ///< that rows are converted to before samples are taken

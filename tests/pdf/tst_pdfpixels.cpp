@@ -93,23 +93,27 @@ void TestPdfPixels::keepsEveryFormat()
 void TestPdfPixels::keepsPalettes_data()
 {
     QTest::addColumn<QImage>("image");
-    QTest::addRow("mono") << monoPicture(QImage::Format_Mono, 0xffffffffU, 0xff000000U);
-    QTest::addRow("mono, lowest bit first") << monoPicture(QImage::Format_MonoLSB, 0xff000000U, 0xffffffffU);
-    QTest::addRow("mono in colors") << monoPicture(QImage::Format_Mono, 0xff102030U, 0xffff8000U);
-    QTest::addRow("mono, transparent") << monoPicture(QImage::Format_MonoLSB, 0x00ffffffU, 0x80123456U);
+    QTest::addColumn<int>("bits");
+    QTest::addRow("mono") << monoPicture(QImage::Format_Mono, 0xffffffffU, 0xff000000U) << 1;
+    QTest::addRow("mono, lowest bit first") << monoPicture(QImage::Format_MonoLSB, 0xff000000U, 0xffffffffU) << 1;
+    QTest::addRow("mono in colors") << monoPicture(QImage::Format_Mono, 0xff102030U, 0xffff8000U) << 1;
+    QTest::addRow("mono, transparent") << monoPicture(QImage::Format_MonoLSB, 0x00ffffffU, 0x80123456U) << 1;
     for (const int colors : {2, 3, 4, 5, 16, 17, 200, 256}) {
-        QTest::addRow("%d colors", colors) << smallPalette(colors, true);
-        QTest::addRow("%d colors, transparent", colors) << smallPalette(colors, false);
+        const int bits = colors <= 2 ? 1 : colors <= 4 ? 2 : colors <= 16 ? 4 : 8;
+        QTest::addRow("%d colors", colors) << smallPalette(colors, true) << bits;
+        QTest::addRow("%d colors, transparent", colors) << smallPalette(colors, false) << bits;
     }
-    QTest::addRow("random") << palettePicture(pictureSize, true, 3);
-    QTest::addRow("random, transparent") << palettePicture(pictureSize, false, 3);
+    QTest::addRow("random") << palettePicture(pictureSize, true, 3) << 8;
+    QTest::addRow("random, transparent") << palettePicture(pictureSize, false, 3) << 8;
 }
 
 void TestPdfPixels::keepsPalettes()
 {
     QFETCH(const QImage, image);
+    QFETCH(const int, bits);
     const WrittenPdf pdf = readPdf(pdfOf({image, {}, {}}, sheetsBetween(cuts, image.width()), lossless()));
     QCOMPARE(pdf.errors, QByteArray());
+    QCOMPARE(pdf.pages.at(2).bands.at(0).colors.bits, bits);
     QCOMPARE(firstDeepDifference(joined(pdf), expected(image)), QString());
 }
 
