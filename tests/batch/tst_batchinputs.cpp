@@ -135,6 +135,7 @@ private slots:
     void oneBadImageFailsTheWholeFile();
     void numbersThePagesOfSeveralImages();
     void makesBookmarks();
+    void makesTheSameBytesAgain();
 
     void refusesToReplaceOtherFiles_data();
     void refusesToReplaceOtherFiles();
@@ -271,6 +272,15 @@ void TestBatchInputs::makesBookmarks()
     QVERIFY(info.waitForFinished());
     QVERIFY(info.readAllStandardOutput().contains("Both"));
     QVERIFY(contentOf(u"all.pdf"_s).contains("second.png"));
+}
+
+void TestBatchInputs::makesTheSameBytesAgain()
+{
+    savedPicture(textPicture(350, 3000), u"a.png"_s);
+    const BatchEnd end = runShell(u"export SOURCE_DATE_EPOCH=1700000000; \"$batch\" -q -j 1 a.png -o one.pdf &&"
+                                  " \"$batch\" -q -j 4 a.png -o two.pdf && cmp one.pdf two.pdf"_s);
+    QCOMPARE(end.output, QByteArray());
+    QCOMPARE(end.code, 0);
 }
 
 void TestBatchInputs::refusesToReplaceOtherFiles_data()
