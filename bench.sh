@@ -3,6 +3,8 @@
 # goes to standard error. Options are passed to the benchmark: --quick, --large,
 # --only PATTERN. See docs/performance.md. With --cuts first it counts the cuts
 # through content instead: --seeds N, --widths LIST, --only TEXT. See docs/cuts.md.
+# With --pdf first it measures only how PDF files are written: --large, --only TEXT,
+# --repetitions N.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
@@ -33,6 +35,15 @@ if [[ ${1:-} == --cuts ]]; then
         say "Counting"
     } >&2
     exec "$build_folder/bench/cutquality/bench-cutquality" "${@:2}"
+fi
+
+if [[ ${1:-} == --pdf ]]; then
+    {
+        install_packages build run test bench
+        build "$preset" bench-pdf
+        say "Measuring"
+    } >&2
+    exec "$build_folder/bench/bench-pdf" "${@:2}"
 fi
 
 {

@@ -40,7 +40,8 @@ bool isPhoto(const Rows &rows)
 {
     const QByteArray some = someRows(rows);
     const QByteArray filtered = filteredForPhotos(some, rows.rowBytes, rows.pixelBytes);
-    return deflatedFast(filtered, false).size() < deflatedFast(some, false).size();
+    const bool isSplit = rows.pixelBytes == 1;
+    return deflatedFast(filtered, isSplit).size() < deflatedFast(some, isSplit).size();
 }
 
 void packSamples(const Rows &rows, PackedImage &image)
@@ -61,6 +62,33 @@ void packIndexes(const QByteArray &rows, qsizetype rowBytes, PackedImage &image)
 {
     image.coding = PackedImage::Coding::PredictedFlate;
     image.bytes = deflatedDense(filteredForText(rows, rowBytes), levelOfPalettes);
+}
+
+/// Whether all of \a alpha is 0 or 255.
+bool isAllOrNothing(const QByteArray &alpha)
+{
+    uchar others = 0;
+    for (const char each : alpha) {
+        others |= uchar(uchar(each) + 1U) & 0xfeU; // 0 and 255 become 1 and 0
+    }
+    return others == 0;
+}
+
+/// The highest bits of \a alpha, eight to a byte; each row begins a new byte.
+QByteArray bitsOf(const QByteArray &alpha, int width)
+{
+    QByteArray bits;
+    bits.reserve(alpha.size() / width * ((width + 7) / 8));
+    for (qsizetype row = 0; row < alpha.size(); row += width) {
+        for (int x = 0; x < width; x += 8) {
+            int byte = 0;
+            for (int i = 0; i < 8; ++i) {
+                byte = byte << 1 | (x + i < width ? uchar(alpha.at(row + x + i)) >> 7 : 0);
+            }
+            bits.append(char(byte));
+        }
+    }
+    return bits;
 }
 
 uchar *bytesOf(QByteArray &array)
@@ -92,6 +120,11 @@ PackedImage packAlpha(const SampleRows &samples, int width, int first, int end)
     const qsizetype rowBytes = samples.alphaRowBytes();
     QByteArray rows((end - first) * rowBytes, Qt::Uninitialized);
     samples.writeAlpha(first, end - first, bytesOf(rows), rowBytes);
-    packSamples({rows, rowBytes, bits / 8}, packed);
+    if (bits == 8 && isAllOrNothing(rows)) {
+        packed.bits = 1;
+        packed.bytes = deflatedDense(bitsOf(rows, width), levelOfPalettes);
+    } else {
+        packSamples({rows, rowBytes, bits / 8}, packed);
+    }
     return packed;
 }

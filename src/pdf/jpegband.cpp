@@ -42,6 +42,37 @@ RowLayout layoutOf(const QImage &image)
     }
 }
 
+/// The rows of a palette image from \a first on, as many as \a target has; a conversion
+/// by QImage would read the table again for each few rows.
+void writePalette(const QImage &image, int first, QImage &target)
+{
+    QList<QRgb> colors = image.colorTable();
+    colors.resize(256, 0xff000000U);
+    for (int y = 0; y < target.height(); ++y) {
+        const uchar *row = image.constScanLine(first + y);
+        const QRgb *table = colors.constData();
+        if (target.format() == QImage::Format_Grayscale8) {
+            std::transform(row, row + image.width(), target.scanLine(y),
+                           [table](uchar index) { return uchar(qRed(table[index])); });
+        } else {
+            std::transform(row, row + image.width(), pixelRow<QRgb>(target, y),
+                           [table](uchar index) { return table[index]; });
+        }
+    }
+}
+
+QImage convertedRows(const QImage &image, int first, int count, QImage::Format format)
+{
+    if (image.format() != QImage::Format_Indexed8) {
+        return rowsView(image, QRect(0, first, image.width(), count)).convertToFormat(format, Qt::NoOpaqueDetection);
+    }
+    QImage rows(image.width(), count, format);
+    if (!rows.isNull()) {
+        writePalette(image, first, rows);
+    }
+    return rows;
+}
+
 void begin(JpegCompressor &compressor, QSize size, J_COLOR_SPACE space, int quality)
 {
     compressor.run([=](jpeg_compress_struct &info) {
@@ -84,8 +115,7 @@ PackedImage packJpeg(const QImage &image, int first, int end, int quality)
     JpegCompressor compressor(qsizetype(size.width()) * size.height() / pixelsOfByte);
     begin(compressor, size, layout.space, quality);
     for (int y = first; y < end; y += rowsAtATime) {
-        const QImage view = rowsView(image, QRect(0, y, size.width(), std::min(rowsAtATime, end - y)));
-        const QImage rows = view.convertToFormat(layout.format, Qt::NoOpaqueDetection);
+        const QImage rows = convertedRows(image, y, std::min(rowsAtATime, end - y), layout.format);
         if (rows.isNull()) {
             throw std::bad_alloc();
         }

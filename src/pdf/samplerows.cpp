@@ -192,6 +192,33 @@ void writeRow(Kind kind, int bits, const uchar *row, int width, uchar *target)
     }
 }
 
+/// \a alphas are those of indexes.
+void writeAlphaRow(Kind kind, const uchar *row, int width, const uchar *alphas, uchar *target)
+{
+    switch (kind) {
+    case Kind::Color8:
+        for (int x = 0; x < width; ++x) {
+            target[x] = uchar(qAlpha(reinterpret_cast<const QRgb *>(row)[x]));
+        }
+        break;
+    case Kind::Color16:
+        for (int x = 0; x < width; ++x) {
+            qToBigEndian(reinterpret_cast<const QRgba64 *>(row)[x].alpha(), target + qsizetype(2) * x);
+        }
+        break;
+    case Kind::Bits:
+        for (int x = 0; x < width; ++x) {
+            target[x] = alphas[row[x / 8] >> (7 - x % 8) & 1];
+        }
+        break;
+    default:
+        for (int x = 0; x < width; ++x) {
+            target[x] = alphas[row[x]];
+        }
+        break;
+    }
+}
+
 } // namespace
 
 SampleRows::SampleRows(const QImage &picture)
@@ -223,18 +250,9 @@ void SampleRows::writeColors(int first, int count, uchar *target, qsizetype stri
 
 void SampleRows::writeAlpha(int first, int count, uchar *target, qsizetype stride) const
 {
-    const int width = image.width();
+    const auto *alphas = reinterpret_cast<const uchar *>(paletteAlpha.constData());
     forEachRow(image, workFormat, first, count, [&](const uchar *row) {
-        for (int x = 0; x < width; ++x) {
-            if (m_kind == Kind::Color8) {
-                target[x] = uchar(qAlpha(reinterpret_cast<const QRgb *>(row)[x]));
-            } else if (m_kind == Kind::Color16) {
-                qToBigEndian(reinterpret_cast<const QRgba64 *>(row)[x].alpha(), target + qsizetype(2) * x);
-            } else {
-                const int index = m_kind == Kind::Bits ? row[x / 8] >> (7 - x % 8) & 1 : row[x];
-                target[x] = uchar(paletteAlpha.at(index));
-            }
-        }
+        writeAlphaRow(m_kind, row, image.width(), alphas, target);
         target += stride;
     });
 }
