@@ -12,6 +12,8 @@ import tempfile
 
 WIDTH, HEIGHT, STRIP = 1080, 12000, 1500
 KINDS = ("chat", "web", "gray", "palette", "scan", "jpeg")
+PROGRAMS = ("quillmarch-batch", "ImageMagick, img2pdf", "vips, img2pdf", "img2pdf, one tall page",
+            "mutool, one tall page")
 
 
 def script(text):
@@ -77,22 +79,35 @@ def make_samples(make_sample, folder):
     return names
 
 
+def measured(commands, folder, runs):
+    """The cells of a row: time and size for each program."""
+    cells = []
+    for program in PROGRAMS:
+        if program in commands:
+            time = min(seconds_of(commands[program], folder) for _ in range(runs))
+            cells.append(f"{time:.2f} s, {(folder / 'out.pdf').stat().st_size / 1e6:.2f}")
+        else:
+            cells.append("-")
+    return cells
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--batch", required=True, type=os.path.abspath)
     parser.add_argument("--make-sample", required=True, type=os.path.abspath)
     parser.add_argument("--runs", type=int, default=5)
+    parser.add_argument("--kinds", default=",".join(KINDS))
     options = parser.parse_args()
     with tempfile.TemporaryDirectory(prefix="quillmarch-peers-") as name:
         folder = pathlib.Path(name)
-        print("| Image | File | Storage | Program | Time | Size |\n|---|---:|---|---|---:|---:|")
+        print(f"| Image | File | Storage | {' | '.join(PROGRAMS)} |\n|---|---:|---|{'---:|' * len(PROGRAMS)}")
         for kind, source in make_samples(options.make_sample, folder).items():
+            if kind not in options.kinds.split(","):
+                continue
             size = (folder / source).stat().st_size / 1e6
             for storage, commands in programs(options.batch, source, kind == "jpeg").items():
-                for program, command in commands.items():
-                    time = min(seconds_of(command, folder) for _ in range(options.runs))
-                    made = (folder / "out.pdf").stat().st_size / 1e6
-                    print(f"| {kind} | {size:.2f} | {storage} | {program} | {time:.2f} s | {made:.2f} |", flush=True)
+                cells = measured(commands, folder, options.runs)
+                print(f"| {kind} | {size:.2f} | {storage} | {' | '.join(cells)} |", flush=True)
 
 
 if __name__ == "__main__":

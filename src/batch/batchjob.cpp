@@ -147,8 +147,9 @@ void JobRun::write(const FilePicture &picture, const LaidOutPicture &laidOut, co
 {
     const QString reading = std::exchange(current, QString());
     beginOutput();
-    const PdfPicture page{picture.image, picture.offset == 0 ? picture.jpeg : QByteArray(), titleOf(name)};
-    writer->addPicture(page, laidOut.sheets, [&](int index) { sink(PageDone{index + 1, laidOut.facts.pages}); });
+    writer->addPicture({picture.image, picture.jpeg, titleOf(name)}, laidOut.sheets, [&](int index) {
+        sink(PageDone{index + 1, laidOut.facts.pages});
+    });
     current = reading;
 }
 

@@ -175,6 +175,7 @@ FilePicture PictureFile::read(int index, bool isDamageAccepted, DecodeThreads th
     }
     if (!loss.isEmpty()) {
         picture.remarks.prepend(u"damaged: %1"_s.arg(loss));
+        picture.jpeg.clear(); // the pixels are all that is left
     }
     if (!isLargeEnough(picture.image.size())) {
         throw unreadable(u"too small: %1 x %2 pixels"_s.arg(picture.image.width()).arg(picture.image.height()));

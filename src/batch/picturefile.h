@@ -10,7 +10,7 @@
 struct FilePicture
 {
     QImage image; ///< in the pixel format of the file
-    QByteArray jpeg; ///< the bytes of the file if it is a JPEG file that was not turned
+    QByteArray jpeg; ///< the bytes of the file if it is a sound JPEG file that was not turned
     int offset = 0; ///< the row of the file that became the first one by a trim
     QStringList remarks; ///< what a user should know of it
 };

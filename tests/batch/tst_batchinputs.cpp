@@ -356,6 +356,13 @@ void TestBatchInputs::reportsDamage()
     QCOMPARE(accepted.code, 0);
     QVERIFY2(accepted.output.contains("(damaged: "), accepted.output.constData());
     QVERIFY(pdfFacts(u"a.pdf"_s).pages > 0);
+    const qint64 pixels = 200 * 300;
+    QCOMPARE(runBatchProgram({u"--accept-damaged"_s, u"--lossless"_s, name, u"-o"_s, u"a.pdf"_s}).code, 0);
+    qint64 stored = 0;
+    for (const QImage &image : pdfImages(u"a.pdf"_s)) {
+        stored += image.width() * image.height();
+    }
+    QCOMPARE(stored, pixels);
 }
 
 void TestBatchInputs::namesAFileOnceInMessages()

@@ -157,6 +157,7 @@ private slots:
     void doesNotTrimTooMuch();
     void losslessKeepsEveryPixel_data();
     void losslessKeepsEveryPixel();
+    void keepsJpegFilesAsTheyAre();
     void flowFillsTheSheets();
     void makesPagesAsLargeAsStrips();
     void usesThePaperThatIsAskedFor_data();
@@ -314,6 +315,14 @@ void TestBatchPages::losslessKeepsEveryPixel()
             QCOMPARE(firstDifference(putTogether(pdfImages(u"a.pdf"_s)), source), QString());
         }
     }
+}
+
+void TestBatchPages::keepsJpegFilesAsTheyAre()
+{
+    const QString path = savedPicture(noisePicture(QSize(140, 590)), u"a.jpg"_s);
+    QCOMPARE(convert(path, {.columns = 2, .lossless = true}, u"a.pdf"_s).code, 0);
+    QVERIFY(QFile(u"a.pdf"_s).size() < QFile(path).size() * 2); // noise as Flate would be far larger
+    QVERIFY(contentOf(u"a.pdf"_s).contains("/DCTDecode"));
 }
 
 void TestBatchPages::flowFillsTheSheets()
