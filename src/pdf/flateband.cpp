@@ -12,6 +12,8 @@ namespace {
 // deflatedFast() misses many matches, and which is soon searched again.
 constexpr qsizetype flatShare = 36;
 constexpr int levelOfFlatPages = 1;
+constexpr qsizetype emptyShare = 200; // a longer search costs nothing where there is next to nothing
+constexpr int levelOfEmptyPages = 6;
 constexpr int levelOfPalettes = 5; // they have a third of the bytes of colors, or fewer
 
 // Of so many rows, the first ones show whether a photo filter helps.
@@ -53,7 +55,8 @@ void packSamples(const Rows &rows, PackedImage &image)
     }
     image.bytes = deflatedFast(bytes, rows.pixelBytes == 1);
     if (image.bytes.size() < bytes.size() / flatShare) {
-        const QByteArray dense = deflatedDense(bytes, levelOfFlatPages);
+        const bool isEmpty = image.bytes.size() < bytes.size() / emptyShare;
+        const QByteArray dense = deflatedDense(bytes, isEmpty ? levelOfEmptyPages : levelOfFlatPages);
         image.bytes = dense.size() < image.bytes.size() ? dense : image.bytes;
     }
 }

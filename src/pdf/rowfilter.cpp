@@ -55,6 +55,24 @@ qint64 sumOfDifferences(const uchar *bytes, qsizetype size)
     return sum;
 }
 
+/// Writes the row \a current to \a target, with the filter that leaves the smallest
+/// differences. \a current and \a above begin with a pixel of zeros.
+void writeBestRow(const std::vector<uchar> &current, const std::vector<uchar> &above, int pixelBytes,
+                  std::vector<uchar> &tried, char *target)
+{
+    const auto size = qsizetype(tried.size());
+    qint64 least = -1;
+    for (const Filter filter : photoFilters) {
+        filterRow(filter, current.data() + pixelBytes, above.data() + pixelBytes, size, pixelBytes, tried.data());
+        const qint64 sum = sumOfDifferences(tried.data(), size);
+        if (least < 0 || sum < least) {
+            least = sum;
+            target[0] = filter;
+            std::memcpy(target + 1, tried.data(), tried.size());
+        }
+    }
+}
+
 } // namespace
 
 QByteArray filteredForPhotos(const QByteArray &rows, qsizetype rowBytes, int pixelBytes)
@@ -68,16 +86,11 @@ QByteArray filteredForPhotos(const QByteArray &rows, qsizetype rowBytes, int pix
     char *target = filtered.data();
     for (qsizetype y = 0; y < count; ++y) {
         std::memcpy(current.data() + pixelBytes, rows.constData() + y * rowBytes, size_t(rowBytes));
-        qint64 least = -1;
-        for (const Filter filter : photoFilters) {
-            filterRow(filter, current.data() + pixelBytes, above.data() + pixelBytes, rowBytes, pixelBytes,
-                      tried.data());
-            const qint64 sum = sumOfDifferences(tried.data(), rowBytes);
-            if (least < 0 || sum < least) {
-                least = sum;
-                target[0] = filter;
-                std::memcpy(target + 1, tried.data(), tried.size());
-            }
+        if (current == above) {
+            target[0] = Up;
+            std::memset(target + 1, 0, size_t(rowBytes));
+        } else {
+            writeBestRow(current, above, pixelBytes, tried, target);
         }
         target += rowBytes + 1;
         above.swap(current);
