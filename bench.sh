@@ -4,7 +4,8 @@
 # --only PATTERN. See docs/performance.md. A second table compares decoding with
 # QImageReader; --decode first prints only that: --quick, --repetitions N, --only TEXT.
 # With --cuts first it counts the cuts through content instead: --seeds N,
-# --widths LIST, --only TEXT. See docs/cuts.md.
+# --widths LIST, --only TEXT. See docs/cuts.md. With --pdf first it measures only how
+# PDF files are written: --large, --only TEXT, --repetitions N.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
@@ -44,6 +45,15 @@ if [[ ${1:-} == --decode ]]; then
         say "Measuring"
     } >&2
     exec "$build_folder/bench/bench-decode" "${@:2}"
+fi
+
+if [[ ${1:-} == --pdf ]]; then
+    {
+        install_packages build run test bench
+        build "$preset" bench-pdf
+        say "Measuring"
+    } >&2
+    exec "$build_folder/bench/bench-pdf" "${@:2}"
 fi
 
 {
