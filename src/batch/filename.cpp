@@ -1,11 +1,14 @@
 #include "batch/filename.h"
 
+#include <QScopeGuard>
+
 #include <algorithm>
 #include <cerrno>
 
 #ifdef Q_OS_UNIX
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 namespace {
@@ -98,12 +101,22 @@ QString openFile(QFile &file, const QString &name, QIODevice::OpenMode mode)
 #ifdef Q_OS_UNIX
     int flags = O_CLOEXEC | (mode.testFlag(QIODevice::WriteOnly) ? O_WRONLY | O_CREAT : O_RDONLY);
     flags |= mode.testFlag(QIODevice::NewOnly) ? O_EXCL : 0;
-    const int descriptor = ::open(bytesOfName(name).constData(), flags, S_IRUSR | S_IWUSR);
+    const QByteArray path = bytesOfName(name);
+    const int descriptor = ::open(path.constData(), flags, S_IRUSR | S_IWUSR);
     if (descriptor < 0) {
         return qt_error_string(errno);
     }
-    const bool isOpen = file.open(descriptor, mode & QIODevice::ReadWrite, QFileDevice::AutoCloseHandle);
-    return isOpen ? QString() : file.errorString();
+    auto close = qScopeGuard([&] {
+        ::close(descriptor);
+        if (mode.testFlag(QIODevice::NewOnly)) {
+            ::unlink(path.constData());
+        }
+    });
+    if (!file.open(descriptor, mode & QIODevice::ReadWrite, QFileDevice::AutoCloseHandle)) {
+        return file.errorString();
+    }
+    close.dismiss();
+    return {};
 #else
     file.setFileName(name);
     return file.open(mode) ? QString() : file.errorString();

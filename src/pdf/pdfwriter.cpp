@@ -13,6 +13,7 @@
 #include <qpdf/QPDFWriter.hh>
 #include <QThread>
 
+#include <new>
 #include <stdexcept>
 #include <vector>
 
@@ -84,6 +85,18 @@ private:
     QString m_error;
 };
 
+/// Calls \a work. The objects of a document are all ours, so libqpdf finds fault with
+/// one only if it ran out of memory while making it.
+template <typename Work>
+void withOwnErrors(Work work)
+{
+    try {
+        work();
+    } catch (const QPDFExc &) {
+        throw std::bad_alloc();
+    }
+}
+
 } // namespace
 
 class PdfWriter::Document
@@ -94,7 +107,8 @@ public:
         , options(chosen)
         , spool(chosen.spoolFolder, spoolMemory)
     {
-        pdf.emptyPDF();
+        pdf.setSuppressWarnings(true); // they would go to standard error
+        withOwnErrors([&] { pdf.emptyPDF(); });
     }
 
     void addPicture(const PdfPicture &picture, const QList<PdfSheet> &sheets, const SheetDone &done)
@@ -279,10 +293,10 @@ PdfWriter::~PdfWriter() = default;
 
 void PdfWriter::addPicture(const PdfPicture &picture, const QList<PdfSheet> &sheets, const SheetDone &done)
 {
-    document->addPicture(picture, sheets, done);
+    withOwnErrors([&] { document->addPicture(picture, sheets, done); });
 }
 
 void PdfWriter::finish()
 {
-    document->finish();
+    withOwnErrors([&] { document->finish(); });
 }
