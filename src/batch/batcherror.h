@@ -16,12 +16,8 @@ enum class BatchFailure {
 /// of `text`, except for WrongUse.
 struct BatchError : std::exception
 {
-    BatchError(BatchFailure kind, const QString &words)
-        : failure(kind)
-        , text(words)
-    {
-    }
-    const char *what() const noexcept override { return "quillmarch-batch failed"; }
+    BatchError(BatchFailure kind, const QString &words);
+    const char *what() const noexcept override;
 
     BatchFailure failure;
     QString text;
