@@ -1,14 +1,20 @@
 #include "cutquality/cutcount.h"
+#include "cutquality/cutpictures.h"
 #include "cutquality/cutspeed.h"
+#include "cutquality/limits.h"
 
 #include <QCommandLineParser>
 #include <QGuiApplication>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr std::array groupNames{"tuned", "held back", "blind"}; // as in PictureKind::Group
 
 void printHead()
 {
@@ -32,8 +38,15 @@ struct Settings
     int strips = 9;
     QList<int> widths{360, 720, 1080};
     QString only;
+    QString group;
     QString failures;
 };
+
+bool isChosen(const PictureKind &kind, const Settings &settings)
+{
+    const bool inGroup = settings.group.isEmpty() || settings.group == QLatin1StringView(groupNames[kind.group]);
+    return inGroup && QLatin1StringView(kind.name).contains(settings.only);
+}
 
 CutCounts measured(const PictureKind &kind, const Settings &settings)
 {
@@ -46,35 +59,43 @@ CutCounts measured(const PictureKind &kind, const Settings &settings)
     return counts;
 }
 
-int throughContent(const CutCount &count)
-{
-    return count.shallow + count.deep;
-}
-
-/// Whether the calm rule is not worse than the bright one.
-bool isNotWorse(const CutCounts &counts)
-{
-    return throughContent(counts.calm) <= throughContent(counts.bright) && counts.calm.deep <= counts.bright.deep;
-}
-
-/// Prints the table of one half of the kinds. False if the calm rule is worse
-/// than the bright one in any kind, or cuts through content more than once in 50.
-bool measureHalf(bool heldBack, const Settings &settings)
+CutCounts measureGroup(PictureKind::Group group, const Settings &settings, bool &keptLimits)
 {
     CutCounts sum;
-    bool good = true;
+    std::printf("\n%s\n\n", groupNames[size_t(group)]);
     printHead();
     for (const PictureKind &kind : pictureKinds()) {
-        if (kind.heldBack != heldBack || !QLatin1StringView(kind.name).contains(settings.only)) {
+        if (kind.group != group || !isChosen(kind, settings)) {
             continue;
         }
         const CutCounts counts = measured(kind, settings);
         printRow(kind.name, counts);
-        good = good && isNotWorse(counts);
+        keptLimits = keepsLimits(kind, counts) && keptLimits;
         sum += counts;
     }
     printRow("all", sum);
-    return good && throughContent(sum.calm) * 50 <= sum.cuts;
+    return sum;
+}
+
+/// Prints a table for each group. False if the calm rule exceeds a limit.
+bool measure(const Settings &settings)
+{
+    CutCounts sum;
+    bool keptLimits = true;
+    for (size_t group = 0; group < groupNames.size(); ++group) {
+        if (settings.group.isEmpty() || settings.group == QLatin1StringView(groupNames[group])) {
+            sum += measureGroup(PictureKind::Group(group), settings, keptLimits);
+        }
+    }
+    return keepsLimits(sum) && keptLimits;
+}
+
+bool savePainted(const Settings &settings, const QString &directory)
+{
+    const QList<PictureKind> &kinds = pictureKinds();
+    return std::all_of(kinds.begin(), kinds.end(), [&](const PictureKind &kind) {
+        return !isChosen(kind, settings) || savePainted(kind, directory);
+    });
 }
 
 } // namespace
@@ -93,10 +114,12 @@ int main(int argc, char **argv)
     const QCommandLineOption strips(u"strips"_s, u"strips of a picture"_s, u"count"_s, u"9"_s);
     const QCommandLineOption widths(u"widths"_s, u"widths of the pictures"_s, u"list"_s, u"360,720,1080"_s);
     const QCommandLineOption only(u"only"_s, u"only kinds with this in their name"_s, u"text"_s);
-    const QCommandLineOption half(u"half"_s, u"tuned, held or both"_s, u"half"_s, u"both"_s);
+    const QCommandLineOption group(u"group"_s, u"only this group: tuned, held back or blind"_s, u"name"_s);
     const QCommandLineOption failures(u"failures"_s, u"save what surrounds failed cuts"_s, u"directory"_s);
+    const QCommandLineOption painted(u"painted"_s, u"save a picture of each kind with its content marked"_s,
+                                     u"directory"_s);
     const QCommandLineOption speed(u"speed"_s, u"measure the time instead"_s);
-    parser.addOptions({speed, seeds, first, strips, widths, only, half, failures});
+    parser.addOptions({speed, painted, seeds, first, strips, widths, only, group, failures});
     parser.process(app);
     Settings settings;
     settings.seeds = parser.value(seeds).toInt();
@@ -107,6 +130,7 @@ int main(int argc, char **argv)
         settings.widths.append(width.toInt());
     }
     settings.only = parser.value(only);
+    settings.group = parser.value(group);
     settings.failures = parser.value(failures);
     if (parser.isSet(speed)) {
         const CutSpeed measured = measureCutSpeed();
@@ -114,13 +138,8 @@ int main(int argc, char **argv)
                     measured.cutting / measured.reading);
         return 0;
     }
-    bool good = true;
-    if (parser.value(half) != "held"_L1) {
-        good = measureHalf(false, settings);
+    if (parser.isSet(painted)) {
+        return savePainted(settings, parser.value(painted)) ? 0 : 1;
     }
-    if (parser.value(half) != "tuned"_L1) {
-        std::printf("\n");
-        good = measureHalf(true, settings) && good;
-    }
-    return good ? 0 : 1;
+    return measure(settings) ? 0 : 1;
 }
