@@ -2,6 +2,11 @@
 
 #include "cutquality/finishes.h"
 
+QString fileName(const PictureKind &kind)
+{
+    return QString::fromLatin1(kind.name).replace(u' ', u'_');
+}
+
 const QList<PictureKind> &pictureKinds()
 {
     using enum PictureKind::Group;

@@ -17,6 +17,9 @@ struct PictureKind
     QImage (*finish)(const LongPicture &page); ///< adds noise, changes the format
 };
 
+/// The name of \a kind without spaces.
+QString fileName(const PictureKind &kind);
+
 /// All kinds, group by group.
 const QList<PictureKind> &pictureKinds();
 

@@ -4,6 +4,7 @@
 #include "cutquality/limits.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 #include <QGuiApplication>
 
 #include <algorithm>
@@ -98,6 +99,28 @@ bool savePainted(const Settings &settings, const QString &directory)
     });
 }
 
+/// Saves cuts of all chosen kinds of each group.
+bool saveSheets(const Settings &settings, const QString &directory)
+{
+    for (const char *group : groupNames) {
+        QList<PictureKind> kinds = pictureKinds();
+        kinds.removeIf(
+            [&](const PictureKind &kind) { return !isChosen(kind, settings) || groupNames[kind.group] != group; });
+        const QString name = QString::fromLatin1(group).replace(u' ', u'-');
+        if (!kinds.isEmpty() && !cutSheet(kinds).save(u"%1/cuts-%2.jpg"_s.arg(directory, name), "jpeg", 70)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool saveSheet(const QString &file, const QString &directory)
+{
+    const QImage image(file);
+    const QString name = u"%1/cuts-%2.jpg"_s.arg(directory, QFileInfo(file).baseName());
+    return !image.isNull() && cutSheet(image).save(name, "jpeg", 80);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -118,8 +141,10 @@ int main(int argc, char **argv)
     const QCommandLineOption failures(u"failures"_s, u"save what surrounds failed cuts"_s, u"directory"_s);
     const QCommandLineOption painted(u"painted"_s, u"save a picture of each kind with its content marked"_s,
                                      u"directory"_s);
+    const QCommandLineOption pictures(u"pictures"_s, u"save pictures of cuts by both rules"_s, u"directory"_s);
+    const QCommandLineOption file(u"file"_s, u"with --pictures: save those of an image instead"_s, u"image"_s);
     const QCommandLineOption speed(u"speed"_s, u"measure the time instead"_s);
-    parser.addOptions({speed, painted, seeds, first, strips, widths, only, group, failures});
+    parser.addOptions({speed, painted, pictures, file, seeds, first, strips, widths, only, group, failures});
     parser.process(app);
     Settings settings;
     settings.seeds = parser.value(seeds).toInt();
@@ -140,6 +165,12 @@ int main(int argc, char **argv)
     }
     if (parser.isSet(painted)) {
         return savePainted(settings, parser.value(painted)) ? 0 : 1;
+    }
+    if (parser.isSet(file)) {
+        return saveSheet(parser.value(file), parser.value(pictures)) ? 0 : 1;
+    }
+    if (parser.isSet(pictures)) {
+        return saveSheets(settings, parser.value(pictures)) ? 0 : 1;
     }
     return measure(settings) ? 0 : 1;
 }
