@@ -17,16 +17,16 @@ namespace {
 
 constexpr std::array groupNames{"tuned", "held back", "blind"}; // as in PictureKind::Group
 
+// Tables as docs/cuts.md has them.
 void printHead()
 {
-    std::printf(
-        "| pictures | cuts | unavoidable | regular shallow | deep | bright shallow | deep | calm shallow | deep |\n"
-        "|---|--:|--:|--:|--:|--:|--:|--:|--:|\n");
+    std::printf("| Pictures | Without a free row | Regular | Bright | Calm |\n"
+                "|---|--:|--:|--:|--:|\n");
 }
 
-void printRow(const char *name, const CutCounts &counts)
+void printRow(const QByteArray &name, const CutCounts &counts)
 {
-    std::printf("| %s | %d | %d | %d | %d | %d | %d | %d | %d |\n", name, counts.cuts, counts.unavoidable,
+    std::printf("| %s | %d | %d + %d | %d + %d | %d + %d |\n", name.constData(), counts.unavoidable,
                 counts.regular.shallow, counts.regular.deep, counts.bright.shallow, counts.bright.deep,
                 counts.calm.shallow, counts.calm.deep);
     std::fflush(stdout);
@@ -74,7 +74,7 @@ CutCounts measureGroup(PictureKind::Group group, const Settings &settings, bool 
         keptLimits = keepsLimits(kind, counts) && keptLimits;
         sum += counts;
     }
-    printRow("all", sum);
+    printRow("all " + QByteArray::number(sum.cuts) + " cuts", sum);
     return sum;
 }
 
@@ -107,7 +107,7 @@ bool saveSheets(const Settings &settings, const QString &directory)
         kinds.removeIf(
             [&](const PictureKind &kind) { return !isChosen(kind, settings) || groupNames[kind.group] != group; });
         const QString name = QString::fromLatin1(group).replace(u' ', u'-');
-        if (!kinds.isEmpty() && !cutSheet(kinds).save(u"%1/cuts-%2.jpg"_s.arg(directory, name), "jpeg", 70)) {
+        if (!kinds.isEmpty() && !cutSheet(kinds).save(u"%1/cuts-%2.jpg"_s.arg(directory, name), "jpeg", 50)) {
             return false;
         }
     }
@@ -118,7 +118,7 @@ bool saveSheet(const QString &file, const QString &directory)
 {
     const QImage image(file);
     const QString name = u"%1/cuts-%2.jpg"_s.arg(directory, QFileInfo(file).baseName());
-    return !image.isNull() && cutSheet(image).save(name, "jpeg", 80);
+    return !image.isNull() && cutSheet(image).save(name, "jpeg", 75);
 }
 
 } // namespace
