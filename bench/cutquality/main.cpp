@@ -121,6 +121,67 @@ bool saveSheet(const QString &file, const QString &directory)
     return !image.isNull() && cutSheet(image).save(name, "jpeg", 75);
 }
 
+void describe(QCommandLineParser &parser)
+{
+    parser.setApplicationDescription(u"Counts the cuts through content that each rule for placing cuts makes."_s);
+    parser.addHelpOption();
+    parser.addOptions({
+        {u"seeds"_s, u"pictures of each kind and width"_s, u"count"_s, u"20"_s},
+        {u"first-seed"_s, u"the first of them"_s, u"number"_s, u"1"_s},
+        {u"strips"_s, u"strips of a picture"_s, u"count"_s, u"9"_s},
+        {u"widths"_s, u"widths of the pictures"_s, u"list"_s, u"360,720,1080"_s},
+        {u"only"_s, u"only kinds with this in their name"_s, u"text"_s},
+        {u"group"_s, u"only this group: tuned, held back or blind"_s, u"name"_s},
+        {u"failures"_s, u"save what surrounds failed cuts"_s, u"directory"_s},
+        {u"painted"_s, u"save a picture of each kind with its content marked"_s, u"directory"_s},
+        {u"pictures"_s, u"save pictures of cuts by both rules"_s, u"directory"_s},
+        {u"file"_s, u"with --pictures: save those of an image instead"_s, u"image"_s},
+        {u"speed"_s, u"measure the time instead"_s},
+    });
+}
+
+Settings settingsOf(const QCommandLineParser &parser)
+{
+    Settings settings;
+    settings.seeds = parser.value(u"seeds"_s).toInt();
+    settings.firstSeed = parser.value(u"first-seed"_s).toInt();
+    settings.strips = parser.value(u"strips"_s).toInt();
+    settings.widths.clear();
+    for (const QString &width : parser.value(u"widths"_s).split(u',')) {
+        settings.widths.append(width.toInt());
+    }
+    settings.only = parser.value(u"only"_s);
+    settings.group = parser.value(u"group"_s);
+    settings.failures = parser.value(u"failures"_s);
+    return settings;
+}
+
+bool printSpeed()
+{
+    const CutSpeed measured = measureCutSpeed();
+    std::printf("reading %.2f ms, cutting %.2f ms, ratio %.2f\n", measured.reading, measured.cutting,
+                measured.cutting / measured.reading);
+    return true;
+}
+
+bool run(const QCommandLineParser &parser)
+{
+    const Settings settings = settingsOf(parser);
+    if (parser.isSet(u"speed"_s)) {
+        return printSpeed();
+    }
+    if (parser.isSet(u"painted"_s)) {
+        return savePainted(settings, parser.value(u"painted"_s));
+    }
+    if (parser.isSet(u"file"_s)) {
+        return saveSheet(parser.value(u"file"_s), parser.value(u"pictures"_s));
+    }
+    if (parser.isSet(u"pictures"_s)) {
+        return saveSheets(settings, parser.value(u"pictures"_s));
+    }
+    return measure(settings);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -130,47 +191,7 @@ int main(int argc, char **argv)
     }
     const QGuiApplication app(argc, argv);
     QCommandLineParser parser;
-    parser.setApplicationDescription(u"Counts the cuts through content that each rule for placing cuts makes."_s);
-    parser.addHelpOption();
-    const QCommandLineOption seeds(u"seeds"_s, u"pictures of each kind and width"_s, u"count"_s, u"20"_s);
-    const QCommandLineOption first(u"first-seed"_s, u"the first of them"_s, u"number"_s, u"1"_s);
-    const QCommandLineOption strips(u"strips"_s, u"strips of a picture"_s, u"count"_s, u"9"_s);
-    const QCommandLineOption widths(u"widths"_s, u"widths of the pictures"_s, u"list"_s, u"360,720,1080"_s);
-    const QCommandLineOption only(u"only"_s, u"only kinds with this in their name"_s, u"text"_s);
-    const QCommandLineOption group(u"group"_s, u"only this group: tuned, held back or blind"_s, u"name"_s);
-    const QCommandLineOption failures(u"failures"_s, u"save what surrounds failed cuts"_s, u"directory"_s);
-    const QCommandLineOption painted(u"painted"_s, u"save a picture of each kind with its content marked"_s,
-                                     u"directory"_s);
-    const QCommandLineOption pictures(u"pictures"_s, u"save pictures of cuts by both rules"_s, u"directory"_s);
-    const QCommandLineOption file(u"file"_s, u"with --pictures: save those of an image instead"_s, u"image"_s);
-    const QCommandLineOption speed(u"speed"_s, u"measure the time instead"_s);
-    parser.addOptions({speed, painted, pictures, file, seeds, first, strips, widths, only, group, failures});
+    describe(parser);
     parser.process(app);
-    Settings settings;
-    settings.seeds = parser.value(seeds).toInt();
-    settings.firstSeed = parser.value(first).toInt();
-    settings.strips = parser.value(strips).toInt();
-    settings.widths.clear();
-    for (const QString &width : parser.value(widths).split(u',')) {
-        settings.widths.append(width.toInt());
-    }
-    settings.only = parser.value(only);
-    settings.group = parser.value(group);
-    settings.failures = parser.value(failures);
-    if (parser.isSet(speed)) {
-        const CutSpeed measured = measureCutSpeed();
-        std::printf("reading %.2f ms, cutting %.2f ms, ratio %.2f\n", measured.reading, measured.cutting,
-                    measured.cutting / measured.reading);
-        return 0;
-    }
-    if (parser.isSet(painted)) {
-        return savePainted(settings, parser.value(painted)) ? 0 : 1;
-    }
-    if (parser.isSet(file)) {
-        return saveSheet(parser.value(file), parser.value(pictures)) ? 0 : 1;
-    }
-    if (parser.isSet(pictures)) {
-        return saveSheets(settings, parser.value(pictures)) ? 0 : 1;
-    }
-    return measure(settings) ? 0 : 1;
+    return run(parser) ? 0 : 1;
 }
