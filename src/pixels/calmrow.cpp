@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
+#include <limits>
+#include <optional>
 #include <vector>
 
 namespace {
@@ -28,6 +30,9 @@ constexpr int driftStep = 4;
 // reach: enough to choose among gaps much alike, and next to nothing.
 constexpr int nearLoss = 5;
 constexpr int farLoss = 20;
+
+// A thicker line than this is a bar, whose edges are good places.
+constexpr int thickestHairline = 6;
 
 /// Rows \a first to \a end, exclusive, counted from the top of the window.
 struct Run
@@ -144,16 +149,23 @@ void append(Profile &profile, const Profile &other)
     profile.height += other.height;
 }
 
-/// Calls \a visit for each run of rows that change by at most \a level, along
-/// them, from one to the next and over a span.
+/// What joins rows to a run.
+enum class Join {
+    Alike, ///< hardly any change from one to the next and over a span
+    Equal, ///< none at all from one to the next
+};
+
+/// Calls \a visit for each run of rows that change along them by at most
+/// \a level and are joined by \a join.
 template <typename Visit>
-void visitRuns(const Profile &profile, int level, Visit visit)
+void visitRuns(const Profile &profile, Join join, int level, Visit visit)
 {
     int first = -1;
     for (int y = 0; y < profile.height; ++y) {
         const bool isCalm = profile.row[size_t(y)] <= level;
-        const bool follows =
-            profile.seam[size_t(y)] <= level && (y - first < profile.span || profile.drift[size_t(y)] <= level);
+        const bool follows = join == Join::Equal
+            ? profile.down[size_t(y)] == 0
+            : profile.seam[size_t(y)] <= level && (y - first < profile.span || profile.drift[size_t(y)] <= level);
         if (first >= 0 && (!isCalm || !follows)) {
             visit(Run{first, y});
             first = -1;
@@ -178,12 +190,12 @@ int worthOf(int length, int width)
 
 /// For each row the worth of the runs that it lies in, added up over all levels:
 /// the higher and the deeper the valley, the more.
-std::vector<int> worthOfRows(const Profile &profile, int width)
+std::vector<int> worthOfRows(const Profile &profile, Join join, int width)
 {
     const auto [lowest, highest] = std::minmax_element(profile.row.begin(), profile.row.end());
     std::vector<int> worth(size_t(profile.height) + 1);
     for (int level = *lowest; level <= *highest; ++level) {
-        visitRuns(profile, level, [&](Run run) {
+        visitRuns(profile, join, level, [&](Run run) {
             const int gain = worthOf(run.length(), width);
             worth[size_t(run.first)] += gain;
             worth[size_t(run.end)] -= gain;
@@ -195,28 +207,25 @@ std::vector<int> worthOfRows(const Profile &profile, int width)
     return worth;
 }
 
-/// The row that is worth most. A row at \a reach from \a regular loses the
+/// What each row is worth as a cut. A row at \a reach from \a regular loses the
 /// \a loss th part of the greatest possible worth.
-int bestRow(const Profile &profile, int width, int regular, int reach, int loss)
+std::vector<qint64> valueOfRows(const Profile &profile, Join join, int width, int regular, int reach, int loss)
 {
-    const std::vector<int> worth = worthOfRows(profile, width);
-    const auto [lowest, highest] = std::minmax_element(profile.row.begin(), profile.row.end());
-    const qint64 greatest = qint64(*highest - *lowest + 1) * worthOf(width, width);
-    const auto value = [&](int y) {
-        return qint64(worth[size_t(y)]) * loss * std::max(1, reach) - greatest * std::abs(profile.top + y - regular);
-    };
-    int best = 0;
-    for (int y = 1; y < profile.height; ++y) {
-        best = value(y) > value(best) ? y : best;
+    const std::vector<int> worth = worthOfRows(profile, join, width);
+    const qint64 greatest = *std::max_element(worth.begin(), worth.end());
+    std::vector<qint64> values;
+    for (int y = 0; y < profile.height; ++y) {
+        values.push_back(qint64(worth[size_t(y)]) * loss * std::max(1, reach)
+                         - greatest * std::abs(profile.top + y - regular));
     }
-    return best;
+    return values;
 }
 
 /// The gap around row \a y: rows that are hardly less calm.
-Run gapAround(const Profile &profile, int y)
+Run gapAround(const Profile &profile, Join join, int y)
 {
     Run gap{y, y + 1};
-    visitRuns(profile, profile.row[size_t(y)] + octave, [&](Run run) { gap = run.holds(y) ? run : gap; });
+    visitRuns(profile, join, profile.row[size_t(y)] + octave, [&](Run run) { gap = run.holds(y) ? run : gap; });
     return gap;
 }
 
@@ -241,12 +250,16 @@ quint64 rowDistance(const ChannelRows &source, int a, int b)
 
 /// Whether \a gap ends at both sides where rows become much busier, or at an
 /// edge of the window. Inside a photo it does not.
-bool hasSharpEnds(const Profile &profile, const Run &gap, int level)
+bool hasSharpEnds(const Profile &profile, const Run &gap, int level, int rise = 2)
 {
     constexpr int rowsBeside = 3;
+    constexpr int leastAtWindowEnd = 8;
+    if (gap.length() < leastAtWindowEnd && (gap.first == 0 || gap.end == profile.height)) {
+        return false;
+    }
     const auto isBusy = [&](int first, int end, int seam) {
         const auto row = profile.row.begin();
-        return std::max(*std::max_element(row + first, row + end), profile.seam[size_t(seam)]) >= level + 2 * octave;
+        return std::max(*std::max_element(row + first, row + end), profile.seam[size_t(seam)]) >= level + rise * octave;
     };
     return (gap.first == 0 || isBusy(std::max(0, gap.first - rowsBeside), gap.first, gap.first))
         && (gap.end == profile.height || isBusy(gap.end, std::min(profile.height, gap.end + rowsBeside), gap.end));
@@ -268,31 +281,64 @@ bool isPlain(const ChannelRows &source, const Profile &profile, const Run &gap)
     return change <= width * (4 + quint64(gap.length()) * quint64(gap.length()) / 50);
 }
 
+/// How many pixels change by more than \a clearly from row \a a to row \a b.
+int changedPixels(const ChannelRows &source, int a, int b, quint64 clearly)
+{
+    const int bytes = source.pixelBytes();
+    const QImage upper = source.rows(a, 1);
+    const QImage lower = source.rows(b, 1);
+    int count = 0;
+    for (int x = 0; x < source.width(); ++x) {
+        const quint64 change = source.weight()
+            * pixelDistance(upper.constScanLine(0) + x * bytes, lower.constScanLine(0) + x * bytes, bytes);
+        count += change > clearly ? 1 : 0;
+    }
+    return count;
+}
+
 /// Whether most pixels change from the row above row \a y to it by clearly more
-/// than by \a usual on the average.
+/// than by \a usual on the average, and so do many from the rows further above to
+/// those further below: the ground is the same on both sides of a hairline.
 bool changesAcross(const ChannelRows &source, int y, quint64 usual)
 {
     const quint64 clearly = 200 + 3 * usual / quint64(source.width());
-    const int bytes = source.pixelBytes();
-    const QImage rows = source.rows(y - 1, 2);
-    const uchar *above = rows.constScanLine(0);
-    const uchar *below = rows.constScanLine(1);
-    int count = 0;
-    for (int x = 0; x < source.width(); ++x) {
-        const quint64 change = source.weight() * pixelDistance(above + x * bytes, below + x * bytes, bytes);
-        count += change > clearly ? 1 : 0;
+    if (changedPixels(source, y - 1, y, clearly) <= source.width() * 17 / 20) {
+        return false;
     }
-    return count > source.width() * 17 / 20;
+    for (int distance = 2; distance <= thickestHairline; ++distance) {
+        const int fewest = std::min(changedPixels(source, y - distance, y, clearly),
+                                    changedPixels(source, y - 1, y - 1 + distance, clearly));
+        if (fewest <= source.width() * 2 / 5) {
+            return false;
+        }
+    }
+    return true;
 }
 
-/// The greatest change from one row to the next among those beside row \a y.
+/// The greatest change from one row to the next in the three rows above row
+/// \a y or in those below it, whichever is calmer: a thin line between two
+/// pictures has another edge close by.
 quint64 changeBeside(const Profile &profile, int y)
 {
-    quint64 greatest = 0;
-    for (int other = std::max(1, y - 3); other <= std::min(profile.height - 1, y + 3); ++other) {
-        greatest = other == y ? greatest : std::max(greatest, profile.down[size_t(other)]);
+    const auto greatest = [&](int first, int last) {
+        quint64 change = 0;
+        for (int other = std::max(1, first); other <= std::min(profile.height - 1, last); ++other) {
+            change = std::max(change, profile.down[size_t(other)]);
+        }
+        return change;
+    };
+    return std::min(greatest(y - 3, y - 1), greatest(y + 1, y + 3));
+}
+
+/// Whether another picture begins at row \a y of the window, across it.
+bool isPictureEdge(const ChannelRows &source, const Profile &profile, int y)
+{
+    if (y <= thickestHairline || y >= profile.height - thickestHairline) {
+        return false;
     }
-    return greatest;
+    const quint64 beside = changeBeside(profile, y);
+    return profile.down[size_t(y)] >= 3 * beside + 64 * quint64(source.width())
+        && changesAcross(source, profile.top + y, beside);
 }
 
 /// The source row nearest to \a regular at which, across the picture, another
@@ -301,11 +347,9 @@ int pictureEdge(const ChannelRows &source, const Profile &profile, int regular)
 {
     int best = -1;
     for (int y = 1; y < profile.height; ++y) {
-        const quint64 beside = changeBeside(profile, y);
         const int row = profile.top + y;
         const bool isNearer = best < 0 || std::abs(row - regular) < std::abs(best - regular);
-        if (isNearer && profile.down[size_t(y)] >= 3 * beside + 64 * quint64(source.width())
-            && changesAcross(source, row, beside)) {
+        if (isNearer && isPictureEdge(source, profile, y)) {
             best = row;
         }
     }
@@ -319,15 +363,88 @@ struct FoundGap
     bool isClear = false;
 };
 
+/// The gaps by their worth, the best first, at most so many.
+std::vector<Run> bestGaps(const Profile &profile, Join join, int width, const CutPlace &place, int loss)
+{
+    constexpr int count = 6;
+    std::vector<qint64> values = valueOfRows(profile, join, width, place.regular, place.near, loss);
+    std::vector<Run> gaps;
+    for (int i = 0; i < count; ++i) {
+        const auto best = std::max_element(values.begin(), values.end());
+        if (*best == std::numeric_limits<qint64>::min()) {
+            break;
+        }
+        gaps.push_back(gapAround(profile, join, int(best - values.begin())));
+        std::fill(values.begin() + gaps.back().first, values.begin() + gaps.back().end,
+                  std::numeric_limits<qint64>::min());
+    }
+    return gaps;
+}
+
+int lowestLevel(const Profile &profile, const Run &gap)
+{
+    return *std::min_element(profile.row.begin() + gap.first, profile.row.begin() + gap.end);
+}
+
+/// Whether row \a y of the window is a hairline: unlike the rows around it, which
+/// are alike.
+bool isHairline(const ChannelRows &source, const Profile &profile, int y)
+{
+    constexpr quint64 clearly = 200;
+    if (y == 0 || y + 1 == profile.height) {
+        return false;
+    }
+    const int row = profile.top + y;
+    return changedPixels(source, row - 1, row, clearly) > source.width() / 2
+        && changedPixels(source, row - 1, row + 1, clearly) < source.width() * 2 / 5;
+}
+
+/// The best gap of equal rows; none if it is much busier than others. A single
+/// row must be of one color, but not be a hairline.
+std::optional<CalmRow> findEqualRows(const ChannelRows &source, const Profile &profile, const CutPlace &place, int loss)
+{
+    const int blank = levelOf(0, source.width());
+    std::vector<Run> gaps = bestGaps(profile, Join::Equal, source.width(), place, loss);
+    std::erase_if(gaps, [&](const Run &gap) {
+        const int level = lowestLevel(profile, gap);
+        const bool isSingle = gap.length() == 1;
+        return !hasSharpEnds(profile, gap, level, isSingle ? 5 : 4)
+            || (isSingle && (level > blank || isHairline(source, profile, gap.first)));
+    });
+    if (gaps.empty()) {
+        return std::nullopt;
+    }
+    const auto byLevel = [&](const Run &a, const Run &b) { return lowestLevel(profile, a) < lowestLevel(profile, b); };
+    const int lowest = lowestLevel(profile, *std::min_element(gaps.begin(), gaps.end(), byLevel));
+    const auto best = std::find_if(gaps.begin(), gaps.end(),
+                                   [&](const Run &gap) { return lowestLevel(profile, gap) <= lowest + 2 * octave; });
+    return CalmRow{profile.top + best->middle(), best->length(), CalmRow::Clear};
+}
+
 FoundGap findGap(const ChannelRows &source, const Profile &profile, const CutPlace &place, int loss)
 {
-    const int y = bestRow(profile, source.width(), place.regular, place.near, loss);
-    const Run gap = gapAround(profile, y);
-    const bool isSharp = hasSharpEnds(profile, gap, profile.row[size_t(y)]);
-    const bool isClear = isSharp && isPlain(source, profile, gap);
-    const bool isGap = isSharp && gap.length() < profile.height;
-    const CalmRow::Ground rough = isGap ? CalmRow::Busy : CalmRow::Content;
-    return {{profile.top + gap.middle(), gap.length(), isClear ? CalmRow::Clear : rough}, isClear};
+    if (const auto equal = findEqualRows(source, profile, place, loss)) {
+        return {*equal, true};
+    }
+    const std::vector<Run> gaps = bestGaps(profile, Join::Alike, source.width(), place, loss);
+    const auto isGap = [&](const Run &gap) {
+        return hasSharpEnds(profile, gap, lowestLevel(profile, gap)) && gap.length() < profile.height;
+    };
+    for (const Run &gap : gaps) {
+        for (const int end : {gap.first, gap.end}) {
+            if (isPictureEdge(source, profile, end)) {
+                return {{profile.top + end, 0, CalmRow::Edge}, true};
+            }
+        }
+        if (hasSharpEnds(profile, gap, lowestLevel(profile, gap)) && isPlain(source, profile, gap)) {
+            return {{profile.top + gap.middle(), gap.length(), CalmRow::Clear}, true};
+        }
+        if (isGap(gap)) {
+            break;
+        }
+    }
+    const Run &gap = gaps.front();
+    return {{profile.top + gap.middle(), gap.length(), isGap(gap) ? CalmRow::Busy : CalmRow::Content}, false};
 }
 
 /// The rows of an image of \a height rows within \a reach of \a regular.
@@ -353,7 +470,22 @@ CalmRow rowWithinFarReach(const ChannelRows &rows, const Profile &profile, const
         return found.cut;
     }
     const int edge = pictureEdge(rows, profile, place.regular);
-    return edge >= 0 ? CalmRow{edge, 0, CalmRow::Edge} : findGap(rows, profile, place, nearLoss).cut;
+    if (edge >= 0) {
+        return CalmRow{edge, 0, CalmRow::Edge};
+    }
+    const CalmRow best = findGap(rows, profile, place, nearLoss).cut;
+    const auto level = [&](int y) { return profile.row[size_t(y)]; };
+    int calmest = 0;
+    for (int y = 1; y < profile.height; ++y) {
+        const bool isNearer =
+            std::abs(profile.top + y - place.regular) < std::abs(profile.top + calmest - place.regular);
+        calmest = level(y) < level(calmest) || (level(y) == level(calmest) && isNearer) ? y : calmest;
+    }
+    if (level(calmest) > level(best.row - profile.top) - 2 * octave) {
+        return best;
+    }
+    const Run gap = gapAround(profile, Join::Alike, calmest);
+    return {profile.top + gap.middle(), gap.length(), CalmRow::Busy};
 }
 
 } // namespace
