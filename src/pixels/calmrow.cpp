@@ -184,7 +184,7 @@ int worthOf(int length, int width)
 {
     const int plain = std::max(3, width / plainGapShare);
     const int full = std::max(plain, width / fullGapShare);
-    const auto worth = [](int rows) { return logarithm(quint64(1 + rows)); };
+    const auto worth = [](int rows) { return logarithm(quint64(rows) + 1); };
     return worth(std::min(length, plain)) + (worth(std::clamp(length, plain, full)) - worth(plain)) * 3 / 10;
 }
 

@@ -88,7 +88,7 @@ void TestJpegDamage::lowerHalfDamaged()
     QRandomGenerator random(5);
     for (int i = 0; i < 30; ++i) {
         QByteArray changed = file;
-        const auto at = qsizetype(1000 + random.bounded(quint32(file.size() - 1000)));
+        const auto at = 1000 + qsizetype(random.bounded(quint32(file.size() - 1000)));
         changed[at] = char(uchar(changed.at(at)) ^ (1U << random.bounded(8U)));
         QCOMPARE(differenceFromQt(changed, "jpeg", DecodeThreads::Two), QString());
     }

@@ -214,7 +214,7 @@ void TestPngDamage::wrongData_data()
     QTest::newRow("end with data") << joined(chunks.mid(0, chunks.size() - 1)) + pngChunk("IEND", "x") << false;
     for (const int count : {0, 1, 255, 256}) {
         const PngKind kind{.colorType = 3, .filter = 0};
-        const QByteArray zeros((1 + smallSize.width()) * smallSize.height(), '\0');
+        const QByteArray zeros(qsizetype(1 + smallSize.width()) * smallSize.height(), '\0');
         QTest::addRow("palette of %d", count)
             << pngOf(pngHeader(smallSize, kind), pngPalette(count), zlibOf(zeros)) << (count > 0);
     }

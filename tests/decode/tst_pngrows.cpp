@@ -107,7 +107,7 @@ void TestPngRows::undoesTheFilter()
     const PngRowDecoder decode = decoderOf(pngRowDecoders().at(decoder), size_t(samples));
     QRandomGenerator random(1);
     for (int width = 1; width <= 140; ++width) {
-        const auto length = size_t(width * samples);
+        const auto length = size_t(width) * size_t(samples);
         const Bytes above = randomBytes(length, random);
         const Bytes aboveInImage = asImageRow(above, size_t(samples));
         const Bytes stored = randomBytes(length + readableBehind, random);

@@ -231,7 +231,7 @@ void TestBatchFaults::namesTheFailureOfADeadWorker_data()
     QTest::addColumn<QByteArray>("commands");
     QTest::addColumn<BatchFailure>("failure");
     QTest::addColumn<QString>("words");
-    const QByteArray writing = "echo '{\"event\":\"writing\",\"path\":\"made.part\"}'; ";
+    const QByteArray writing = R"(echo '{"event":"writing","path":"made.part"}'; )";
     const QString memory = u"too large: out of memory"_s;
     const QString killed = u"the worker process was killed, possibly for lack of memory"_s;
     const auto row = [&](const char *name, const QByteArray &commands, BatchFailure reading, BatchFailure drawing,
@@ -294,7 +294,7 @@ void TestBatchFaults::failureWithoutAKnownCodeIsOne()
 {
     QFETCH(QByteArray, code);
     QFETCH(int, exitCode);
-    const std::optional<BatchEvent> event = eventFromJson("{\"event\":\"failed\",\"message\":\"broken\"" + code + '}');
+    const std::optional<BatchEvent> event = eventFromJson(R"({"event":"failed","message":"broken")" + code + '}');
     QVERIFY(event.has_value());
     QCOMPARE(event->text, u"broken"_s);
     QCOMPARE(int(event->failure), exitCode);
