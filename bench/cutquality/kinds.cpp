@@ -67,6 +67,10 @@ const QList<PictureKind> &pictureKinds()
         {"irregular comic", Blind, paintIrregularComic, asRgb},
         {"manga", Blind, paintManga, asJpeg},
         {"webtoon", Blind, paintWebtoon, asRgb},
+        {"mail", Unseen, paintMail, asRgb},
+        {"photo grid", Unseen, paintPhotoGrid, asRgb},
+        {"dashboard", Unseen, paintDashboard, asRgb},
+        {"JPEG lyrics", Unseen, paintLyrics, asJpeg},
     };
     return kinds;
 }

@@ -8,7 +8,8 @@ struct PictureKind
     enum Group {
         Tuned, ///< the rule was tuned by these
         HeldBack, ///< measured when the rule was finished, for the first time
-        Blind, ///< made by somebody who had not seen the rule
+        Blind, ///< made by somebody who had not seen the rule; some were looked at later
+        Unseen, ///< made blind when the rule was finished, and not used to change it
     };
 
     const char *name;
@@ -71,3 +72,7 @@ void paintCaptionStrips(LongPicture &page);
 void paintIrregularComic(LongPicture &page);
 void paintManga(LongPicture &page);
 void paintWebtoon(LongPicture &page);
+void paintMail(LongPicture &page);
+void paintPhotoGrid(LongPicture &page);
+void paintDashboard(LongPicture &page);
+void paintLyrics(LongPicture &page);

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array groupNames{"tuned", "held back", "blind"}; // as in PictureKind::Group
+constexpr std::array groupNames{"tuned", "held back", "blind", "unseen"}; // as in PictureKind::Group
 
 // Tables as docs/cuts.md has them.
 void printHead()
@@ -131,7 +131,7 @@ void describe(QCommandLineParser &parser)
         {u"strips"_s, u"strips of a picture"_s, u"count"_s, u"9"_s},
         {u"widths"_s, u"widths of the pictures"_s, u"list"_s, u"360,720,1080"_s},
         {u"only"_s, u"only kinds with this in their name"_s, u"text"_s},
-        {u"group"_s, u"only this group: tuned, held back or blind"_s, u"name"_s},
+        {u"group"_s, u"only this group: tuned, held back, blind or unseen"_s, u"name"_s},
         {u"failures"_s, u"save what surrounds failed cuts"_s, u"directory"_s},
         {u"painted"_s, u"save a picture of each kind with its content marked"_s, u"directory"_s},
         {u"pictures"_s, u"save pictures of cuts by both rules"_s, u"directory"_s},
