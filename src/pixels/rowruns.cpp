@@ -57,16 +57,42 @@ std::vector<int> worthOfLengths(int height, int width)
     return worths;
 }
 
+/// The levels from \a lowest to \a highest at which runs begin, end or join, in
+/// ascending order, and the one above the highest.
+std::vector<int> levelsOfRuns(const RowProfile &profile, RowJoin join, int lowest, int highest)
+{
+    std::vector<bool> isLevel(size_t(highest) + 1);
+    const auto mark = [&](const std::vector<int> &levels) {
+        for (const int level : levels) {
+            isLevel[size_t(std::clamp(level, lowest, highest))] = true;
+        }
+    };
+    mark(profile.row);
+    if (join == RowJoin::Alike) {
+        mark(profile.seam);
+        mark(profile.drift);
+    }
+    std::vector<int> levels;
+    for (int level = lowest; level <= highest; ++level) {
+        if (isLevel[size_t(level)]) {
+            levels.push_back(level);
+        }
+    }
+    levels.push_back(highest + 1);
+    return levels;
+}
+
 /// For each row the worth of the runs that it lies in, added up over all levels:
 /// the longer the run and the busier the rows beside it, the more.
 std::vector<int> worthOfRows(const RowProfile &profile, RowJoin join)
 {
     const std::vector<int> worthOf = worthOfLengths(profile.height, profile.width);
     const auto [lowest, highest] = std::minmax_element(profile.row.begin(), profile.row.end());
+    const std::vector<int> levels = levelsOfRuns(profile, join, *lowest, *highest);
     std::vector<int> worth(size_t(profile.height) + 1); // first the differences from row to row
-    for (int level = *lowest; level <= *highest; ++level) {
-        visitRuns(profile, join, level, [&](RowRun run) {
-            const int gain = worthOf[size_t(run.length())];
+    for (size_t i = 0; i + 1 < levels.size(); ++i) {
+        visitRuns(profile, join, levels[i], [&](RowRun run) {
+            const int gain = worthOf[size_t(run.length())] * (levels[i + 1] - levels[i]);
             worth[size_t(run.first)] += gain;
             worth[size_t(run.end)] -= gain;
         });
