@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int cutsPerShallowOne = 100; ///< of all kinds together
+constexpr int cutsPerShallowOne = 190; ///< of all kinds together
 
 /// The deep cuts in a hundred that a kind may have; all others have none.
 struct Exception
@@ -16,8 +16,11 @@ struct Exception
     double deepPercent;
 };
 constexpr std::array exceptions{
-    Exception{"subtitles", 7},       Exception{"dark chat", 7},   Exception{"JPEG dark chat", 7},
-    Exception{"JPEG group chat", 7}, Exception{"film frames", 7}, Exception{"strips of subtitles", 32},
+    Exception{"subtitles", 7},
+    Exception{"dark chat", 7},
+    Exception{"JPEG dark chat", 7},
+    Exception{"film frames", 7},
+    Exception{"strips of subtitles", 25},
 };
 
 double deepPercent(const PictureKind &kind)
