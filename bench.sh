@@ -2,7 +2,8 @@
 # Installs missing packages, builds the benchmark and prints its table. Progress
 # goes to standard error. Options are passed to the benchmark: --quick, --large,
 # --only PATTERN. See docs/performance.md. With --cuts first it counts the cuts
-# through content instead: --seeds N, --widths LIST, --only TEXT. See docs/cuts.md.
+# through content instead: --seeds N, --widths LIST, --only TEXT, or with --speed
+# measures the time of calm cuts. See docs/cuts.md.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
