@@ -109,6 +109,7 @@ std::vector<qint64> valueOfRows(const RowProfile &profile, RowJoin join, const R
     const std::vector<int> worth = worthOfRows(profile, join);
     const qint64 greatest = *std::max_element(worth.begin(), worth.end());
     std::vector<qint64> values;
+    values.reserve(profile.row.size());
     for (int y = 0; y < profile.height; ++y) {
         values.push_back(qint64(worth[size_t(y)]) * pull.loss * std::max(1, pull.reach)
                          - greatest * std::abs(profile.top + y - pull.regular));
