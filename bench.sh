@@ -4,8 +4,9 @@
 # --only PATTERN. See docs/performance.md. A second table compares decoding with
 # QImageReader; --decode first prints only that: --quick, --repetitions N, --only TEXT.
 # With --cuts first it counts the cuts through content instead: --seeds N,
-# --widths LIST, --only TEXT. See docs/cuts.md. With --pdf first it measures only how
-# PDF files are written: --large, --only TEXT, --repetitions N.
+# --widths LIST, --only TEXT, or with --speed measures the time of calm cuts. See
+# docs/cuts.md. With --pdf first it measures only how PDF files are written: --large,
+# --only TEXT, --repetitions N.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 

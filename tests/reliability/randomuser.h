@@ -1,5 +1,6 @@
 #pragma once
 
+#include "page/cutrule.h"
 #include "support/dialoganswer.h"
 #include "support/httpserver.h"
 #include "support/openedurls.h"
@@ -128,6 +129,7 @@ private:
     bool exportFailed = false; // in this step
 
     bool autoPage = true;
+    CutRule cutRule = CutRule::Bright;
     bool twoColumns = false;
     bool numbersShown = false;
     bool detached = false; // the last file could not be opened
