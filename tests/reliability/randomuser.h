@@ -105,7 +105,7 @@ private:
     void createWindow();
     void clearWindow();
     void startOver();
-    void use(const char *action);
+    void use(const char *name);
     void dropFile(const UserFile &file);
     void noteOpened(const UserFile &file, bool chosen);
     void noteRebuild();
