@@ -61,7 +61,7 @@ int bitsOfIndexes(const QImage &image)
     uchar all = 0;
     for (int y = 0; y < image.height(); ++y) {
         const uchar *row = image.constScanLine(y);
-        all = std::accumulate(row, row + image.width(), all, std::bit_or<uchar>());
+        all = std::accumulate(row, row + image.width(), all, std::bit_or<>());
     }
     return all < 2 ? 1 : all < 4 ? 2 : all < 16 ? 4 : 8;
 }

@@ -10,7 +10,7 @@ class SampleRows
 public:
     enum class Kind { Bits, Indexes, Gray8, Gray16, Color8, Color16 };
 
-    explicit SampleRows(const QImage &image);
+    explicit SampleRows(const QImage &picture);
 
     Kind kind() const { return m_kind; }
     int channels() const { return m_kind == Kind::Color8 || m_kind == Kind::Color16 ? 3 : 1; }
