@@ -192,7 +192,7 @@ private:
         QPDFObjectHandle pictures = QPDFObjectHandle::newDictionary();
         QByteArray content;
         for (size_t i = 0; i < objects.size(); ++i) {
-            const qsizetype at = qsizetype(i);
+            const auto at = qsizetype(i);
             const QByteArray name = "B" + QByteArray::number(at);
             const PlacedStrip *next = at + 1 < sheet.strips.size() ? &sheet.strips.at(at + 1) : nullptr;
             content += bandContent(sheet, sheet.strips.at(at), next, name, objects[i].firstRow, objects[i].endRow);
