@@ -5,6 +5,7 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QFontDatabase>
 #include <QGuiApplication>
 
 #include <algorithm>
@@ -16,6 +17,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::array groupNames{"tuned", "held back", "blind", "unseen"}; // as in PictureKind::Group
+constexpr std::array drawnFonts{"DejaVu Sans",     "DejaVu Serif",     "DejaVu Sans Mono",
+                                "Liberation Sans", "Noto Sans CJK SC", "Noto Serif CJK SC"};
 
 // Tables as docs/cuts.md has them.
 void printHead()
@@ -182,6 +185,20 @@ bool run(const QCommandLineParser &parser)
     return measure(settings);
 }
 
+/// False, with a message, if a font of the pictures is missing: Qt would draw others in its place, and the counts
+/// would not be those of other machines.
+bool hasFonts()
+{
+    const QStringList families = QFontDatabase::families();
+    return std::all_of(drawnFonts.begin(), drawnFonts.end(), [&](const char *family) {
+        const bool found = families.contains(QLatin1StringView(family));
+        if (!found) {
+            std::fprintf(stderr, "the pictures need the font %s\n", family);
+        }
+        return found;
+    });
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -189,9 +206,10 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
+    qputenv("FONTCONFIG_FILE", CUT_QUALITY_FONTS);
     const QGuiApplication app(argc, argv);
     QCommandLineParser parser;
     describe(parser);
     parser.process(app);
-    return run(parser) ? 0 : 1;
+    return hasFonts() && run(parser) ? 0 : 1;
 }
