@@ -1,3 +1,4 @@
+#include "leasttimes.h"
 #include "pdf/pdfwriter.h"
 #include "samplefiles.h"
 
@@ -10,15 +11,11 @@
 #include <QPainter>
 #include <QPdfWriter>
 #include <QProcess>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <functional>
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -26,25 +23,6 @@ namespace {
 
 constexpr QSizeF sheetSize(595.3, 841.9); // A4, in points
 constexpr int quality = 94;
-
-struct Result
-{
-    double processor = std::numeric_limits<double>::max(); ///< in seconds
-    double elapsed = std::numeric_limits<double>::max();
-    qint64 bytes = 0;
-};
-
-/// Keeps the least times of several runs.
-void measure(const std::function<qint64()> &run, Result &result)
-{
-    const auto start = std::chrono::steady_clock::now();
-    const std::clock_t processorStart = std::clock();
-    result.bytes = run();
-    const double processor = double(std::clock() - processorStart) / CLOCKS_PER_SEC;
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    result.processor = std::min(result.processor, processor);
-    result.elapsed = std::min(result.elapsed, elapsed.count());
-}
 
 int rowsOfSheet(const QImage &image)
 {
@@ -129,44 +107,32 @@ const char *mark(double value, double most)
 /// Prints a row; `!` marks what is above its target.
 void report(const char *name, const QImage &image, const QByteArray &jpeg, int repetitions)
 {
-    Result qt;
-    Result small;
-    Result exact;
-    Result both;
+    LeastTimes qt;
+    LeastTimes small;
+    LeastTimes exact;
+    LeastTimes both;
+    qint64 qtBytes = 0;
+    qint64 smallBytes = 0;
+    qint64 exactBytes = 0;
     for (int i = 0; i < repetitions; ++i) {
-        measure([&] { return writeByQt(image); }, qt);
-        measure([&] { return write(image, {}, false, 1); }, small);
-        measure([&] { return write(image, jpeg, true, 1); }, exact);
-        measure([&] { return write(image, jpeg, true, 2); }, both);
+        qtBytes = qt.measure([&] { return writeByQt(image); });
+        smallBytes = small.measure([&] { return write(image, {}, false, 1); });
+        exactBytes = exact.measure([&] { return write(image, jpeg, true, 1); });
+        both.measure([&] { return write(image, jpeg, true, 2); });
     }
     const bool isCopied = !jpeg.isEmpty();
     const auto other = double(isCopied ? jpeg.size() : sizeByImg2pdf(image));
     const double time = ratio(exact.processor, small.processor);
-    const double size = ratio(double(exact.bytes), other);
+    const double size = ratio(double(exactBytes), other);
     const bool isGray = image.format() == QImage::Format_Grayscale8;
     const double jpegTime = ratio(small.processor, qt.processor);
-    const double jpegSize = ratio(double(small.bytes), double(qt.bytes));
+    const double jpegSize = ratio(double(smallBytes), double(qtBytes));
     std::printf("| %-12s | %6.1f | %5.2f%s | %5.3f%s | %6.1f | %5.2f%s / %4.2f | %5.3f%s / %4.2f | %5.2f |\n", name,
                 1000 * small.processor, jpegTime, isGray ? mark(jpegTime, 0.7) : " ", jpegSize,
                 isGray ? mark(jpegSize, 0.98) : " ", 1000 * exact.processor, time, mark(time, isCopied ? 0.6 : 1.3),
                 isCopied ? 0.6 : 1.3, size, mark(size, isCopied ? 1.03 : 1.0), isCopied ? 1.03 : 1.0,
                 ratio(both.elapsed, exact.elapsed));
     std::fflush(stdout);
-}
-
-/// Gray noise on dark and light ground, as from a scanner.
-QImage noisyScan(QSize size)
-{
-    QImage image(size, QImage::Format_Grayscale8);
-    QRandomGenerator random(1);
-    for (int y = 0; y < size.height(); ++y) {
-        uchar *row = image.scanLine(y);
-        for (int x = 0; x < size.width(); ++x) {
-            const int level = y / 20 % 2 == 0 && x / 12 % 3 != 0 ? 60 : 225;
-            row[x] = uchar(level + int(random.bounded(24U)));
-        }
-    }
-    return image;
 }
 
 QByteArray contentOf(const QString &path)

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int readableBehind = 16; // what a decoder may read beyond a row
 
-/// The predictor as the PNG specification states it.
+/// The predictor as ISO/IEC 15948 (PNG) defines it.
 int predictor(int filter, int left, int above, int corner)
 {
     const int estimate = left + above - corner;

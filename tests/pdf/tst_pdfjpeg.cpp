@@ -64,30 +64,28 @@ void TestPdfJpeg::copiesBands_data()
 {
     QTest::addColumn<JpegKind>("kind");
     for (const bool isProgressive : {false, true}) {
-        const char *name = isProgressive ? "progressive" : "baseline";
+        const auto row = [isProgressive](const char *name, JpegKind kind) {
+            kind.isProgressive = isProgressive;
+            QTest::addRow("%s, %s", isProgressive ? "progressive" : "baseline", name) << kind;
+        };
         for (const auto &[horizontal, vertical] : {std::pair(1, 1), {2, 1}, {1, 2}, {2, 2}, {4, 1}, {4, 2}}) {
             JpegKind kind;
             kind.horizontal = horizontal;
             kind.vertical = vertical;
-            kind.isProgressive = isProgressive;
-            QTest::addRow("%s, %dx%d", name, horizontal, vertical) << kind;
+            row(qPrintable(u"%1x%2"_s.arg(horizontal).arg(vertical)), kind);
         }
         JpegKind gray;
         gray.channels = 1;
-        gray.isProgressive = isProgressive;
-        QTest::addRow("%s, gray", name) << gray;
+        row("gray", gray);
         JpegKind rgb;
         rgb.isRgb = true;
-        rgb.isProgressive = isProgressive;
-        QTest::addRow("%s, RGB", name) << rgb;
+        row("RGB", rgb);
         JpegKind restarts;
         restarts.restartRows = 1;
-        restarts.isProgressive = isProgressive;
-        QTest::addRow("%s, restart markers", name) << restarts;
+        row("restart markers", restarts);
         JpegKind scans;
         scans.hasOneScanAChannel = true;
-        scans.isProgressive = isProgressive;
-        QTest::addRow("%s, a scan for each channel", name) << scans;
+        row("a scan for each channel", scans);
     }
     JpegKind coarse;
     coarse.quality = 5;

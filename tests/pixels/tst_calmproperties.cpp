@@ -1,6 +1,7 @@
 // What holds for the calm row of any picture.
 
 #include "pixels/calmrow.h"
+#include "support/calmcuts.h"
 #include "support/pictures.h"
 #include "support/testmain.h"
 
@@ -104,23 +105,6 @@ void pictures(bool onlyOpaque)
             QTest::addRow("%s, seed %u", painter.name, seed) << painter.paint(random, random.bounded(20, 500));
         }
     }
-}
-
-QImage brightened(const QImage &image, int step)
-{
-    QImage result = image;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const QRgb pixel = image.pixel(x, y);
-            result.setPixel(x, y, qRgb(qRed(pixel) + step, qGreen(pixel) + step, qBlue(pixel) + step));
-        }
-    }
-    return result;
-}
-
-QString described(const CalmRow &cut)
-{
-    return u"row %1, gap %2, ground %3"_s.arg(cut.row).arg(cut.gap).arg(int(cut.ground));
 }
 
 /// The cuts of a picture in strips of different height.
