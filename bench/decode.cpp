@@ -1,4 +1,5 @@
 #include "decode/imagedecoder.h"
+#include "leasttimes.h"
 #include "samplefiles.h"
 
 #include <QCommandLineParser>
@@ -8,14 +9,10 @@
 #include <QImageReader>
 #include <QPainter>
 #include <QProcess>
-#include <QRandomGenerator>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <functional>
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -64,23 +61,6 @@ QImage readByDecoder(const QString &path, DecodeThreads threads)
     return image.isNull() ? readByQt(path) : image;
 }
 
-struct Times
-{
-    double processor = std::numeric_limits<double>::max();
-    double elapsed = std::numeric_limits<double>::max();
-};
-
-void measure(const std::function<QImage()> &read, Times &least)
-{
-    const auto start = std::chrono::steady_clock::now();
-    const std::clock_t processorStart = std::clock();
-    const QImage image = read();
-    const double processor = double(std::clock() - processorStart) / CLOCKS_PER_SEC;
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    least.processor = std::min(least.processor, processor);
-    least.elapsed = std::min(least.elapsed, elapsed.count());
-}
-
 /// The peak memory of this process in bytes.
 double peakBytes()
 {
@@ -119,13 +99,13 @@ const char *mark(bool isReached)
 
 void report(const Case &each, int repetitions)
 {
-    Times qt;
-    Times one;
-    Times two;
+    LeastTimes qt;
+    LeastTimes one;
+    LeastTimes two;
     for (int i = 0; i < repetitions; ++i) {
-        measure([&each] { return readByQt(each.path); }, qt);
-        measure([&each] { return readByDecoder(each.path, DecodeThreads::One); }, one);
-        measure([&each] { return readByDecoder(each.path, DecodeThreads::Two); }, two);
+        qt.measure([&each] { return readByQt(each.path); });
+        one.measure([&each] { return readByDecoder(each.path, DecodeThreads::One); });
+        two.measure([&each] { return readByDecoder(each.path, DecodeThreads::Two); });
     }
     const bool isEqual = readByDecoder(each.path, DecodeThreads::Two) == readByQt(each.path);
     const auto pixels = double(readByQt(each.path).sizeInBytes());
@@ -139,20 +119,6 @@ void report(const Case &each, int repetitions)
                 mark(elapsed <= each.targets.elapsed), each.targets.elapsed, memory / mebibyte, mark(memory <= allowed),
                 allowed / mebibyte, memoryOf(each.path, u"qt"_s) / mebibyte, isEqual ? "" : " not equal");
     std::fflush(stdout);
-}
-
-QImage noisyScan(QSize size)
-{
-    QImage image(size, QImage::Format_Grayscale8);
-    QRandomGenerator random(1);
-    for (int y = 0; y < size.height(); ++y) {
-        uchar *row = image.scanLine(y);
-        for (int x = 0; x < size.width(); ++x) {
-            const int level = y / 20 % 2 == 0 && x / 12 % 3 != 0 ? 60 : 225;
-            row[x] = uchar(level + int(random.bounded(24U)));
-        }
-    }
-    return image;
 }
 
 /// Inserts an EXIF segment with \a orientation behind the first marker.

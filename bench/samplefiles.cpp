@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QImageWriter>
+#include <QRandomGenerator>
 
 #include <cstdio>
 #include <cstring>
@@ -78,4 +79,18 @@ QString repeatedChat(int times, int height, const QString &folder)
     const QString path = u"%1/%2x%3-chat-x%4.png"_s.arg(folder).arg(phoneWidth).arg(height).arg(times);
     paintOnce(path, [=] { return stacked(makeSampleImage({SampleKind::Chat, phoneWidth, height}), times); });
     return path;
+}
+
+QImage noisyScan(QSize size)
+{
+    QImage image(size, QImage::Format_Grayscale8);
+    QRandomGenerator random(1);
+    for (int y = 0; y < size.height(); ++y) {
+        uchar *row = image.scanLine(y);
+        for (int x = 0; x < size.width(); ++x) {
+            const int level = y / 20 % 2 == 0 && x / 12 % 3 != 0 ? 60 : 225;
+            row[x] = uchar(level + int(random.bounded(24U)));
+        }
+    }
+    return image;
 }

@@ -2,6 +2,7 @@
 
 #include "samples/sampleimage.h"
 
+#include <QImage>
 #include <QSize>
 #include <QString>
 
@@ -28,3 +29,6 @@ std::vector<SampleFile> sampleFiles(SampleSet set, const QString &folder);
 /// \a times times from top to bottom, so that the cost of a row is independent of
 /// \a times. Created if it does not exist.
 QString repeatedChat(int times, int height, const QString &folder);
+
+/// Gray noise on dark and light ground, as from a scanner.
+QImage noisyScan(QSize size);

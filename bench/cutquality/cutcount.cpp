@@ -15,8 +15,6 @@ namespace {
 constexpr double aspect = 0.70707071; // of a strip
 constexpr int shallowRows = 3;
 
-/// How far a cut above row \a row goes into content: 0 if it goes past every
-/// piece, otherwise the rows to the nearer end of the piece hit worst.
 int depthAt(const QList<Piece> &pieces, int row)
 {
     int depth = 0;
@@ -54,13 +52,16 @@ int brightCut(const QImage &image, double top, double height)
     return std::max(0, window.top()) + row;
 }
 
-/// Saves what surrounds \a row, with lines at both ends of the window and at the cut.
-void saveFailure(const QImage &image, const CutPlace &place, int row, const QString &file)
+/// Saves what surrounds the calm \a cut, with lines at both ends of the window
+/// and at the cut.
+void saveFailure(const CutPicture &picture, const PlacedCut &cut, const QString &file)
 {
+    const CutPlace &place = cut.place;
     const int top = place.regular - place.far;
-    QImage part = image.copy(0, top, image.width(), 2 * place.far).convertToFormat(QImage::Format_ARGB32);
+    const QRect reach(0, top, picture.image.width(), 2 * place.far);
+    QImage part = picture.image.copy(reach).convertToFormat(QImage::Format_ARGB32);
     QPainter painter(&part);
-    painter.fillRect(0, row - top, part.width(), 1, Qt::red);
+    painter.fillRect(0, cut.calm.row - top, part.width(), 1, Qt::red);
     painter.fillRect(0, place.far - place.near, part.width() / 20, 2, Qt::blue);
     painter.fillRect(0, place.far + place.near, part.width() / 20, 2, Qt::blue);
     painter.end();
@@ -83,32 +84,47 @@ CutCounts &CutCounts::operator+=(const CutCounts &other)
     return *this;
 }
 
-CutCounts countCuts(const PictureKind &kind, int width, int strips, quint32 seed, const QString &directory)
+QList<PlacedCut> cutsOf(const QImage &image, const QList<Piece> &pieces)
 {
-    const double height = width / aspect;
-    LongPicture page(QSize(width, int(height * strips)), seed);
-    kind.paint(page);
-    const QImage image = kind.finish(page);
-    CutCounts counts;
+    const double height = image.width() / aspect;
+    const auto at = [&pieces](int row) { return PlacedRow{row, depthAt(pieces, row)}; };
+    QList<PlacedCut> cuts;
     double top = 0; // of the strip, as the bright rule moves it
-    for (int i = 1; i < strips; ++i) {
+    for (int i = 1; height * i < image.height(); ++i) {
         const CutPlace place = cutPlace(height * i, height);
         const int bright = brightCut(image, top, height * i - top);
+        const int calm = calmRow(image, place).row;
+        cuts.append({place, isFreePlaceNear(pieces, place), at(place.regular), at(bright), at(calm)});
         top = bright;
+    }
+    return cuts;
+}
+
+CutPicture cutPicture(const PictureKind &kind, int width, int strips, quint32 seed)
+{
+    LongPicture page(QSize(width, int(width / aspect * strips)), seed);
+    kind.paint(page);
+    const QImage image = kind.finish(page);
+    return {image, cutsOf(image, page.pieces)};
+}
+
+CutCounts countCuts(const PictureKind &kind, int width, int strips, quint32 seed, const QString &directory)
+{
+    const CutPicture picture = cutPicture(kind, width, strips, seed);
+    CutCounts counts;
+    for (qsizetype i = 0; i < picture.cuts.size(); ++i) {
+        const PlacedCut &cut = picture.cuts.at(i);
         ++counts.cuts;
-        if (!isFreePlaceNear(page.pieces, place)) {
+        if (!cut.isAvoidable) {
             ++counts.unavoidable;
             continue;
         }
-        const int calm = calmRow(image, place).row;
-        const int depth = depthAt(page.pieces, calm);
-        count(counts.regular, depthAt(page.pieces, place.regular));
-        count(counts.bright, depthAt(page.pieces, bright));
-        count(counts.calm, depth);
-        if (depth > 0 && !directory.isEmpty()) {
-            const QString name =
-                u"%1/%2-%3-%4-%5-%6.png"_s.arg(directory, QString::fromLatin1(kind.name).replace(u' ', u'_'));
-            saveFailure(image, place, calm, name.arg(width).arg(seed).arg(i).arg(depth));
+        count(counts.regular, cut.regular.depth);
+        count(counts.bright, cut.bright.depth);
+        count(counts.calm, cut.calm.depth);
+        if (cut.calm.depth > 0 && !directory.isEmpty()) {
+            const QString name = u"%1/%2-%3-%4-%5-%6.png"_s.arg(directory, fileName(kind));
+            saveFailure(picture, cut, name.arg(width).arg(seed).arg(i + 1).arg(cut.calm.depth));
         }
     }
     return counts;

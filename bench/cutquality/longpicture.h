@@ -64,8 +64,8 @@ public:
 
     QFont font(int pixelSize);
     QFont monospace(int pixelSize) const;
-    /// \a words words, Chinese or English.
-    QString sentence(int words);
+    /// \a count words, Chinese or English.
+    QString sentence(int count);
 
 private:
     QString family;

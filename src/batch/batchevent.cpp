@@ -9,9 +9,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// By the values of BatchEvent::Kind.
-constexpr std::array kindNames{"writing"_L1, "page"_L1, "done"_L1, "failed"_L1};
-
 /// The failure with the value \a code; Unwritable if there is none.
 BatchFailure failureOf(int code)
 {
@@ -24,7 +21,7 @@ BatchFailure failureOf(int code)
     return BatchFailure::Unwritable;
 }
 
-QJsonArray toJson(const QList<int> &rows)
+QJsonArray arrayOf(const QList<int> &rows)
 {
     QJsonArray array;
     for (const int row : rows) {
@@ -33,46 +30,123 @@ QJsonArray toJson(const QList<int> &rows)
     return array;
 }
 
-QList<int> rowsFromJson(const QJsonArray &array)
+QList<int> rowsFrom(const QJsonValue &array)
 {
     QList<int> rows;
-    for (const QJsonValue &row : array) {
+    for (const QJsonValue row : array.toArray()) {
         rows.append(row.toInt());
     }
     return rows;
 }
 
-void insertDone(QJsonObject &object, const BatchEvent &event)
+void insertFacts(QJsonObject &object, const PictureFacts &facts)
 {
-    object.insert(u"pages"_s, event.pages);
-    if (event.bytes > 0) {
-        object.insert(u"bytes"_s, event.bytes);
+    object.insert(u"pages"_s, facts.pages);
+    object.insert(u"scale"_s, facts.scale);
+    object.insert(u"offset"_s, facts.offset);
+    object.insert(u"cuts"_s, arrayOf(facts.cuts));
+    if (facts.index > 0) {
+        object.insert(u"index"_s, facts.index);
     }
-    object.insert(u"seconds"_s, event.seconds);
-    object.insert(u"offset"_s, event.offset);
-    object.insert(u"cuts"_s, toJson(event.cuts));
-    if (event.through) {
-        object.insert(u"through"_s, toJson(*event.through));
+    if (facts.through) {
+        object.insert(u"through"_s, arrayOf(*facts.through));
     }
-    if (!event.text.isEmpty()) {
-        object.insert(u"note"_s, event.text);
+    if (!facts.remark.isEmpty()) {
+        object.insert(u"note"_s, facts.remark);
     }
+}
+
+PictureFacts factsFrom(const QJsonObject &object)
+{
+    PictureFacts facts;
+    facts.index = object.value("index"_L1).toInt();
+    facts.pages = object.value("pages"_L1).toInt();
+    facts.scale = object.value("scale"_L1).toDouble();
+    facts.offset = object.value("offset"_L1).toInt();
+    facts.cuts = rowsFrom(object.value("cuts"_L1));
+    if (object.contains("through"_L1)) {
+        facts.through = rowsFrom(object.value("through"_L1));
+    }
+    facts.remark = object.value("note"_L1).toString();
+    return facts;
+}
+
+QJsonObject jsonOf(const JobBegun &)
+{
+    return {{u"event"_s, u"begun"_s}};
+}
+
+QJsonObject jsonOf(const FileBegun &file)
+{
+    return {{u"event"_s, u"writing"_s}, {u"path"_s, file.path}};
+}
+
+QJsonObject jsonOf(const PageDone &page)
+{
+    return {{u"event"_s, u"page"_s}, {u"page"_s, page.page}, {u"pages"_s, page.pages}};
+}
+
+QJsonObject jsonOf(const JobDone &done)
+{
+    QJsonObject object{{u"event"_s, u"done"_s}, {u"pages"_s, done.pages}, {u"seconds"_s, done.seconds}};
+    if (done.bytes > 0) {
+        object.insert(u"bytes"_s, done.bytes);
+    }
+    if (done.picture) {
+        insertFacts(object, *done.picture);
+    }
+    return object;
+}
+
+JobDone doneFrom(const QJsonObject &object)
+{
+    JobDone done{object.value("pages"_L1).toInt(), object.value("bytes"_L1).toInteger(),
+                 object.value("seconds"_L1).toDouble(), std::nullopt};
+    if (object.contains("cuts"_L1)) {
+        done.picture = factsFrom(object);
+    }
+    return done;
+}
+
+QJsonObject jsonOf(const PictureDone &picture)
+{
+    QJsonObject object{{u"event"_s, u"picture"_s}, {u"image"_s, picture.image}};
+    insertFacts(object, picture.facts);
+    return object;
+}
+
+QJsonObject jsonOf(const JobFailed &failed)
+{
+    QJsonObject object{{u"event"_s, u"failed"_s}, {u"code"_s, int(failed.failure)}, {u"message"_s, failed.text}};
+    if (!failed.image.isEmpty()) {
+        object.insert(u"image"_s, failed.image);
+    }
+    return object;
+}
+
+QJsonArray toJson(const FileCuts &cuts)
+{
+    QJsonArray array;
+    for (const std::optional<QList<int>> &rows : cuts) {
+        array.append(rows ? QJsonValue(arrayOf(*rows)) : QJsonValue());
+    }
+    return array;
+}
+
+FileCuts cutsFrom(const QJsonArray &array)
+{
+    FileCuts cuts;
+    for (const QJsonValue rows : array) {
+        cuts.append(rows.isArray() ? std::optional(rowsFrom(rows)) : std::nullopt);
+    }
+    return cuts;
 }
 
 } // namespace
 
-BatchEvent failedEvent(BatchFailure failure, const QString &text)
+JobFailed outOfMemoryEvent()
 {
-    BatchEvent event;
-    event.kind = BatchEvent::Kind::Failed;
-    event.failure = failure;
-    event.text = text;
-    return event;
-}
-
-BatchEvent outOfMemoryEvent()
-{
-    return failedEvent(BatchFailure::TooLarge, u"too large: out of memory"_s);
+    return {BatchFailure::TooLarge, u"too large: out of memory"_s, {}};
 }
 
 QByteArray jsonLine(const QJsonObject &object)
@@ -82,81 +156,56 @@ QByteArray jsonLine(const QJsonObject &object)
 
 QJsonObject toJson(const BatchEvent &event)
 {
-    QJsonObject object{{u"event"_s, kindNames.at(size_t(event.kind))}};
-    switch (event.kind) {
-    case BatchEvent::Kind::Writing:
-        object.insert(u"path"_s, event.text);
-        break;
-    case BatchEvent::Kind::Page:
-        object.insert(u"page"_s, event.page);
-        object.insert(u"pages"_s, event.pages);
-        break;
-    case BatchEvent::Kind::Done:
-        insertDone(object, event);
-        break;
-    case BatchEvent::Kind::Failed:
-        object.insert(u"code"_s, int(event.failure));
-        object.insert(u"message"_s, event.text);
-        break;
-    }
-    return object;
+    return std::visit([](const auto &kind) { return jsonOf(kind); }, event);
 }
 
 std::optional<BatchEvent> eventFromJson(const QByteArray &line)
 {
     const QJsonObject object = QJsonDocument::fromJson(line).object();
-    for (size_t kind = 0; kind < kindNames.size(); ++kind) {
-        if (object.value("event"_L1) == kindNames.at(kind)) {
-            BatchEvent event;
-            event.kind = BatchEvent::Kind(kind);
-            event.page = object.value("page"_L1).toInt();
-            event.pages = object.value("pages"_L1).toInt();
-            event.bytes = object.value("bytes"_L1).toInteger();
-            event.seconds = object.value("seconds"_L1).toDouble();
-            event.offset = object.value("offset"_L1).toInt();
-            event.cuts = rowsFromJson(object.value("cuts"_L1).toArray());
-            if (object.contains("through"_L1)) {
-                event.through = rowsFromJson(object.value("through"_L1).toArray());
-            }
-            if (event.kind == BatchEvent::Kind::Failed) {
-                event.failure = failureOf(object.value("code"_L1).toInt());
-            }
-            event.text = object.value("path"_L1).toString() + object.value("note"_L1).toString()
-                + object.value("message"_L1).toString(); // an event has at most one of them
-            return event;
-        }
+    const auto text = [&object](QLatin1StringView name) { return object.value(name).toString(); };
+    const QString event = text("event"_L1);
+    if (event == "begun"_L1) {
+        return JobBegun();
+    }
+    if (event == "writing"_L1) {
+        return FileBegun{text("path"_L1)};
+    }
+    if (event == "page"_L1) {
+        return PageDone{object.value("page"_L1).toInt(), object.value("pages"_L1).toInt()};
+    }
+    if (event == "picture"_L1) {
+        return PictureDone{text("image"_L1), factsFrom(object)};
+    }
+    if (event == "done"_L1) {
+        return doneFrom(object);
+    }
+    if (event == "failed"_L1) {
+        return JobFailed{failureOf(object.value("code"_L1).toInt()), text("message"_L1), text("image"_L1)};
     }
     return std::nullopt;
 }
 
 QJsonObject toJson(const BatchJob &job)
 {
-    return {{u"image"_s, job.image},
-            {u"output"_s, job.output},
-            {u"columns"_s, job.pages.columns},
-            {u"margin"_s, job.pages.marginPercent},
-            {u"numbers"_s, job.pages.pageNumbers},
-            {u"trim"_s, job.pages.trim},
-            {u"autoCut"_s, job.pages.autoCut},
-            {u"brightCuts"_s, job.pages.cutRule == CutRule::Bright},
-            {u"lossless"_s, job.pages.lossless},
-            {u"dryRun"_s, job.dryRun}};
+    QJsonArray images;
+    for (const JobImage &image : job.images) {
+        images.append(QJsonObject{{u"name"_s, image.name}, {u"cuts"_s, toJson(image.cuts)}});
+    }
+    return {{u"number"_s, job.number}, {u"images"_s, images}, {u"output"_s, job.output}, {u"threads"_s, job.threads}};
 }
 
 std::optional<BatchJob> jobFromJson(const QByteArray &line)
 {
     const QJsonObject object = QJsonDocument::fromJson(line).object();
-    if (!object.contains("image"_L1) || !object.contains("output"_L1)) {
+    if (!object.contains("images"_L1) || !object.contains("output"_L1)) {
         return std::nullopt;
     }
-    BatchJob job{object.value("image"_L1).toString(), object.value("output"_L1).toString(), {}, false};
-    job.pages.columns = object.value("columns"_L1).toInt(job.pages.columns);
-    job.pages.marginPercent = object.value("margin"_L1).toInt(job.pages.marginPercent);
-    job.pages.pageNumbers = object.value("numbers"_L1).toBool();
-    job.pages.trim = object.value("trim"_L1).toBool();
-    job.pages.autoCut = object.value("autoCut"_L1).toBool(true);
-    job.pages.cutRule = object.value("brightCuts"_L1).toBool() ? CutRule::Bright : CutRule::Calm;
-    job.pages.lossless = object.value("lossless"_L1).toBool();
-    job.dryRun = object.value("dryRun"_L1).toBool();
+    BatchJob job{object.value("number"_L1).toInt(),
+                 {},
+                 object.value("output"_L1).toString(),
+                 object.value("threads"_L1).toInt()};
+    for (const QJsonValue image : object.value("images"_L1).toArray()) {
+        job.images.append({image["name"_L1].toString(), cutsFrom(image["cuts"_L1].toArray())});
+    }
     return job;
 }

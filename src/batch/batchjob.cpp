@@ -1,205 +1,192 @@
 #include "batch/batchjob.h"
 
-#include "batch/finishedpdf.h"
+#include "base/buildconfig.h"
+#include "batch/filename.h"
 #include "batch/partfile.h"
-#include "output/documentitems.h"
-#include "output/pagerun.h"
-#include "output/previewitem.h"
-#include "page/pageitem.h"
-#include "pixels/blankborders.h"
-#include "pixels/imagefile.h"
+#include "batch/picturefile.h"
+#include "batch/picturelayout.h"
+#include "batch/preview.h"
+#include "pdf/pdfwriter.h"
 
 #include <QElapsedTimer>
-#include <QFileInfo>
-#include <QImageReader>
-#include <QPainter>
-#include <QPrinter>
+
+#include <cstdio>
+#include <memory>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-BatchEvent unwritten(const QString &path, const QString &reason)
+/// \a name without folders, as a title.
+QString titleOf(const QString &name)
 {
-    return failedEvent(BatchFailure::Unwritable, u"cannot write \"%1\": %2"_s.arg(path, reason));
+    return printable(name.mid(name.lastIndexOf(u'/') + 1));
 }
 
-/// Why the image \a path was not decoded.
-BatchEvent decodeError(const QString &path)
-{
-    const QFileInfo file(path);
-    if (!file.exists()) {
-        return failedEvent(BatchFailure::Unreadable, u"cannot read image: no such file"_s);
-    }
-    if (!file.isFile()) {
-        return failedEvent(BatchFailure::Unreadable, u"cannot read image: not a regular file"_s);
-    }
-    if (!file.isReadable()) {
-        return failedEvent(BatchFailure::Unreadable, u"cannot read image: permission denied"_s);
-    }
-    if (path.endsWith(".pdf"_L1, Qt::CaseInsensitive)) {
-        return failedEvent(BatchFailure::Unreadable, u"cannot read image: PDF files are not supported"_s);
-    }
-    const QSize size = QImageReader(path).size();
-    // Reserves address space for an image of that size, but writes nothing into it.
-    if (size.isValid() && !size.isEmpty() && QImage(size, QImage::Format_RGB32).isNull()) {
-        return failedEvent(BatchFailure::TooLarge,
-                           u"too large: %1 x %2 pixels do not fit into memory"_s.arg(size.width()).arg(size.height()));
-    }
-    return failedEvent(BatchFailure::Unreadable, u"cannot read image: unsupported format or corrupted file"_s);
-}
-
-/// The image to cut.
-struct PageSource
-{
-    QPixmap pixmap;
-    int offset = 0; ///< its first row in the whole image
-    QString remark; ///< why it was not trimmed, or empty
-};
-
-/// \a image without its blank border; unchanged if too little would be left.
-PageSource trimmedOrWhole(const QPixmap &image)
-{
-    int topRow = 0;
-    const std::optional<QPixmap> trimmed = withoutBlankBorders(image, &topRow);
-    if (!trimmed) {
-        return {image, 0, u"nothing to trim"_s};
-    }
-    if (!isLargeEnough(trimmed->size())) {
-        return {image, 0, u"not trimmed: too little would be left"_s};
-    }
-    return {*trimmed, topRow, {}};
-}
-
-/// The strips and pages of one image. Only one object may exist at a time.
-class BatchDocument
+/// The file that a job writes: a part file, or standard output.
+class JobOutput
 {
 public:
-    BatchDocument(const QPixmap &source, const PageOptions &options)
-        : items(makeDocumentItems(source, unsigned(options.marginPercent)))
-        , pages(options.columns == 1 ? items->oneColumnPages : items->twoColumnPages)
+    explicit JobOutput(const QString &name)
     {
-        resetMinAspect();
-        resetColumnMaxHeight();
-        if (options.autoCut) {
-            placeCuts(items->strips.first(), options.cutRule);
-        }
-        if (showPageNumbers() != options.pageNumbers) {
-            pages.first()->togglePageNumbers();
+        if (name != "-"_L1) {
+            part.emplace(name);
+        } else if (!standard.open(stdout, QIODevice::WriteOnly)) {
+            throw BatchError(BatchFailure::Unwritable, standard.errorString());
         }
     }
 
-    PreviewItem *firstPage() const { return pages.first(); }
-    int pageCount() const { return int(pages.size()); }
-    const QList<PageItem *> &strips() const { return items->strips; }
+    QFile &device() { return part ? part->device() : standard; }
+    QString path() const { return part ? part->name() : QString(); }
+
+    /// Returns the size of the file.
+    qint64 commit()
+    {
+        if (!device().flush()) {
+            throw BatchError(BatchFailure::Unwritable, device().errorString());
+        }
+        const qint64 size = part ? device().size() : 0;
+        if (part) {
+            part->commit();
+        }
+        return size;
+    }
 
 private:
-    OwnedDocumentItems items;
-    QList<PreviewItem *> pages; // of the chosen layout
+    std::optional<PartFile> part;
+    QFile standard;
 };
 
-int cutBelow(const PageItem *strip)
+/// One job while it runs.
+class JobRun
 {
-    return qRound(strip->sourceRect().bottom());
+public:
+    JobRun(const BatchJob &batchJob, const BatchOptions &batchOptions, const EventSink &eventSink)
+        : job(batchJob)
+        , options(batchOptions)
+        , sink(eventSink)
+    {
+    }
+
+    JobDone run();
+
+    /// The image that is being read, for an error message; empty while it is written.
+    QString current;
+
+private:
+    void convertFile(const JobImage &image);
+    void convertPicture(const PictureFile &file, const JobImage &image, int index);
+    void write(const FilePicture &picture, const LaidOutPicture &pages, const QString &name);
+    void beginOutput();
+    bool isWriting() const { return !options.dryRun && !job.output.isEmpty(); }
+
+    const BatchJob &job;
+    const BatchOptions &options;
+    const EventSink &sink;
+    std::optional<JobOutput> output;
+    std::unique_ptr<PdfWriter> writer;
+    int pages = 0;
+    QList<PictureDone> pictures;
+};
+
+JobDone JobRun::run()
+{
+    QElapsedTimer timer;
+    timer.start();
+    for (const JobImage &image : job.images) {
+        current = image.name;
+        convertFile(image);
+    }
+    current.clear();
+    qint64 bytes = 0;
+    if (writer) {
+        writer->finish();
+        bytes = output->commit();
+    }
+    JobDone done{pages, bytes, double(timer.elapsed()) / 1000, std::nullopt};
+    if (pictures.size() == 1) {
+        done.picture = pictures.first().facts;
+    }
+    return done;
 }
 
-/// The end of a job, with the pages and cuts of \a document.
-BatchEvent doneEvent(const BatchDocument &document, const PageOptions &options)
+void JobRun::convertFile(const JobImage &image)
 {
-    BatchEvent event;
-    event.kind = BatchEvent::Kind::Done;
-    event.pages = document.pageCount();
-    QList<int> through;
-    for (const PageItem *strip : document.strips()) {
-        if (strip->nextItem() != nullptr) {
-            event.cuts.append(cutBelow(strip));
-        }
-        if (strip->isCutThroughContent()) {
-            through.append(cutBelow(strip));
+    const PictureFile file(image.name);
+    for (int i = 0; i < file.count(); ++i) {
+        convertPicture(file, image, i);
+        if (job.images.size() > 1 || file.count() > 1) {
+            sink(pictures.last());
         }
     }
-    if (options.autoCut && options.cutRule == CutRule::Calm) {
-        event.through = through;
-    }
-    return event;
 }
 
-/// Writes the pages of \a document to the file \a path. Returns the error message,
-/// or an empty string.
-QString writePages(const BatchDocument &document, const QString &path, bool lossless, const EventSink &sink)
+void JobRun::convertPicture(const PictureFile &file, const JobImage &image, int index)
 {
-    QPrinter printer(QPrinter::HighResolution);
-    setUpForPdf(printer, path);
-    QPainter painter;
-    if (!painter.begin(&printer)) {
-        return u"cannot open the file"_s;
+    const DecodeThreads threads = job.threads == 1 ? DecodeThreads::One : decodeThreads();
+    FilePicture picture = file.read(index, options.pages.acceptDamaged, threads);
+    if (options.pages.trim) {
+        trim(picture);
     }
-    painter.setRenderHint(QPainter::LosslessImageRendering, lossless);
-    renderPages(document.firstPage(), &painter, &printer, [&](int number) {
-        BatchEvent event;
-        event.kind = BatchEvent::Kind::Page;
-        event.page = number + 1;
-        event.pages = document.pageCount();
-        sink(event);
+    LaidOutPicture laidOut = layOut(picture.image, options.pages, image.cuts.value(index), pages + 1);
+    laidOut.facts.index = index;
+    laidOut.facts.offset = picture.offset;
+    laidOut.facts.remark = picture.remarks.join(u"; "_s);
+    if (!options.preview.isEmpty() && index == 0) {
+        writePreview(picture.image, laidOut.facts.cuts, options.preview);
+    }
+    if (isWriting()) {
+        write(picture, laidOut, image.name);
+    }
+    pages += laidOut.facts.pages;
+    pictures.append({image.name, laidOut.facts});
+}
+
+void JobRun::write(const FilePicture &picture, const LaidOutPicture &laidOut, const QString &name)
+{
+    const QString reading = std::exchange(current, QString());
+    beginOutput();
+    writer->addPicture({picture.image, picture.jpeg, titleOf(name)}, laidOut.sheets, [&](int index) {
+        sink(PageDone{index + 1, laidOut.facts.pages});
     });
-    painter.end();
-    const QString mistake = pdfError(path, document.pageCount());
-    return mistake.isEmpty() ? QString() : u"%1; is the disk full?"_s.arg(mistake);
+    current = reading;
 }
 
-BatchEvent writeOutput(const BatchDocument &document, const BatchJob &job, const EventSink &sink)
+void JobRun::beginOutput()
 {
-    PartFile part(job.output);
-    if (part.path().isEmpty()) {
-        return unwritten(job.output, part.error());
+    if (writer) {
+        return;
     }
-    BatchEvent event;
-    event.kind = BatchEvent::Kind::Writing;
-    event.text = part.path();
-    sink(event);
-
-    const QString mistake = writePages(document, part.path(), job.pages.lossless, sink);
-    if (!mistake.isEmpty()) {
-        return unwritten(job.output, mistake);
-    }
-    if (!part.commit()) {
-        return unwritten(job.output, part.error());
-    }
-    event = doneEvent(document, job.pages);
-    event.bytes = QFileInfo(job.output).size();
-    return event;
+    output.emplace(job.output);
+    sink(FileBegun{output->path()});
+    PdfOptions pdf;
+    pdf.lossless = options.pages.lossless;
+    pdf.quality = options.pages.quality;
+    pdf.title = options.pages.title.isEmpty() && job.images.size() == 1 ? titleOf(job.images.first().name)
+                                                                        : options.pages.title;
+    pdf.threads = job.threads;
+    writer = std::make_unique<PdfWriter>(&output->device(), pdf);
 }
 
-BatchEvent outcome(const BatchJob &job, const EventSink &sink)
+/// The failure \a error of \a run.
+JobFailed failureOf(const BatchError &error, const JobRun &run, const BatchJob &job)
 {
-    PageSource source{decodeImageFile(job.image), 0, {}};
-    if (source.pixmap.isNull()) {
-        return decodeError(job.image);
-    }
-    if (!isLargeEnough(source.pixmap.size())) {
-        return failedEvent(
-            BatchFailure::Unreadable,
-            u"cannot read image: too small: %1 x %2 pixels"_s.arg(source.pixmap.width()).arg(source.pixmap.height()));
-    }
-    if (job.pages.trim) {
-        source = trimmedOrWhole(source.pixmap);
-    }
-    const BatchDocument document(source.pixmap, job.pages);
-    BatchEvent event = job.dryRun ? doneEvent(document, job.pages) : writeOutput(document, job, sink);
-    if (event.kind == BatchEvent::Kind::Done) {
-        event.offset = source.offset;
-        event.text = source.remark;
-    }
-    return event;
+    const bool isWriting = error.failure == BatchFailure::Unwritable && run.current.isEmpty();
+    const QString text = isWriting ? u"cannot write \"%1\": %2"_s.arg(printable(job.output), error.text) : error.text;
+    return {error.failure, text, run.current};
 }
 
 } // namespace
 
-void runJob(const BatchJob &job, const EventSink &sink)
+void runJob(const BatchJob &job, const BatchOptions &options, const EventSink &sink)
 {
-    QElapsedTimer timer;
-    timer.start();
-    BatchEvent event = outcome(job, sink);
-    event.seconds = double(timer.elapsed()) / 1000;
-    sink(event);
+    JobRun run(job, options, sink);
+    try {
+        sink(run.run());
+    } catch (const BatchError &error) {
+        sink(failureOf(error, run, job));
+    } catch (const PdfError &error) {
+        sink(failureOf({BatchFailure::Unwritable, error.reason()}, run, job));
+    }
 }

@@ -2,17 +2,10 @@
 
 #include "batch/batchevent.h"
 
-#include <functional>
-
-/// Called with each event of a job.
-using EventSink = std::function<void(const BatchEvent &)>;
-
-/// Turns the image of \a job into its PDF file, as the window would with the
-/// same options. Calls \a sink when the file is begun, after each page, and with
-/// the result. Needs a QGuiApplication.
+/// Turns the images of \a job into its PDF file. Calls \a sink when the file is begun,
+/// after each page and picture, and with the result. Needs a QGuiApplication.
 ///
-/// The output is replaced only by a complete file. Page numbers and the scale of
-/// the pages are global to the process, so no window may be open.
+/// The output is replaced only by a complete file, with all pictures of the job.
 ///
 /// Throws std::bad_alloc if memory runs out; see `exitWhenOutOfMemory`.
-void runJob(const BatchJob &job, const EventSink &sink);
+void runJob(const BatchJob &job, const BatchOptions &options, const EventSink &sink);

@@ -1,32 +1,54 @@
 #pragma once
 
+#include "batch/batcherror.h"
+#include "batch/paper.h"
 #include "page/cutrule.h"
 
-#include <QString>
+#include <QList>
 #include <QStringList>
 
-/// How one image becomes pages.
+#include <optional>
+
+enum class PageLayout {
+    Flow, ///< strips as high as the sheet allows
+    Window, ///< the pages that the window exports
+};
+
+/// How the pictures of a file become pages.
 struct PageOptions
 {
-    int columns = 1; // 1 for one strip on a page, 2 for four strips in two columns
-    int marginPercent = 10; // 0 to 30
+    PageLayout layout = PageLayout::Flow;
+    int columns = 1; // 1 to 4; at most 2 with the layout of the window
+    Paper paper = *paperNamed(QStringLiteral("A4")); // turned already if it is in landscape
+    Margin margin = {};
     bool pageNumbers = false;
     bool trim = false;
-    bool autoCut = true;
+    std::optional<CutRule> cutRule = CutRule::Calm; // none for regular cuts
     bool lossless = false;
-    CutRule cutRule = CutRule::Calm; // with autoCut
+    int quality = 94; // of JPEG, 1 to 100
+    bool acceptDamaged = false;
+    QString title = {}; // of the document; empty for the name of the image
 };
 
 /// What a command line asks for.
 struct BatchOptions
 {
     PageOptions pages;
-    QStringList images; // at least one
+    QStringList operands; // images and folders
+    QString filesFrom; // a list of more of them; empty for none
+    bool isNulSeparated = false; // that list
+    bool recursive = false;
     QString output; // may be empty for a dry run
-    int jobs = 1; // 1 to 64 processes
+    QString nameForm; // of a file in a folder
+    bool noClobber = false;
+    QString cutsFrom; // a list of cuts; empty for none
+    QString preview; // a PNG file; empty for none
+    int jobs = 0; // 1 to 64 processes, or 0 for one on each processor
     bool json = false;
     bool quiet = false;
     bool dryRun = false;
+
+    QStringList arguments; // what a worker process needs to read the same options
 };
 
 struct CommandLine
@@ -36,19 +58,31 @@ struct CommandLine
         Serve, ///< read jobs from standard input: this is a worker process
         ShowHelp,
         ShowVersion,
-        Refuse, ///< `mistake` is the error message
+        ShowCompletion, ///< for the shell `shell`
     };
 
     Request request = Request::Convert;
     BatchOptions options;
-    QString mistake;
+    QString shell;
 };
 
-/// Parses \a arguments; the first is the name of the program.
-CommandLine readCommandLine(const QStringList &arguments);
+/// Parses \a arguments; the first is the name of the program. Throws BatchError for a
+/// wrong one.
+[[nodiscard]] CommandLine readCommandLine(const QStringList &arguments);
 
 /// The text of `--help`. Needs an application object.
-QString batchHelp();
+[[nodiscard]] QString batchHelp();
+
+/// What a shell has to know of an option.
+struct OptionFacts
+{
+    QStringList names; // "o", "output"
+    QString help;
+    QString value; // what stands for it in the help; empty for an option without one
+    QStringList choices; // the possible values, if they are few
+    bool isFile = false; // whether any file is one
+};
+[[nodiscard]] QList<OptionFacts> optionFacts();
 
 /// The argument that makes the program a worker process of another one.
-QString serveArgument();
+[[nodiscard]] QString serveArgument();

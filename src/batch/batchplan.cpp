@@ -1,19 +1,73 @@
 #include "batch/batchplan.h"
 
-#include <QDir>
-#include <QFileInfo>
+#include "batch/filename.h"
+
 #include <QSet>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
 
 namespace {
 
-/// The name of the PDF file of \a image, without its suffix.
-QString baseNameOf(const QString &image)
+BatchError wrongUse(const QString &text)
 {
-    const QFileInfo file(QDir::cleanPath(image));
-    const QString name = file.completeBaseName().isEmpty() ? file.fileName() : file.completeBaseName();
-    return name.isEmpty() ? u"image"_s : name;
+    return {BatchFailure::WrongUse, text};
+}
+
+QString quoted(const QString &name)
+{
+    return u"\"%1\""_s.arg(printable(name));
+}
+
+bool isFile(const QString &name)
+{
+    std::error_code failure;
+    return fs::is_regular_file(nativePath(name), failure);
+}
+
+bool isFolder(const QString &name)
+{
+    std::error_code failure;
+    return fs::is_directory(nativePath(name), failure);
+}
+
+QString withoutSlashes(QString name)
+{
+    while (name.endsWith(u'/')) {
+        name.chop(1);
+    }
+    return name;
+}
+
+/// The name of \a image without folders and suffix.
+QString stemOf(const QString &image)
+{
+    QString name = withoutSlashes(image);
+    name = name.mid(name.lastIndexOf(u'/') + 1);
+    const qsizetype dot = name.lastIndexOf(u'.');
+    return name.isEmpty() ? u"image"_s : name.left(dot > 0 ? dot : name.size());
+}
+
+/// The name of image \a number, \a image, in the form \a form, without ".pdf".
+QString nameInFolder(const QString &form, const QString &image, int number)
+{
+    const QString chopped = form.isEmpty() ? u"{stem}"_s : form.chopped(4);
+    QString name;
+    for (qsizetype at = 0; at < chopped.size(); ++at) { // not replace(): a stem may contain "{n}"
+        const QStringView rest = QStringView(chopped).mid(at);
+        if (rest.startsWith("{stem}"_L1)) {
+            name += stemOf(image);
+            at += 5;
+        } else if (rest.startsWith("{n}"_L1)) {
+            name += QString::number(number);
+            at += 2;
+        } else {
+            name += rest.first();
+        }
+    }
+    return name;
 }
 
 /// \a base, with a number appended if \a taken contains it; adds the result to
@@ -28,46 +82,131 @@ QString untakenName(const QString &base, QSet<QString> &taken)
     return name;
 }
 
-/// The first output of \a jobs that is also one of their images, or empty.
-QString overwrittenImage(const QList<BatchJob> &jobs)
+bool isToFolder(const BatchOptions &options, qsizetype images)
 {
-    QSet<QString> images;
-    for (const BatchJob &job : jobs) {
-        images.insert(QFileInfo(job.image).canonicalFilePath());
+    const QString &output = options.output;
+    if (output.isEmpty() || output == "-"_L1) {
+        return false;
     }
-    images.remove(QString()); // from images that do not exist
+    return output.endsWith(u'/') || isFolder(output)
+        || (images > 1 && !output.endsWith(".pdf"_L1, Qt::CaseInsensitive));
+}
+
+QString inFolder(const QString &folder, const QString &name)
+{
+    return folder + (folder.endsWith(u'/') ? u""_s : u"/"_s) + name;
+}
+
+/// A job for each of \a images.
+QList<BatchJob> separateJobs(const BatchOptions &options, const QList<JobImage> &images, bool toFolder)
+{
+    QList<BatchJob> jobs;
+    QSet<QString> taken;
+    for (const JobImage &image : images) {
+        BatchJob job{int(jobs.size()), {image}, options.output, 0};
+        if (toFolder) {
+            const QString base = nameInFolder(options.nameForm, image.name, job.number + 1);
+            job.output = inFolder(options.output, untakenName(base, taken) + ".pdf"_L1);
+        }
+        jobs.append(job);
+    }
+    return jobs;
+}
+
+/// The files that \a jobs read, by their real paths.
+QSet<QString> filesRead(const QList<BatchJob> &jobs)
+{
+    QSet<QString> files;
     for (const BatchJob &job : jobs) {
-        if (images.contains(QFileInfo(job.output).canonicalFilePath())) {
-            return job.output;
+        for (const JobImage &image : job.images) {
+            std::error_code failure;
+            const fs::path path = fs::canonical(nativePath(image.name), failure);
+            files += failure ? QSet<QString>() : QSet<QString>{nameFromNative(path)};
         }
     }
-    return {};
+    return files;
+}
+
+/// Refuses to replace the file \a name unless it begins with \a start and may be.
+void checkExisting(const QString &name, const QByteArray &start, bool isReplacingAllowed)
+{
+    std::error_code failure;
+    if (!fs::is_regular_file(nativePath(name), failure)) {
+        return; // nothing to replace, or an error of its job
+    }
+    QFile file;
+    if (!isReplacingAllowed) {
+        throw wrongUse(u"%1 exists already"_s.arg(quoted(name)));
+    }
+    const QString mistake = openFile(file, name, QIODevice::ReadOnly);
+    if (mistake.isEmpty() && file.read(start.size()) != start) {
+        throw wrongUse(u"%1 exists and is no %2 file; it is not replaced"_s.arg(quoted(name),
+                                                                                QString::fromLatin1(start.mid(1, 3))));
+    }
+}
+
+/// Refuses jobs that would overwrite an image, the file of another job, or any file that
+/// may not be replaced.
+void checkTargets(const QList<BatchJob> &jobs, bool isReplacingAllowed)
+{
+    const QSet<QString> read = filesRead(jobs);
+    QSet<QString> written;
+    for (const BatchJob &job : jobs) {
+        const QString target = nameFromNative(targetOf(nativePath(job.output)));
+        if (read.contains(target)) {
+            throw wrongUse(u"%1 is an image to read; it would be overwritten"_s.arg(quoted(job.output)));
+        }
+        if (written.contains(target)) {
+            throw wrongUse(u"%1 is a link to the file of another image"_s.arg(quoted(job.output)));
+        }
+        written.insert(target);
+        checkExisting(job.output, "%PDF-", isReplacingAllowed);
+    }
+}
+
+/// Refuses what \a options ask for if it is impossible with \a images.
+void checkUse(const BatchOptions &options, const QStringList &images, bool toFolder, bool isMerged)
+{
+    if (toFolder && isFile(withoutSlashes(options.output))) {
+        throw wrongUse(u"%1 is a file, and a folder is needed"_s.arg(quoted(options.output)));
+    }
+    if (!toFolder && !options.nameForm.isEmpty()) {
+        throw wrongUse(u"--name is for files in a folder"_s);
+    }
+    if (!isMerged && images.size() > 1 && images.contains(u"-"_s)) {
+        throw wrongUse(u"standard input cannot be one of several images with files of their own"_s);
+    }
+    if (!options.preview.isEmpty() && images.size() > 1) {
+        throw wrongUse(u"--preview is for one image"_s);
+    }
+    if (!options.preview.isEmpty()) {
+        checkExisting(options.preview, "\x89PNG", !options.noClobber);
+    }
+}
+
+QList<JobImage> withCuts(const QStringList &images, const QString &list)
+{
+    const QHash<QString, FileCuts> cuts = list.isEmpty() ? QHash<QString, FileCuts>() : readCutList(list);
+    QList<JobImage> result;
+    for (const QString &image : images) {
+        result.append({image, cuts.value(image)});
+    }
+    return result;
 }
 
 } // namespace
 
-BatchPlan planJobs(const BatchOptions &options)
+BatchPlan planJobs(const BatchOptions &options, const QStringList &images)
 {
-    BatchPlan plan;
-    const QFileInfo output(QDir::cleanPath(options.output));
-    const bool toFolder =
-        !options.output.isEmpty() && (options.images.size() > 1 || options.output.endsWith(u'/') || output.isDir());
-    if (toFolder && output.exists() && !output.isDir()) {
-        plan.mistake = u"\"%1\" is a file, and a folder is needed"_s.arg(options.output);
-        return plan;
+    const bool toFolder = isToFolder(options, images.size());
+    const bool isWriting = !options.dryRun && !options.output.isEmpty();
+    const bool isMerged = !toFolder && images.size() > 1 && isWriting;
+    checkUse(options, images, toFolder, isMerged);
+    const QList<JobImage> found = withCuts(images, options.cutsFrom);
+    BatchPlan plan{isMerged ? QList<BatchJob>{{0, found, options.output, 0}} : separateJobs(options, found, toFolder),
+                   toFolder ? options.output : QString()};
+    if (isWriting && options.output != "-"_L1) {
+        checkTargets(plan.jobs, !options.noClobber);
     }
-    QSet<QString> taken;
-    for (const QString &image : options.images) {
-        BatchJob job{image, options.output, options.pages, options.dryRun};
-        if (toFolder) {
-            job.output = QDir(options.output).filePath(untakenName(baseNameOf(image), taken) + ".pdf"_L1);
-        }
-        plan.jobs.append(job);
-    }
-    const QString overwritten = overwrittenImage(plan.jobs);
-    if (!overwritten.isEmpty()) {
-        plan.mistake = u"\"%1\" is an image to read; it would be overwritten"_s.arg(overwritten);
-    }
-    plan.folder = toFolder ? options.output : QString();
     return plan;
 }

@@ -1,26 +1,34 @@
 #pragma once
 
 #include "batch/batchoptions.h"
+#include "batch/cutlist.h"
 
 #include <QList>
 #include <QString>
 
-/// One image and the PDF file that it becomes.
+/// An image of a job.
+struct JobImage
+{
+    QString name;
+    FileCuts cuts; // that the user has asked for
+};
+
+/// One PDF file, and the images that it is made of.
 struct BatchJob
 {
-    QString image;
-    QString output;
-    PageOptions pages;
-    bool dryRun = false; // write nothing; `output` may be empty
+    int number = 0; // counted from 0
+    QList<JobImage> images; // at least one
+    QString output; // may be empty for a dry run; "-" for standard output
+    int threads = 0; // that encode; 0: one for each processor
 };
 
 struct BatchPlan
 {
     QList<BatchJob> jobs; // in the order of the images
     QString folder; // must exist before the first job; empty if none is needed
-    QString mistake; // why no job can run; empty if all can
 };
 
-/// The output of each image of \a options. No two images share a file, and no
-/// image would be overwritten. Reads the file system, but changes nothing.
-BatchPlan planJobs(const BatchOptions &options);
+/// The jobs for \a images, found for \a options. No two jobs write the same file, and
+/// nothing would be replaced but PDF files. Reads the file system, but changes nothing.
+/// Throws BatchError if that is not possible.
+[[nodiscard]] BatchPlan planJobs(const BatchOptions &options, const QStringList &images);

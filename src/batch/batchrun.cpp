@@ -3,32 +3,21 @@
 #include "base/buildconfig.h"
 #include "batch/batchreport.h"
 #include "batch/batchworkers.h"
+#include "batch/completion.h"
+#include "batch/filename.h"
+#include "batch/inputs.h"
 #include "batch/outofmemory.h"
 #include "batch/partfile.h"
 
-#include <QDir>
 #include <QGuiApplication>
+#include <QThread>
 
+#include <algorithm>
 #include <cstdio>
-
-#ifdef Q_OS_UNIX
-#include <unistd.h>
-#endif
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int usageMistake = 2;
-
-bool isTerminal([[maybe_unused]] std::FILE *stream)
-{
-#ifdef Q_OS_UNIX
-    return ::isatty(::fileno(stream)) == 1;
-#else
-    return false; // the console may not understand control sequences
-#endif
-}
 
 /// Adjusts what Qt reads from the environment to a program without a window. Call
 /// it before there is an application object.
@@ -56,11 +45,14 @@ int say(const QString &text)
     return isWritten && std::fflush(stdout) == 0 ? 0 : int(BatchFailure::Unwritable);
 }
 
-int refuse(const QString &mistake)
+/// Reports that nothing was done because of \a error; returns the exit code.
+int refuse(const BatchError &error)
 {
-    std::fprintf(stderr, "quillmarch-batch: %s\nTry 'quillmarch-batch --help' for more information.\n",
-                 qPrintable(printable(mistake)));
-    return usageMistake;
+    std::fprintf(stderr, "quillmarch-batch: %s\n", qPrintable(printable(error.text)));
+    if (error.failure == BatchFailure::WrongUse) {
+        std::fputs("Try 'quillmarch-batch --help' for more information.\n", stderr);
+    }
+    return int(error.failure);
 }
 
 void sayOutOfMemory()
@@ -68,40 +60,80 @@ void sayOutOfMemory()
     std::fputs("quillmarch-batch: there is not enough memory\n", stderr);
 }
 
-/// Runs \a job in this process.
-void convertOne(const BatchJob &job, BatchReport &report)
+/// Runs \a job in this process, on all processors or as many as there may be jobs.
+void convertHere(BatchJob job, const BatchOptions &options, BatchReport &report)
 {
     exitWhenOutOfMemory([&] {
         report.report(job, outOfMemoryEvent());
         report.finish();
     });
-    runJob(job, [&](const BatchEvent &event) { report.report(job, event); });
+    job.threads = options.jobs;
+    runJob(job, options, [&](const BatchEvent &event) { report.report(job, event); });
     exitWhenOutOfMemory(sayOutOfMemory);
 }
 
-int convert(const BatchOptions &options, const BatchPlan &plan)
+/// Runs \a jobs in worker processes, and shares the processors among them.
+void convertInWorkers(QList<BatchJob> jobs, const BatchOptions &options, BatchReport &report)
 {
-    BatchReport report(options, int(plan.jobs.size()), stdout, stderr, isTerminal(stderr));
+    const int processors = std::max(1, QThread::idealThreadCount());
+    const int count = std::min(options.jobs == 0 ? processors : options.jobs, int(jobs.size()));
+    for (BatchJob &job : jobs) {
+        job.threads = std::max(1, processors / count);
+    }
+    BatchWorkers *running = nullptr;
+    const auto sink = [&](const BatchJob &job, const BatchEvent &event) {
+        report.report(job, event);
+        if (report.isPipeClosed()) {
+            running->stop();
+        }
+    };
+    BatchWorkers workers(QCoreApplication::applicationFilePath(), options.arguments, jobs, sink);
+    running = &workers;
+    workers.run(count);
+}
+
+void makeFolder(const QString &name)
+{
+    std::error_code failure;
+    std::filesystem::create_directories(nativePath(name), failure);
+    if (failure && !std::filesystem::is_directory(nativePath(name))) {
+        throw BatchError(BatchFailure::Unwritable, u"cannot make the folder \"%1\""_s.arg(name));
+    }
+}
+
+int convert(const BatchOptions &options)
+{
+    const BatchPlan plan = planJobs(options, findImages(options));
+    if (!options.dryRun && !plan.folder.isEmpty()) {
+        makeFolder(plan.folder);
+    }
+    std::FILE *output = options.output == "-"_L1 ? stderr : stdout; // not into the PDF file
+    BatchReport report(options, int(plan.jobs.size()), output, stderr, ProgressPlace::of(stderr));
     if (plan.jobs.size() == 1) {
-        convertOne(plan.jobs.first(), report);
+        convertHere(plan.jobs.first(), options, report);
     } else {
-        const auto sink = [&report](const BatchJob &job, const BatchEvent &event) { report.report(job, event); };
-        BatchWorkers(QCoreApplication::applicationFilePath(), plan.jobs, sink).run(options.jobs);
+        convertInWorkers(plan.jobs, options, report);
     }
     return report.finish();
 }
 
-int planAndConvert(const BatchOptions &options)
+/// Does what \a line asks for; returns the exit code.
+int run(const CommandLine &line)
 {
-    const BatchPlan plan = planJobs(options);
-    if (!plan.mistake.isEmpty()) {
-        return refuse(plan.mistake);
+    switch (line.request) {
+    case CommandLine::Request::Serve:
+        serveJobs(line.options);
+        return 0;
+    case CommandLine::Request::ShowHelp:
+        return say(batchHelp());
+    case CommandLine::Request::ShowVersion:
+        return say(u"quillmarch-batch %1\n"_s.arg(programVersion));
+    case CommandLine::Request::ShowCompletion:
+        return say(completionFor(line.shell));
+    case CommandLine::Request::Convert:
+        break;
     }
-    if (!options.dryRun && !plan.folder.isEmpty() && !QDir().mkpath(plan.folder)) {
-        std::fprintf(stderr, "quillmarch-batch: cannot make the folder \"%s\"\n", qPrintable(printable(plan.folder)));
-        return int(BatchFailure::Unwritable);
-    }
-    return convert(options, plan);
+    return convert(line.options);
 }
 
 } // namespace
@@ -119,19 +151,9 @@ int runBatch(const QStringList &arguments)
     int count = 1;
     const QGuiApplication app(count, ownArguments);
 
-    const CommandLine line = readCommandLine(arguments);
-    switch (line.request) {
-    case CommandLine::Request::Serve:
-        serveJobs();
-        return 0;
-    case CommandLine::Request::ShowHelp:
-        return say(batchHelp());
-    case CommandLine::Request::ShowVersion:
-        return say(u"quillmarch-batch %1\n"_s.arg(programVersion));
-    case CommandLine::Request::Refuse:
-        return refuse(line.mistake);
-    case CommandLine::Request::Convert:
-        return planAndConvert(line.options);
+    try {
+        return run(readCommandLine(arguments));
+    } catch (const BatchError &error) {
+        return refuse(error);
     }
-    return usageMistake;
 }

@@ -1,8 +1,9 @@
 #include "batch/batchworkers.h"
 
+#include "batch/filename.h"
 #include "batch/outofmemory.h"
+#include "decode/decodethreads.h"
 
-#include <QFile>
 #include <QTimer>
 
 #include <csignal>
@@ -46,28 +47,37 @@ bool wasKilled([[maybe_unused]] const QProcess &process)
 
 /// The failure of a job whose \a process ended early; \a isWriting says whether
 /// its file was begun.
-BatchEvent eventOfEnd(const QProcess &process, bool isWriting)
+JobFailed eventOfEnd(const QProcess &process, bool isWriting)
 {
     if (process.error() == QProcess::FailedToStart) {
-        return failedEvent(BatchFailure::Unwritable,
-                           u"the worker process did not start: %1"_s.arg(process.errorString()));
+        return {BatchFailure::Unwritable, u"the worker process did not start: %1"_s.arg(process.errorString()), {}};
     }
     if (wasKilled(process)) {
-        return failedEvent(BatchFailure::TooLarge, u"the worker process was killed, possibly for lack of memory"_s);
+        return {BatchFailure::TooLarge, u"the worker process was killed, possibly for lack of memory"_s, {}};
     }
     const bool isCrash = process.exitStatus() == QProcess::CrashExit;
     if (!isCrash && process.exitCode() == int(BatchFailure::TooLarge)) {
         return outOfMemoryEvent();
     }
-    return failedEvent(isWriting ? BatchFailure::Unwritable : BatchFailure::Unreadable,
-                       isCrash ? u"the worker process crashed with signal %1"_s.arg(process.exitCode())
-                               : u"the worker process ended early"_s);
+    return {isWriting ? BatchFailure::Unwritable : BatchFailure::Unreadable,
+            isCrash ? u"the worker process crashed with signal %1"_s.arg(process.exitCode())
+                    : u"the worker process ended early"_s,
+            {}};
+}
+
+void writeEvent(const BatchEvent &event)
+{
+    const QByteArray bytes = jsonLine(toJson(event));
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+    std::fflush(stdout);
 }
 
 } // namespace
 
-BatchWorkers::BatchWorkers(const QString &executable, const QList<BatchJob> &jobs, const JobEventSink &eventSink)
+BatchWorkers::BatchWorkers(const QString &executable, const QStringList &options, const QList<BatchJob> &jobs,
+                           const JobEventSink &eventSink)
     : program(executable)
+    , arguments(QStringList(serveArgument()) + options)
     , waiting(jobs)
     , sink(eventSink)
     , jobsLeft(int(jobs.size()))
@@ -95,6 +105,15 @@ void BatchWorkers::run(int count)
     loop.exec();
 }
 
+void BatchWorkers::stop()
+{
+    waiting.clear();
+    for (const auto &worker : workers) {
+        worker->process.terminate(); // it removes its unfinished file
+    }
+    loop.quit();
+}
+
 void BatchWorkers::startWorker()
 {
     if (waiting.isEmpty()) {
@@ -103,7 +122,7 @@ void BatchWorkers::startWorker()
     workers.push_back(std::make_unique<Worker>());
     Worker &worker = *workers.back();
     worker.process.setProgram(program);
-    worker.process.setArguments({serveArgument()});
+    worker.process.setArguments(arguments);
     worker.process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     endWithParent(worker.process);
     QObject::connect(&worker.process, &QProcess::readyReadStandardOutput, &loop,
@@ -120,15 +139,18 @@ void BatchWorkers::startWorker()
 /// Starts the process of \a worker, for the first time or after a crash.
 void BatchWorkers::start(Worker &worker)
 {
-    worker.isBusy = true;
-    worker.job = waiting.takeFirst();
     worker.input.clear();
+    worker.finished = 0;
     worker.process.start();
     giveJob(worker);
 }
 
+/// Gives \a worker the next job.
 void BatchWorkers::giveJob(Worker &worker)
 {
+    worker.isBusy = true;
+    worker.hasBegun = false;
+    worker.job = waiting.takeFirst();
     worker.partPath.clear();
     worker.process.write(jsonLine(toJson(worker.job)));
 }
@@ -148,19 +170,19 @@ void BatchWorkers::readEvents(Worker &worker)
 
 void BatchWorkers::onEvent(Worker &worker, const BatchEvent &event)
 {
-    if (event.kind == BatchEvent::Kind::Writing) {
-        worker.partPath = event.text;
+    worker.hasBegun = true;
+    if (const auto *file = std::get_if<FileBegun>(&event)) {
+        worker.partPath = file->path;
     }
     sink(worker.job, event);
-    if (event.kind != BatchEvent::Kind::Done && event.kind != BatchEvent::Kind::Failed) {
+    if (!std::holds_alternative<JobDone>(event) && !std::holds_alternative<JobFailed>(event)) {
         return;
     }
     worker.isBusy = false;
+    ++worker.finished;
     if (--jobsLeft == 0) {
         loop.quit();
     } else if (!waiting.isEmpty()) {
-        worker.isBusy = true;
-        worker.job = waiting.takeFirst();
         giveJob(worker);
     }
 }
@@ -169,17 +191,19 @@ void BatchWorkers::onEvent(Worker &worker, const BatchEvent &event)
 void BatchWorkers::onEnd(Worker &worker)
 {
     readEvents(worker);
-    if (worker.isBusy) {
-        if (!worker.partPath.isEmpty()) {
-            QFile::remove(worker.partPath);
-        }
-        worker.isBusy = false;
+    const bool isInnocent = !worker.hasBegun && worker.finished > 0; // the job before it ended the process
+    if (worker.isBusy && isInnocent) {
+        waiting.prepend(worker.job);
+    } else if (worker.isBusy) {
+        std::error_code failure;
+        std::filesystem::remove(nativePath(worker.partPath), failure);
         sink(worker.job, eventOfEnd(worker.process, !worker.partPath.isEmpty()));
         --jobsLeft;
     }
+    worker.isBusy = false;
     if (jobsLeft == 0) {
         loop.quit();
-    } else if (!waiting.isEmpty()) {
+    } else if (!waiting.isEmpty()) { // in the loop: a process that does not start fails its job at once
         QTimer::singleShot(0, &loop, [this, &worker] {
             if (!waiting.isEmpty()) {
                 start(worker);
@@ -188,8 +212,9 @@ void BatchWorkers::onEnd(Worker &worker)
     }
 }
 
-void serveJobs()
+void serveJobs(const BatchOptions &options)
 {
+    setDecodeThreads(DecodeThreads::One); // the other processors have worker processes of their own
     exitWhenOutOfMemory([] {}); // the parent reports it and starts another worker
     std::cin.exceptions(std::ios::badbit); // or a failed allocation would look like the end of the input
     std::string line;
@@ -198,10 +223,7 @@ void serveJobs()
         if (!job) {
             return; // not from a parent of this version
         }
-        runJob(*job, [](const BatchEvent &event) {
-            const QByteArray bytes = jsonLine(toJson(event));
-            std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
-            std::fflush(stdout);
-        });
+        writeEvent(JobBegun());
+        runJob(*job, options, writeEvent);
     }
 }

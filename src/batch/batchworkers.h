@@ -17,8 +17,10 @@ using JobEventSink = std::function<void(const BatchJob &, const BatchEvent &)>;
 class BatchWorkers
 {
 public:
-    /// \a executable is the program that understands serveArgument().
-    BatchWorkers(const QString &executable, const QList<BatchJob> &jobs, const JobEventSink &eventSink);
+    /// \a executable is the program that understands serveArgument(); \a options are
+    /// more arguments for it.
+    BatchWorkers(const QString &executable, const QStringList &options, const QList<BatchJob> &jobs,
+                 const JobEventSink &eventSink);
     ~BatchWorkers();
     BatchWorkers(const BatchWorkers &) = delete;
     BatchWorkers &operator=(const BatchWorkers &) = delete;
@@ -26,12 +28,17 @@ public:
     /// Runs all jobs, \a count at a time, and returns when the last has ended.
     void run(int count);
 
+    /// Ends all processes and run(). To be called by the sink.
+    void stop();
+
 private:
     struct Worker
     {
         QProcess process;
         BatchJob job;
         bool isBusy = false;
+        bool hasBegun = false; // the job has reached the process
+        int finished = 0; // jobs since the process was started
         QString partPath; // the unfinished file of the job
         QByteArray input; // the incomplete last line
     };
@@ -44,6 +51,7 @@ private:
     void onEnd(Worker &worker);
 
     QString program;
+    QStringList arguments;
     QList<BatchJob> waiting;
     JobEventSink sink;
     std::vector<std::unique_ptr<Worker>> workers;
@@ -51,7 +59,7 @@ private:
     QEventLoop loop;
 };
 
-/// Runs the jobs that it reads from standard input and writes their events to
-/// standard output. Returns at the end of the input. Ends the process with the
+/// Runs the jobs that it reads from standard input with \a options and writes their
+/// events to standard output. Returns at the end of the input. Ends the process with the
 /// code of BatchFailure::TooLarge if memory runs out.
-void serveJobs();
+void serveJobs(const BatchOptions &options);

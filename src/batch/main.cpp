@@ -1,4 +1,5 @@
 #include "batch/batchrun.h"
+#include "batch/filename.h"
 
 #ifdef Q_OS_WIN
 #include <shellapi.h>
@@ -29,7 +30,7 @@ QStringList commandLine(int argc, char *argv[])
 {
     QStringList arguments;
     for (int i = 0; i < argc; ++i) {
-        arguments.append(QString::fromLocal8Bit(argv[i]));
+        arguments.append(nameFromBytes(argv[i]));
     }
     return arguments;
 }

@@ -1,6 +1,7 @@
 #include "batch/outofmemory.h"
 
-#include "batch/batchevent.h"
+#include "batch/batcherror.h"
+#include "batch/capturederrors.h"
 #include "batch/partfile.h"
 
 #include <cstdlib>
@@ -16,6 +17,7 @@ std::terminate_handler usualEnd = nullptr;
 [[noreturn]] void endForWantOfMemory()
 {
     removePartFiles();
+    CapturedErrors::restore();
     try {
         lastCall();
     } catch (const std::bad_alloc &) {

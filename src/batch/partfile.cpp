@@ -1,8 +1,8 @@
 #include "batch/partfile.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
+#include "batch/batcherror.h"
+#include "batch/filename.h"
+
 #include <QRandomGenerator>
 
 #include <array>
@@ -13,6 +13,8 @@
 
 #ifdef Q_OS_UNIX
 #include <pthread.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -56,6 +58,10 @@ private:
 void endByCrash(int number)
 {
     removePartFiles();
+    if (number == SIGQUIT) {
+        const rlimit none{0, 0}; // somebody pressed Ctrl+\; nobody wants the memory in a file
+        ::setrlimit(RLIMIT_CORE, &none);
+    }
     std::signal(number, SIG_DFL);
     std::raise(number);
 }
@@ -79,14 +85,18 @@ void handle(int number, void (*handler)(int))
     }
 }
 
-/// Flushes the file \a path to disk. Returns the error message, or an empty string.
-QString syncError(const QString &path)
+/// Writes \a file to the disk. Returns whether that worked; otherwise `errno` says why.
+bool sync(const QFile &file)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) {
-        return file.errorString();
-    }
-    return ::fsync(file.handle()) == 0 ? QString() : qt_error_string(errno);
+    return ::fsync(file.handle()) == 0 || errno == EINVAL || errno == EROFS; // some file systems cannot
+}
+
+/// The permissions that this process gives to a new file.
+std::filesystem::perms usualPermissions()
+{
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return std::filesystem::perms(0666 & ~mask);
 }
 
 #else
@@ -99,91 +109,101 @@ public:
     Q_DISABLE_COPY_MOVE(SignalPause)
 };
 
-QString syncError(const QString &)
+bool sync(const QFile &)
 {
-    return {};
+    return true;
+}
+
+std::filesystem::perms usualPermissions()
+{
+    return std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
 }
 
 #endif
 
-/// \a path, or the target of a symbolic link, even if that does not exist.
-QString withoutLinks(const QString &path)
+namespace fs = std::filesystem;
+
+BatchError unwritable(const QString &reason)
 {
-    const QFileInfo file(path);
-    if (!file.isSymLink()) {
-        return path;
+    return {BatchFailure::Unwritable, reason};
+}
+
+/// Throws unless \a target does not exist or is a file that may be replaced.
+void checkTarget(const fs::path &target)
+{
+    std::error_code failure;
+    const fs::file_status status = fs::status(target, failure);
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
+        throw unwritable(u"not a regular file"_s);
     }
-    return file.exists() ? file.canonicalFilePath() : file.symLinkTarget();
+#ifdef Q_OS_UNIX
+    if (fs::exists(status) && ::access(target.c_str(), W_OK) != 0) {
+        throw unwritable(u"the existing file is write-protected"_s);
+    }
+#endif
 }
 
 } // namespace
 
-PartFile::PartFile(const QString &path)
-    : target(withoutLinks(path))
+PartFile::PartFile(const QString &name)
+    : target(targetOf(nativePath(name)))
 {
-    if (mayReplaceTarget()) {
-        create();
-    }
+    checkTarget(target);
+    create();
 }
 
 PartFile::~PartFile()
 {
-    if (!m_path.isEmpty()) {
+    if (exists) {
         const SignalPause pause;
-        QFile::remove(m_path);
-        std::erase(unfinishedFiles, &nativePath);
+        std::error_code failure;
+        fs::remove(path, failure);
+        std::erase(unfinishedFiles, &path);
     }
 }
 
-bool PartFile::commit()
+QString PartFile::name() const
 {
-    m_error = syncError(m_path);
-    if (!m_error.isEmpty()) {
-        return false;
+    return nameFromNative(path);
+}
+
+void PartFile::commit()
+{
+    if (!file.flush()) {
+        throw unwritable(file.errorString());
     }
-    if (QFile::exists(target)) {
-        QFile::setPermissions(m_path, QFile::permissions(target));
+    if (!sync(file)) {
+        throw unwritable(qt_error_string(errno));
     }
-    const SignalPause pause;
     std::error_code failure;
-    std::filesystem::rename(nativePath, QFileInfo(target).filesystemFilePath(), failure);
+    const fs::file_status before = fs::status(target, failure);
+    fs::permissions(path, fs::exists(before) ? before.permissions() : usualPermissions(), failure);
+    const SignalPause pause;
+    fs::rename(path, target, failure);
     if (failure) {
-        m_error = QString::fromStdString(failure.message());
-        return false;
+        throw unwritable(QString::fromStdString(failure.message()));
     }
-    m_path.clear();
-    std::erase(unfinishedFiles, &nativePath);
-    return true;
-}
-
-/// Whether the target does not exist or is a file that may be replaced.
-bool PartFile::mayReplaceTarget()
-{
-    const QFileInfo file(target);
-    if (file.exists() && !file.isFile()) {
-        m_error = u"not a regular file"_s;
-    } else if (file.exists() && !file.isWritable()) {
-        m_error = u"the existing file is write-protected"_s;
-    }
-    return m_error.isEmpty();
+    exists = false;
+    std::erase(unfinishedFiles, &path);
+    file.close();
 }
 
 void PartFile::create()
 {
     const SignalPause pause; // no signal between the open and the entry in the list
     unfinishedFiles.reserve(unfinishedFiles.size() + 1); // or adding the entry could fail for lack of memory
-    const QDir folder = QFileInfo(target).dir();
-    for (int i = 0; i < namesToTry && m_path.isEmpty(); ++i) {
-        const QString name = u"quillmarch-%1.pdf.part"_s.arg(QRandomGenerator::global()->generate());
-        QFile file(folder.filePath(name));
-        nativePath = QFileInfo(file.fileName()).filesystemAbsoluteFilePath();
-        if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
-            unfinishedFiles.push_back(&nativePath);
-            m_path = file.fileName();
-        } else {
-            m_error = file.errorString();
+    QString mistake;
+    for (int i = 0; i < namesToTry; ++i) {
+        const quint32 number = QRandomGenerator::global()->generate();
+        path = target.parent_path() / u"quillmarch-%1.pdf.part"_s.arg(number).toStdString();
+        mistake = openFile(file, name(), QIODevice::WriteOnly | QIODevice::NewOnly);
+        if (mistake.isEmpty()) {
+            unfinishedFiles.push_back(&path);
+            exists = true;
+            return;
         }
     }
+    throw unwritable(mistake);
 }
 
 void removePartFileOnSignals()

@@ -1,42 +1,40 @@
 #pragma once
 
-#include <QString>
+#include <QFile>
 
 #include <filesystem>
 
 /// A file that gets its final name only when it is complete.
 ///
-/// Until then it is beside its target as "quillmarch-NUMBER.pdf.part". It is
-/// removed if the object is destroyed before `commit`, or if a signal that can be
-/// caught ends the process; the target then stays as it was. There may be several
-/// at a time, all in the thread that called `removePartFileOnSignals`.
+/// Until then it is beside its target as "quillmarch-NUMBER.pdf.part", for its owner
+/// alone. It is removed if the object is destroyed before `commit`, or if a signal that
+/// can be caught ends the process; the target then stays as it was. QSaveFile does not
+/// do that, nor does it write files whose names are not UTF-8. There may be several at a
+/// time, all in the thread that called `removePartFileOnSignals`.
 class PartFile
 {
 public:
-    /// Creates an empty file beside the target \a path. `error` says why if it fails.
-    explicit PartFile(const QString &path);
+    /// Creates an empty file beside the target \a name. Throws BatchError if it cannot.
+    explicit PartFile(const QString &name);
     ~PartFile();
     PartFile(const PartFile &) = delete;
     PartFile &operator=(const PartFile &) = delete;
 
-    /// The path of the file; empty if it could not be created.
-    QString path() const { return m_path; }
+    QString name() const;
+    QFile &device() { return file; }
 
-    /// The last error, as the system describes it.
-    QString error() const { return m_error; }
-
-    /// Flushes the file to disk and renames it to the target, with the permissions
-    /// of an existing target. Returns false if that fails; the target then stays.
-    bool commit();
+    /// Flushes the file to disk and renames it to the target, with the permissions of an
+    /// existing target, or of a new file. Throws BatchError if that fails; the target
+    /// then stays.
+    void commit();
 
 private:
-    bool mayReplaceTarget();
     void create();
 
-    QString target;
-    std::filesystem::path nativePath; // absolute; a signal handler reads it
-    QString m_path;
-    QString m_error;
+    std::filesystem::path target;
+    std::filesystem::path path; // absolute; a signal handler reads it
+    QFile file;
+    bool exists = false;
 };
 
 /// Makes signals that end this process, crashes included, remove its files first,

@@ -36,7 +36,7 @@ public:
     {
     }
 
-    static constexpr qsizetype capacity = 128 * 1024;
+    static constexpr qsizetype capacity = qsizetype(128) * 1024;
 
     /// The bytes from the position \a at on: \a wanted of them, or less where
     /// the file ends or the capacity is passed. Valid until the next call.

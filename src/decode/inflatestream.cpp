@@ -1,12 +1,17 @@
 #include "decode/inflatestream.h"
 
 #include <algorithm>
+#include <cstring>
 #include <isa-l/igzip_lib.h>
+#include <libdeflate.h>
 
 namespace {
 
 constexpr int bitsPerByte = 8;
 constexpr size_t inputCapacity = size_t(64) * 1024;
+
+// With less than half of it ahead, ISA-L chooses slower tables for a last block.
+constexpr quint32 enoughForBlock = 8 * 1024;
 
 } // namespace
 
@@ -16,16 +21,16 @@ InflateStream::InflateStream(SharedDevice &device, const std::vector<PngSegment>
     , state(std::make_unique<inflate_state>())
 {
     input.reserve(inputCapacity);
-    isal_inflate_init(state.get());
-    state->crc_flag = ISAL_ZLIB;
+    isal_inflate_init(state.get()); // without a checksum: the stream has no end for ISA-L
 }
 
 InflateStream::~InflateStream() = default;
 
-/// Joins the chunks, which are often small: each call of the library has a cost.
+/// Joins the chunks, which are often small: each call of ISA-L has a cost. Keeps
+/// what has not been used.
 void InflateStream::fillInput()
 {
-    input.clear();
+    input.erase(input.begin(), input.end() - std::ptrdiff_t(state->avail_in));
     while (chunk < chunks.size() && input.size() < inputCapacity) {
         const PngSegment &segment = chunks[chunk];
         const auto room = qsizetype(inputCapacity - input.size());
@@ -44,38 +49,128 @@ void InflateStream::fillInput()
     state->avail_in = quint32(input.size());
 }
 
-/// The library takes any stated window, Qt none of more than 32 KiB.
-bool InflateStream::startsWell()
+/// Qt accepts any distance up to 32 KiB, whatever smaller window is stated.
+bool InflateStream::readStreamHeader()
 {
-    constexpr int largestWindow = 7; // as stated in the upper half of the first byte
+    constexpr int deflate = 8;
+    constexpr int largestWindow = 7;
+    constexpr int dictionaryFlag = 0x20;
     fillInput();
-    return !input.empty() && input[0] >> 4 <= largestWindow;
+    if (input.size() < 2) {
+        return false;
+    }
+    const int method = input[0] & 0xf;
+    const int windowSize = input[0] >> 4;
+    const bool isIntact = (input[0] << bitsPerByte | input[1]) % 31 == 0;
+    state->next_in += 2;
+    state->avail_in -= 2;
+    return isIntact && method == deflate && windowSize <= largestWindow && (input[1] & dictionaryFlag) == 0;
+}
+
+BitReader InflateStream::nextBits() const
+{
+    return {state->read_in, state->read_in_length, {state->next_in, state->avail_in}};
+}
+
+/// Marks each block as the last one, so that ISA-L stops at its end.
+void InflateStream::startBlock()
+{
+    if (state->avail_in < enoughForBlock) {
+        fillInput();
+    }
+    const DeflateHeader header = deflateHeader(nextBits());
+    if (!header.isValid || state->avail_in + quint32(state->read_in_length) == 0) {
+        stage = Stage::Damaged;
+        return;
+    }
+    isLastBlock = header.isLast;
+    if (state->read_in_length > 0) {
+        state->read_in |= 1;
+    } else {
+        *state->next_in |= 1;
+    }
+    state->block_state = ISAL_BLOCK_NEW_HDR;
+    stage = Stage::InBlock;
+}
+
+/// Puts the last 32 KiB of the output where ISA-L expects them at the start of a
+/// call; it does not do so itself after a last block. \a produced is what the
+/// last call has written. If that is less, all of it has gone through the buffer
+/// of ISA-L.
+void InflateStream::keepHistory(qsizetype produced)
+{
+    constexpr qsizetype most = ISAL_DEF_HIST_SIZE;
+    const bool isInOutput = produced >= most;
+    const qsizetype length = isInOutput ? most : std::min<qsizetype>(most, state->tmp_out_valid);
+    const uchar *end = isInOutput ? state->next_out : state->tmp_out_buffer + state->tmp_out_valid;
+    std::memmove(state->tmp_out_buffer, end - length, size_t(length));
+    state->tmp_out_valid = int(length);
+    state->tmp_out_processed = int(length);
+}
+
+void InflateStream::continueBlock()
+{
+    if (state->avail_in == 0) {
+        fillInput();
+    }
+    const bool hasAllInput = state->avail_in == 0;
+    const uchar *before = state->next_out;
+    if (isal_inflate(state.get()) != ISAL_DECOMP_OK) {
+        stage = Stage::Damaged;
+        return;
+    }
+    const qsizetype produced = state->next_out - before;
+    if (state->block_state == ISAL_BLOCK_FINISH) {
+        keepHistory(produced);
+        stage = isLastBlock ? Stage::AfterLastBlock : Stage::BeforeBlock;
+    } else if (hasAllInput && produced == 0) {
+        stage = Stage::Damaged;
+    }
+}
+
+void InflateStream::step()
+{
+    switch (stage) {
+    case Stage::Start:
+        stage = readStreamHeader() ? Stage::BeforeBlock : Stage::Damaged;
+        break;
+    case Stage::BeforeBlock:
+        startBlock();
+        break;
+    case Stage::InBlock:
+        continueBlock();
+        break;
+    case Stage::AfterLastBlock:
+    case Stage::Damaged:
+        break;
+    }
 }
 
 bool InflateStream::read(uchar *to, qsizetype size)
 {
-    isStarted = isStarted || startsWell();
-    if (!isStarted) {
-        return false;
-    }
     state->next_out = to;
     state->avail_out = quint32(size);
-    while (state->avail_out > 0 && state->block_state != ISAL_BLOCK_FINISH) {
-        if (state->avail_in == 0) {
-            fillInput();
-        }
-        const bool isLast = state->avail_in == 0;
-        const quint32 room = state->avail_out;
-        if (isal_inflate(state.get()) != ISAL_DECOMP_OK || (isLast && state->avail_out == room)) {
-            return false;
-        }
+    while (state->avail_out > 0 && stage != Stage::AfterLastBlock && stage != Stage::Damaged) {
+        step();
     }
+    checksum = libdeflate_adler32(checksum, to, size_t(size) - state->avail_out);
     return state->avail_out == 0;
 }
 
 bool InflateStream::isAtEnd()
 {
     uchar unexpected = 0;
-    return !read(&unexpected, 1) && state->block_state == ISAL_BLOCK_FINISH && state->avail_out == 1
-        && state->avail_in == 0 && state->read_in_length < bitsPerByte && chunk == chunks.size();
+    if (read(&unexpected, 1) || stage != Stage::AfterLastBlock) {
+        return false;
+    }
+    if (state->avail_in < sizeof(checksum)) {
+        fillInput();
+    }
+    BitReader reader = nextBits();
+    reader.skipToByte();
+    quint32 stated = 0;
+    for (size_t i = 0; i < sizeof(stated); ++i) {
+        stated = stated << bitsPerByte | reader.take(bitsPerByte);
+    }
+    return stated == checksum && reader.isAtEnd() && chunk == chunks.size();
 }

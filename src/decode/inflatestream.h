@@ -1,5 +1,6 @@
 #pragma once
 
+#include "decode/deflateheader.h"
 #include "decode/filewindow.h"
 #include "decode/pngfile.h"
 
@@ -7,7 +8,10 @@
 
 struct inflate_state;
 
-/// Unpacks the IDAT chunks of a PNG file.
+/// Unpacks the IDAT chunks of a PNG file: a zlib stream.
+///
+/// ISA-L unpacks a block at a time, so that the header of each block is checked
+/// as strictly as by zlib.
 class InflateStream
 {
 public:
@@ -17,23 +21,32 @@ public:
     InflateStream(const InflateStream &) = delete;
     InflateStream &operator=(const InflateStream &) = delete;
 
-    /// Unpacks the next \a size bytes to \a to; false if there are less of them
-    /// or the data are damaged.
+    /// Unpacks the next \a size bytes to \a to; false if there are fewer, or the
+    /// data are damaged.
     bool read(uchar *to, qsizetype size);
 
-    /// Whether the data end here, in the last byte of the last chunk and with
+    /// Whether the stream ends here, in the last byte of the last chunk and with
     /// the right checksum.
     bool isAtEnd();
 
 private:
+    enum class Stage { Start, BeforeBlock, InBlock, AfterLastBlock, Damaged };
+
     void fillInput();
-    bool startsWell();
+    bool readStreamHeader();
+    void step();
+    void startBlock();
+    void continueBlock();
+    void keepHistory(qsizetype produced);
+    BitReader nextBits() const;
 
     FileWindow window;
     const std::vector<PngSegment> &chunks;
     size_t chunk = 0; ///< the one to read from
     qsizetype taken = 0; ///< of that chunk
     std::vector<uchar> input;
-    bool isStarted = false;
     std::unique_ptr<inflate_state> state;
+    Stage stage = Stage::Start;
+    bool isLastBlock = false;
+    quint32 checksum = 1;
 };

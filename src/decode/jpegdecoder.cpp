@@ -3,6 +3,7 @@
 #include "decode/decodedimage.h"
 #include "decode/jpegfile.h"
 #include "decode/jpegsession.h"
+#include "decode/memoryahead.h"
 #include "decode/turnedrows.h"
 
 #include <QBuffer>
@@ -54,7 +55,10 @@ private:
     bool writeStraight(JpegSession &session, int first, int end) const
     {
         std::array<uchar *, bandRows> rows{};
+        uchar *begin = bits + first * stride;
+        MemoryAhead memory(begin, turn.lineOf(first) == first ? bits + end * stride : begin);
         for (int y = first; y < end;) {
+            memory.reach(bits + y * stride);
             const int wanted = std::min(bandRows, end - y);
             for (int i = 0; i < wanted; ++i) {
                 rows[size_t(i)] = bits + turn.lineOf(y + i) * stride;

@@ -1,6 +1,7 @@
 #include "decode/pngdecoder.h"
 
 #include "decode/decodedimage.h"
+#include "decode/memoryahead.h"
 #include "decode/pngrows.h"
 #include "decode/rowsource.h"
 
@@ -87,8 +88,10 @@ bool PngDecoder::readRows(QImage &image, qsizetype colors, DecodeThreads threads
     const std::vector<uchar> noRow(size_t(image.bytesPerLine()));
     uchar *to = image.bits();
     const uchar *above = noRow.data();
-    const uchar *end = to + image.sizeInBytes();
+    uchar *end = to + image.sizeInBytes();
+    MemoryAhead memory(to, end);
     while (to != end) {
+        memory.reach(to);
         const std::span<const uchar> rows = source.next();
         if (rows.empty()) {
             return false;

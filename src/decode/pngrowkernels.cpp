@@ -1,5 +1,6 @@
 #include "decode/pngrowkernels.h"
 
+#include <algorithm>
 #include <cstring>
 
 // Not on Windows, where gcc does not align the stack for such vectors.
@@ -118,6 +119,20 @@ struct PaethFilter
         return left;
     }
 
+    QUILLMARCH_SSE4_INLINE static __m128i lastOf(__m128i words)
+    {
+        return _mm_unpacklo_epi8(_mm_srli_si128(words, 12), _mm_setzero_si128());
+    }
+
+    /// Whether the next four pixels equal those above: if the pixel on the left
+    /// equals the corner, the pixel above is predicted, and with no residual it
+    /// is the next corner, too. Common where rows repeat.
+    QUILLMARCH_SSE4_INLINE bool isCopy(__m128i residual) const
+    {
+        return _mm_testz_si128(residual, residual) != 0
+            && _mm_cvtsi128_si64(left) == _mm_cvtsi128_si64(lastOf(aboveBefore));
+    }
+
     QUILLMARCH_SSE4_INLINE __m128i two(__m128i residual, __m128i above, __m128i aboveLeft)
     {
         const __m128i twice = _mm_add_epi16(aboveLeft, aboveLeft);
@@ -130,6 +145,11 @@ struct PaethFilter
 
     QUILLMARCH_SSE4_INLINE __m128i four(__m128i residual, __m128i above)
     {
+        if (isCopy(residual)) {
+            aboveBefore = above;
+            left = lastOf(above);
+            return above;
+        }
         const __m128i zero = _mm_setzero_si128();
         const __m128i corner = _mm_alignr_epi8(above, aboveBefore, 12);
         aboveBefore = above;
@@ -217,25 +237,64 @@ QUILLMARCH_SSE4_INLINE void addBytes(const uchar *from, uchar *to, const uchar *
     }
 }
 
+/// Puts the lowest bytes of eight vectors side by side.
+QUILLMARCH_SSE4_INLINE __m128i joinedBytes(const __m128i (&lowest)[8])
+{
+    const __m128i first =
+        _mm_unpacklo_epi16(_mm_unpacklo_epi8(lowest[0], lowest[1]), _mm_unpacklo_epi8(lowest[2], lowest[3]));
+    const __m128i last =
+        _mm_unpacklo_epi16(_mm_unpacklo_epi8(lowest[4], lowest[5]), _mm_unpacklo_epi8(lowest[6], lowest[7]));
+    return _mm_unpacklo_epi32(first, last);
+}
+
 QUILLMARCH_SSE4_INLINE void averageBytes(const uchar *from, uchar *to, const uchar *above, int pixels)
 {
-    unsigned left = 0;
-    for (int x = 0; x < pixels; ++x) {
+    const __m128i ones = _mm_set1_epi8(-1);
+    AverageFilter undo;
+    int x = 0;
+    for (; x + 8 <= pixels; x += 8) {
+        __m128i residual = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(from + x));
+        __m128i up = _mm_xor_si128(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(above + x)), ones);
+        __m128i bytes[8];
+        for (__m128i &byte : bytes) {
+            byte = undo.one(residual, up);
+            residual = _mm_srli_epi64(residual, 8);
+            up = _mm_srli_epi64(up, 8);
+        }
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(to + x), _mm_xor_si128(joinedBytes(bytes), ones));
+    }
+    auto left = unsigned(~_mm_cvtsi128_si32(undo.left)) & 0xffU;
+    for (; x < pixels; ++x) {
         left = (from[x] + ((left + above[x]) >> 1)) & 0xffU;
         to[x] = uchar(left);
     }
+}
+
+/// Whether sixteen pixels equal those above, as in PaethFilter::isCopy().
+QUILLMARCH_SSE4_INLINE bool isPaethCopy(const uchar *from, int left, int corner)
+{
+    const __m128i residual = load(from);
+    return left == corner && _mm_testz_si128(residual, residual) != 0;
 }
 
 QUILLMARCH_SSE4_INLINE void paethBytes(const uchar *from, uchar *to, const uchar *above, int pixels)
 {
     PaethFilter undo;
     __m128i corner = _mm_setzero_si128();
-    for (int x = 0; x < pixels; ++x) {
-        const __m128i up = _mm_cvtsi32_si128(above[x]);
-        const __m128i twice = _mm_add_epi16(corner, corner);
-        const __m128i threshold = _mm_sub_epi16(_mm_add_epi16(twice, corner), up);
-        to[x] = uchar(_mm_cvtsi128_si32(undo.one(_mm_cvtsi32_si128(from[x]), up, corner, threshold)));
-        corner = up;
+    for (int x = 0; x < pixels;) {
+        if (x + 16 <= pixels && isPaethCopy(from + x, _mm_cvtsi128_si32(undo.left), _mm_cvtsi128_si32(corner))) {
+            store(to + x, load(above + x));
+            x += 16;
+            corner = undo.left = _mm_cvtsi32_si128(above[x - 1]);
+            continue;
+        }
+        for (const int end = std::min(x + 16, pixels); x < end; ++x) {
+            const __m128i up = _mm_cvtsi32_si128(above[x]);
+            const __m128i twice = _mm_add_epi16(corner, corner);
+            const __m128i threshold = _mm_sub_epi16(_mm_add_epi16(twice, corner), up);
+            to[x] = uchar(_mm_cvtsi128_si32(undo.one(_mm_cvtsi32_si128(from[x]), up, corner, threshold)));
+            corner = up;
+        }
     }
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 enum Filter { None, Sub, Up, Average, Paeth };
 
-/// The predictor of the PNG specification.
+/// The Paeth predictor, as ISO/IEC 15948 (PNG) defines it.
 uchar paeth(int left, int above, int aboveLeft)
 {
     const int estimate = left + above - aboveLeft;

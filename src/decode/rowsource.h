@@ -13,7 +13,7 @@ class RowSource
 {
 public:
     /// \a rows rows of \a rowBytes bytes each.
-    RowSource(InflateStream &stream, qsizetype rowBytes, int rows, DecodeThreads threads);
+    RowSource(InflateStream &source, qsizetype rowBytes, int rows, DecodeThreads threads);
     ~RowSource();
     RowSource(const RowSource &) = delete;
     RowSource &operator=(const RowSource &) = delete;

@@ -48,7 +48,7 @@ void Turn::write(std::span<const uchar *const> rows, int firstRow, uchar *bits, 
     if (lineOf(lastRow) < lineOf(firstRow)) {
         std::reverse(lines.begin(), lines.end());
     }
-    uchar *to = bits + std::min(lineOf(firstRow), lineOf(lastRow)) * (depth / 8)
+    uchar *to = bits + qsizetype(std::min(lineOf(firstRow), lineOf(lastRow))) * (depth / 8)
         + (isMirrored ? (stored.width() - 1) * stride : 0);
     const qsizetype step = isMirrored ? -stride : stride;
     depth == 32 ? writeColumns<quint32>(lines, stored.width(), to, step)

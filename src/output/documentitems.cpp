@@ -20,7 +20,7 @@ template <typename Item>
 void append(QList<Item *> &items, std::unique_ptr<Item> item)
 {
     items.append(item.get());
-    item.release(); // not before: the list may find no memory
+    static_cast<void>(item.release()); // not before: the list may find no memory
 }
 
 void makeStrips(const QPixmap &source, QList<PageItem *> &strips)

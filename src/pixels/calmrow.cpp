@@ -1,359 +1,201 @@
 #include "pixels/calmrow.h"
 
-#include "pixels/rowchanges.h"
-#include "pixels/rowviews.h"
+#include "pixels/pictureedge.h"
+#include "pixels/rowruns.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdlib>
+#include <optional>
 #include <vector>
 
 namespace {
 
-// Levels are four an octave of the changes of a row.
-constexpr int octave = 4;
-
-// Changes below four a pixel are no more visible than none.
-constexpr quint64 leastChange = 4;
-
-// A gap is more worth by so many rows than by its calm: up to the first share of
-// the width, and less from there to the second.
-constexpr int plainGapShare = 45;
-constexpr int fullGapShare = 18;
-
-// The drift is looked at in every so many rows: it changes slowly.
-constexpr int driftStep = 4;
-
-// What part of the greatest possible worth a row loses at the end of the near
-// reach: enough to choose among gaps much alike, and next to nothing.
+// What part of the greatest worth a row loses at the end of the near reach:
+// enough to choose between similar gaps, or next to nothing.
 constexpr int nearLoss = 5;
 constexpr int farLoss = 20;
 
-/// Rows \a first to \a end, exclusive, counted from the top of the window.
-struct Run
+// By so many octaves rows beside a gap must be busier than its calmest one.
+constexpr int usualRise = 2;
+constexpr int riseOfEqualRows = 4;
+constexpr int riseOfSingleRow = 5;
+
+/// Whether one of the rows \a beside a gap, or the change from one row to the
+/// next at \a seam, where the gap ends, reaches \a level.
+bool isBusy(const RowProfile &profile, const RowRun &beside, int seam, int level)
 {
-    int first = 0;
-    int end = 0;
-
-    int length() const { return end - first; }
-    int middle() const { return (first + end) / 2; }
-    bool holds(int y) const { return first <= y && y < end; }
-};
-
-/// The rows of an image as bytes, one a channel. Colors are premultiplied, so
-/// that text shows by its alpha, whatever its color, and nothing is one color.
-class ChannelRows
-{
-public:
-    explicit ChannelRows(const QImage &image);
-
-    int width() const { return source.width(); }
-    int pixelBytes() const { return isGray ? 1 : 4; }
-    /// What a squared difference counts: that of a gray level stands for three.
-    quint64 weight() const { return isGray ? 3 : 1; }
-    /// \a count rows from \a first. Converts if the format needs it.
-    QImage rows(int first, int count) const;
-
-private:
-    QImage source;
-    bool isGray;
-    QImage::Format format;
-};
-
-ChannelRows::ChannelRows(const QImage &image)
-    : source(image)
-    , isGray(image.format() == QImage::Format_Grayscale8)
-    , format(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32)
-{
+    const auto row = profile.row.begin();
+    return profile.seam[size_t(seam)] >= level
+        || std::any_of(row + beside.first, row + beside.end, [level](int other) { return other >= level; });
 }
 
-QImage ChannelRows::rows(int first, int count) const
-{
-    const QImage view = rowsView(source, QRect(0, first, source.width(), count));
-    return isGray ? view : view.convertToFormat(format, Qt::NoOpaqueDetection);
-}
-
-/// What is known of the rows of a window.
-struct Profile
-{
-    int top = 0; ///< of the window, in source rows
-    int height = 0;
-    int span = 0; ///< the wide distance in pixels and rows
-    std::vector<int> row; ///< the level of the changes along each row
-    std::vector<int> seam; ///< the level of the changes from the row above
-    std::vector<int> drift; ///< and from that a span above
-    std::vector<quint64> down; ///< the changes from the row above
-};
-
-/// Sixteen times the logarithm of \a value to the base 2, about.
-int logarithm(quint64 value)
-{
-    const int exponent = int(std::bit_width(value)) - 1;
-    return 16 * exponent + int(((value << 4) >> exponent) & 15);
-}
-
-/// The level of \a halves halves of a squared difference in a row of \a width.
-int levelOf(quint64 halves, int width)
-{
-    return logarithm(halves * 8 / quint64(width) + 16 * leastChange) * octave / 16;
-}
-
-/// Adds what is known of \a count rows from \a first at the end of \a profile.
-/// It does not depend on the window.
-void appendRows(Profile &profile, const ChannelRows &source, int first, int count)
-{
-    const int above = std::min(first, profile.span);
-    const QImage rows = source.rows(first - above, above + count);
-    const int width = source.width();
-    const int bytes = source.pixelBytes();
-    for (int y = above; y < above + count; ++y) {
-        const bool hasDrift = (first - above + y) % driftStep == 0;
-        const RowChanges changes =
-            fastestChangeCounter().count({rows.constScanLine(y), rows.constScanLine(std::max(0, y - 1)),
-                                          hasDrift ? rows.constScanLine(std::max(0, y - profile.span)) : nullptr,
-                                          qsizetype(width) * bytes, bytes, qsizetype(profile.span) * bytes});
-        profile.row.push_back(levelOf((2 * changes.near + changes.wide) * source.weight(), width));
-        profile.seam.push_back(levelOf(2 * changes.down * source.weight(), width));
-        profile.drift.push_back(levelOf(2 * changes.drift * source.weight(), width));
-        profile.down.push_back(changes.down * source.weight());
-    }
-    profile.height += count;
-}
-
-/// The profile of the rows from \a top to \a bottom, exclusive.
-Profile profileOf(const ChannelRows &source, int top, int bottom)
-{
-    constexpr int rowsAtATime = 128;
-    Profile profile;
-    profile.top = top;
-    profile.span = std::max(4, source.width() / 50);
-    for (int first = top; first < bottom; first += rowsAtATime) {
-        appendRows(profile, source, first, std::min(rowsAtATime, bottom - first));
-    }
-    return profile;
-}
-
-/// Adds what is known of the rows of \a other at the end of \a profile.
-void append(Profile &profile, const Profile &other)
-{
-    const auto join = [](auto &to, const auto &from) { to.insert(to.end(), from.begin(), from.end()); };
-    join(profile.row, other.row);
-    join(profile.seam, other.seam);
-    join(profile.drift, other.drift);
-    join(profile.down, other.down);
-    profile.height += other.height;
-}
-
-/// Calls \a visit for each run of rows that change by at most \a level, along
-/// them, from one to the next and over a span.
-template <typename Visit>
-void visitRuns(const Profile &profile, int level, Visit visit)
-{
-    int first = -1;
-    for (int y = 0; y < profile.height; ++y) {
-        const bool isCalm = profile.row[size_t(y)] <= level;
-        const bool follows =
-            profile.seam[size_t(y)] <= level && (y - first < profile.span || profile.drift[size_t(y)] <= level);
-        if (first >= 0 && (!isCalm || !follows)) {
-            visit(Run{first, y});
-            first = -1;
-        }
-        if (isCalm && first < 0) {
-            first = y;
-        }
-    }
-    if (first >= 0) {
-        visit(Run{first, profile.height});
-    }
-}
-
-/// What a run is worth at one level, in sixteenths; by \a length and width.
-int worthOf(int length, int width)
-{
-    const int plain = std::max(3, width / plainGapShare);
-    const int full = std::max(plain, width / fullGapShare);
-    const auto worth = [](int rows) { return logarithm(quint64(1 + rows)); };
-    return worth(std::min(length, plain)) + (worth(std::clamp(length, plain, full)) - worth(plain)) * 3 / 10;
-}
-
-/// For each row the worth of the runs that it lies in, added up over all levels:
-/// the higher and the deeper the valley, the more.
-std::vector<int> worthOfRows(const Profile &profile, int width)
-{
-    const auto [lowest, highest] = std::minmax_element(profile.row.begin(), profile.row.end());
-    std::vector<int> worth(size_t(profile.height) + 1);
-    for (int level = *lowest; level <= *highest; ++level) {
-        visitRuns(profile, level, [&](Run run) {
-            const int gain = worthOf(run.length(), width);
-            worth[size_t(run.first)] += gain;
-            worth[size_t(run.end)] -= gain;
-        });
-    }
-    for (size_t y = 1; y < worth.size(); ++y) {
-        worth[y] += worth[y - 1];
-    }
-    return worth;
-}
-
-/// The row that is worth most. A row at \a reach from \a regular loses the
-/// \a loss th part of the greatest possible worth.
-int bestRow(const Profile &profile, int width, int regular, int reach, int loss)
-{
-    const std::vector<int> worth = worthOfRows(profile, width);
-    const auto [lowest, highest] = std::minmax_element(profile.row.begin(), profile.row.end());
-    const qint64 greatest = qint64(*highest - *lowest + 1) * worthOf(width, width);
-    const auto value = [&](int y) {
-        return qint64(worth[size_t(y)]) * loss * std::max(1, reach) - greatest * std::abs(profile.top + y - regular);
-    };
-    int best = 0;
-    for (int y = 1; y < profile.height; ++y) {
-        best = value(y) > value(best) ? y : best;
-    }
-    return best;
-}
-
-/// The gap around row \a y: rows that are hardly less calm.
-Run gapAround(const Profile &profile, int y)
-{
-    Run gap{y, y + 1};
-    visitRuns(profile, profile.row[size_t(y)] + octave, [&](Run run) { gap = run.holds(y) ? run : gap; });
-    return gap;
-}
-
-quint64 pixelDistance(const uchar *a, const uchar *b, int bytes)
-{
-    quint64 sum = 0;
-    for (int i = 0; i < bytes; ++i) {
-        const int difference = a[i] - b[i];
-        sum += quint64(difference * difference);
-    }
-    return sum;
-}
-
-/// The changes from row \a a to row \a b of the window.
-quint64 rowDistance(const ChannelRows &source, int a, int b)
-{
-    const QImage upper = source.rows(a, 1);
-    const QImage lower = source.rows(b, 1);
-    return source.weight()
-        * pixelDistance(upper.constScanLine(0), lower.constScanLine(0), source.width() * source.pixelBytes());
-}
-
-/// Whether \a gap ends at both sides where rows become much busier, or at an
-/// edge of the window. Inside a photo it does not.
-bool hasSharpEnds(const Profile &profile, const Run &gap, int level)
+/// Whether \a gap ends at both sides where rows become busier by \a rise octaves,
+/// or at an end of the window. Inside a photo it does not.
+bool hasSharpEnds(const RowProfile &profile, const RowRun &gap, int rise)
 {
     constexpr int rowsBeside = 3;
-    const auto isBusy = [&](int first, int end, int seam) {
-        const auto row = profile.row.begin();
-        return std::max(*std::max_element(row + first, row + end), profile.seam[size_t(seam)]) >= level + 2 * octave;
-    };
-    return (gap.first == 0 || isBusy(std::max(0, gap.first - rowsBeside), gap.first, gap.first))
-        && (gap.end == profile.height || isBusy(gap.end, std::min(profile.height, gap.end + rowsBeside), gap.end));
+    constexpr int leastAtWindowEnd = 8;
+    const bool isAtTop = gap.first == 0;
+    const bool isAtBottom = gap.end == profile.height;
+    if (gap.length() < leastAtWindowEnd && (isAtTop || isAtBottom)) {
+        return false;
+    }
+    const RowRun above{std::max(0, gap.first - rowsBeside), gap.first};
+    const RowRun below{gap.end, std::min(profile.height, gap.end + rowsBeside)};
+    const int busy = lowestLevel(profile, gap) + rise * RowProfile::octave;
+    return (isAtTop || isBusy(profile, above, gap.first, busy))
+        && (isAtBottom || isBusy(profile, below, gap.end, busy));
 }
 
 /// Whether the rows of \a gap hardly differ from each other, as those of plain
 /// ground do, from top to bottom as well as from one to the next. Gradients of
 /// a whole page are as slow as that, those inside a photo are not.
-bool isPlain(const ChannelRows &source, const Profile &profile, const Run &gap)
+bool isPlain(const ChannelRows &source, const RowProfile &profile, const RowRun &gap)
 {
     constexpr quint64 slightChange = 24;
-    const auto width = quint64(source.width());
+    const auto width = quint64(profile.width);
     const auto down = profile.down.begin();
     if (std::any_of(down + gap.first + 1, down + gap.end, [&](quint64 d) { return d > slightChange * width; })) {
         return false;
     }
+    const auto length = quint64(gap.length());
     const int inset = gap.length() / 8;
-    const quint64 change = rowDistance(source, profile.top + gap.first + inset, profile.top + gap.end - 1 - inset);
-    return change <= width * (4 + quint64(gap.length()) * quint64(gap.length()) / 50);
+    const quint64 change = source.difference(profile.top + gap.first + inset, profile.top + gap.end - 1 - inset);
+    return change <= width * (4 + length * length / 50);
 }
 
-/// Whether most pixels change from the row above row \a y to it by clearly more
-/// than by \a usual on the average.
-bool changesAcross(const ChannelRows &source, int y, quint64 usual)
+CalmRow throughMiddle(const RowProfile &profile, const RowRun &gap, CalmRow::Ground ground)
 {
-    const quint64 clearly = 200 + 3 * usual / quint64(source.width());
-    const int bytes = source.pixelBytes();
-    const QImage rows = source.rows(y - 1, 2);
-    const uchar *above = rows.constScanLine(0);
-    const uchar *below = rows.constScanLine(1);
-    int count = 0;
-    for (int x = 0; x < source.width(); ++x) {
-        const quint64 change = source.weight() * pixelDistance(above + x * bytes, below + x * bytes, bytes);
-        count += change > clearly ? 1 : 0;
+    return {profile.top + gap.middle(), gap.length(), ground};
+}
+
+/// Whether \a gap, a run of equal rows, is no chance of a picture or a ruled
+/// line. A single row must be of one color, and not be a hairline.
+bool isGapOfEqualRows(const ChannelRows &source, const RowProfile &profile, const RowRun &gap)
+{
+    if (gap.length() > 1) {
+        return hasSharpEnds(profile, gap, riseOfEqualRows);
     }
-    return count > source.width() * 17 / 20;
+    return hasSharpEnds(profile, gap, riseOfSingleRow) && lowestLevel(profile, gap) <= blankLevel()
+        && !isHairline(source, profile, gap.first);
 }
 
-/// The greatest change from one row to the next among those beside row \a y.
-quint64 changeBeside(const Profile &profile, int y)
+/// The cut in the best gap of equal rows that is hardly busier than the calmest of
+/// them.
+std::optional<CalmRow> cutInEqualRows(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
 {
-    quint64 greatest = 0;
-    for (int other = std::max(1, y - 3); other <= std::min(profile.height - 1, y + 3); ++other) {
-        greatest = other == y ? greatest : std::max(greatest, profile.down[size_t(other)]);
+    std::vector<RowRun> gaps = bestGaps(profile, RowJoin::Equal, pull);
+    std::erase_if(gaps, [&](const RowRun &gap) { return !isGapOfEqualRows(source, profile, gap); });
+    if (gaps.empty()) {
+        return std::nullopt;
     }
-    return greatest;
+    const auto level = [&](const RowRun &gap) { return lowestLevel(profile, gap); };
+    const auto isCalmer = [&](const RowRun &a, const RowRun &b) { return level(a) < level(b); };
+    const int busiest = level(*std::min_element(gaps.begin(), gaps.end(), isCalmer)) + 2 * RowProfile::octave;
+    const auto best = std::find_if(gaps.begin(), gaps.end(), [&](const RowRun &gap) { return level(gap) <= busiest; });
+    return throughMiddle(profile, *best, CalmRow::Clear);
 }
 
-/// The source row nearest to \a regular at which, across the picture, another
-/// one begins; -1 if there is none.
-int pictureEdge(const ChannelRows &source, const Profile &profile, int regular)
+/// The cut at \a gap if it goes through nothing: in plain ground, or where one
+/// end of the gap is that of a picture.
+std::optional<CalmRow> clearCutAt(const ChannelRows &source, const RowProfile &profile, const RowRun &gap)
 {
-    int best = -1;
-    for (int y = 1; y < profile.height; ++y) {
-        const quint64 beside = changeBeside(profile, y);
-        const int row = profile.top + y;
-        const bool isNearer = best < 0 || std::abs(row - regular) < std::abs(best - regular);
-        if (isNearer && profile.down[size_t(y)] >= 3 * beside + 64 * quint64(source.width())
-            && changesAcross(source, row, beside)) {
-            best = row;
+    for (const int end : {gap.first, gap.end}) {
+        if (isPictureEdge(source, profile, end)) {
+            return CalmRow{profile.top + end, 0, CalmRow::Edge};
         }
     }
-    return best;
+    if (hasSharpEnds(profile, gap, usualRise) && isPlain(source, profile, gap)) {
+        return throughMiddle(profile, gap, CalmRow::Clear);
+    }
+    return std::nullopt;
 }
 
-/// The best gap, and whether it is one that needs no other.
-struct FoundGap
+struct FoundCut
 {
     CalmRow cut;
-    bool isClear = false;
+    bool isClear = false; ///< no need to look further
 };
 
-FoundGap findGap(const ChannelRows &source, const Profile &profile, const CutPlace &place, int loss)
+/// The first clear cut, if no better gap is busy; else the one in the best gap.
+FoundCut cutInAlikeRows(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
 {
-    const int y = bestRow(profile, source.width(), place.regular, place.near, loss);
-    const Run gap = gapAround(profile, y);
-    const bool isSharp = hasSharpEnds(profile, gap, profile.row[size_t(y)]);
-    const bool isClear = isSharp && isPlain(source, profile, gap);
-    const bool isGap = isSharp && gap.length() < profile.height;
-    const CalmRow::Ground rough = isGap ? CalmRow::Busy : CalmRow::Content;
-    return {{profile.top + gap.middle(), gap.length(), isClear ? CalmRow::Clear : rough}, isClear};
+    const std::vector<RowRun> gaps = bestGaps(profile, RowJoin::Alike, pull);
+    const auto isGap = [&](const RowRun &gap) {
+        return hasSharpEnds(profile, gap, usualRise) && gap.length() < profile.height;
+    };
+    for (const RowRun &gap : gaps) {
+        if (const auto cut = clearCutAt(source, profile, gap)) {
+            return {*cut, true};
+        }
+        if (isGap(gap)) {
+            break;
+        }
+    }
+    return {throughMiddle(profile, gaps.front(), isGap(gaps.front()) ? CalmRow::Busy : CalmRow::Content), false};
+}
+
+FoundCut findCut(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
+{
+    const auto equal = cutInEqualRows(source, profile, pull);
+    return equal ? FoundCut{*equal, true} : cutInAlikeRows(source, profile, pull);
+}
+
+/// The row of the window with the lowest level, the nearest of several.
+int calmestRow(const RowProfile &profile, int regular)
+{
+    const auto isCalmer = [&](int a, int b) {
+        const int difference = profile.row[size_t(a)] - profile.row[size_t(b)];
+        const int wanted = regular - profile.top;
+        return difference < 0 || (difference == 0 && std::abs(a - wanted) < std::abs(b - wanted));
+    };
+    int calmest = 0;
+    for (int y = 1; y < profile.height; ++y) {
+        calmest = isCalmer(y, calmest) ? y : calmest;
+    }
+    return calmest;
+}
+
+/// \a best, or the calmest rows if they are far calmer than that.
+CalmRow orCalmestRows(const RowProfile &profile, const CalmRow &best, int regular)
+{
+    const int calmest = calmestRow(profile, regular);
+    const int level = profile.row[size_t(best.row - profile.top)];
+    if (profile.row[size_t(calmest)] > level - 2 * RowProfile::octave) {
+        return best;
+    }
+    return throughMiddle(profile, gapAround(profile, RowJoin::Alike, calmest), CalmRow::Busy);
+}
+
+/// A clear gap is worth the way; then the edge of a picture; then the best gap,
+/// or the calmest rows.
+CalmRow cutInFarReach(const ChannelRows &source, const RowProfile &profile, const CutPlace &place)
+{
+    const FoundCut found = findCut(source, profile, {place.regular, place.near, farLoss});
+    if (found.isClear) {
+        return found.cut;
+    }
+    const int edge = nearestPictureEdge(source, profile, place.regular);
+    if (edge >= 0) {
+        return {profile.top + edge, 0, CalmRow::Edge};
+    }
+    const FoundCut nearer = findCut(source, profile, {place.regular, place.near, nearLoss});
+    return orCalmestRows(profile, nearer.cut, place.regular);
 }
 
 /// The rows of an image of \a height rows within \a reach of \a regular.
-Run rowsAround(int height, int regular, int reach)
+RowRun rowsAround(int height, int regular, int reach)
 {
     return {std::clamp(regular - reach, 0, height), std::clamp(regular + reach, 0, height)};
 }
 
 /// \a near and the rows around it that belong to \a window.
-Profile grown(const ChannelRows &source, const Profile &near, const Run &window)
+RowProfile grown(const ChannelRows &source, const RowProfile &near, const RowRun &window)
 {
-    Profile profile = profileOf(source, window.first, near.top);
+    RowProfile profile = profileOf(source, window.first, near.top);
     append(profile, near);
     append(profile, profileOf(source, near.top + near.height, window.end));
     return profile;
-}
-
-/// A clear gap is worth the way; then the edge of a picture; then any gap.
-CalmRow rowWithinFarReach(const ChannelRows &rows, const Profile &profile, const CutPlace &place)
-{
-    const FoundGap found = findGap(rows, profile, place, farLoss);
-    if (found.isClear) {
-        return found.cut;
-    }
-    const int edge = pictureEdge(rows, profile, place.regular);
-    return edge >= 0 ? CalmRow{edge, 0, CalmRow::Edge} : findGap(rows, profile, place, nearLoss).cut;
 }
 
 } // namespace
@@ -366,15 +208,15 @@ CutPlace cutPlace(double regular, double stripHeight)
 CalmRow calmRow(const QImage &source, const CutPlace &place)
 {
     const ChannelRows rows(source);
-    const Run window = rowsAround(source.height(), place.regular, place.near);
+    const RowRun window = rowsAround(source.height(), place.regular, place.near);
     if (window.length() == 0) {
         return {place.regular, 0, CalmRow::Content};
     }
-    const Profile near = profileOf(rows, window.first, window.end);
-    const FoundGap found = findGap(rows, near, place, nearLoss);
+    const RowProfile near = profileOf(rows, window.first, window.end);
+    const FoundCut found = findCut(rows, near, {place.regular, place.near, nearLoss});
     if (found.isClear) {
         return found.cut;
     }
-    const Run reach = rowsAround(source.height(), place.regular, std::max(place.near, place.far));
-    return rowWithinFarReach(rows, grown(rows, near, reach), place);
+    const RowRun reach = rowsAround(source.height(), place.regular, std::max(place.near, place.far));
+    return cutInFarReach(rows, grown(rows, near, reach), place);
 }

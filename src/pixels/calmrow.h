@@ -24,7 +24,7 @@ struct CalmRow
     enum Ground {
         Clear, ///< a gap in plain ground: paper, a page, a bubble
         Busy, ///< a gap in ground with noise or a pattern, between busier rows
-        Edge, ///< no gap, but the edge between two pictures
+        Edge, ///< the edge of a picture that reaches across the image
         Content, ///< none of these: the cut goes through content
     };
 
@@ -37,10 +37,15 @@ struct CalmRow
 /// as little as possible.
 ///
 /// Rows are compared by how much their pixels differ from those to the left,
-/// near and a fiftieth of the width away, and from those above. No color, no
-/// brightness and no threshold plays a part in it: a gap is where rows change
-/// less than those around it. The higher and the calmer, and the nearer to the
-/// regular place, the better; the cut goes through its middle.
+/// near and a fiftieth of the width away, and from those above. No color and no
+/// brightness plays a part in it: a gap is where rows change less than those
+/// around it. The higher and the calmer, and the nearer to the regular place,
+/// the better; the cut goes through its middle.
+///
+/// Rows that are exactly equal come first, even if they are few; then gaps in
+/// plain ground and edges of pictures at the ends of gaps, near and then within
+/// the far reach; then the nearest edge between two pictures; at last the best
+/// gap of any ground, or the calmest rows.
 ///
 /// Equal pixels give an equal row in every format, and so does a picture that
 /// is mirrored left to right, or has a constant added to all channels.

@@ -1,10 +1,14 @@
 #include "pixels/imagefile.h"
 
+#include "decode/imagedecoder.h"
+
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 using namespace Qt::StringLiterals;
 
@@ -30,6 +34,42 @@ int allocationLimit(QSize size)
         std::clamp<quint64>(((bytes + 0xFFFFF) >> 20) + limitHeadroom, smallestLimit, std::numeric_limits<int>::max()));
 }
 
+/// Whether Qt sets a pixel ratio for an image of this name, such as
+/// "picture@2x.png".
+bool isScaledName(const QString &path)
+{
+    const QString end = QFileInfo(path).baseName().right(3);
+    return end.startsWith(u'@') && end.endsWith(u'x');
+}
+
+/// The image in the file that \a reader has found; null if QImageReader must
+/// decode it.
+QImage decodedFast(const QImageReader &reader)
+{
+    const QByteArray format = reader.format(); // opens the file
+    QFile file(reader.fileName());
+    if (isScaledName(file.fileName()) || !file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        return {};
+    }
+    try {
+        const auto decoder = makeImageDecoder(file, format);
+        if (!decoder) {
+            return {};
+        }
+        QImageReader::setAllocationLimit(allocationLimit(decoder->size()));
+        return decoder->read(decodeThreads());
+    } catch (const std::bad_alloc &) {
+        return {};
+    }
+}
+
+QImage decodedByQt(QImageReader &reader)
+{
+    reader.setAutoTransform(true);
+    QImageReader::setAllocationLimit(allocationLimit(reader.size()));
+    return reader.read();
+}
+
 QPixmap decoded(const QString &path)
 {
     const QFileInfo file(path);
@@ -37,9 +77,10 @@ QPixmap decoded(const QString &path)
         return {}; // opening a pipe would block the window for good
     }
     QImageReader reader(path, QByteArray());
-    reader.setAutoTransform(true);
-    QImageReader::setAllocationLimit(allocationLimit(reader.size()));
-    const QImage image = reader.read();
+    QImage image = decodedFast(reader);
+    if (image.isNull()) {
+        image = decodedByQt(reader);
+    }
     if (!image.isNull()) {
         return QPixmap::fromImage(image, Qt::NoFormatConversion);
     }

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int maxTableDepth = 8;
 constexpr int maxTags = 2000;
-constexpr qint64 maxPixels = 4096 * 4096; // of a picture in the notes
+constexpr qint64 maxPixels = qint64(4096) * 4096; // of a picture in the notes
 
 /// The depth to which frames, such as tables, are nested below \a frame.
 int nestingDepth(const QTextFrame *frame)

@@ -6,6 +6,8 @@
 #include <QDataStream>
 #include <QIODevice>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QByteArray number32(quint32 value)
@@ -126,8 +128,8 @@ QByteArray mngOf(const QImage &image)
 QByteArray svgOf(int side, const QList<QRgb> &colors)
 {
     const QByteArray length = QByteArray::number(side);
-    const QByteArray twice = QByteArray::number(2 * side);
-    QByteArray file = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + twice + "\" height=\"" + twice + "\">";
+    const QString start = uR"(<svg xmlns="http://www.w3.org/2000/svg" width="%1" height="%1">)"_s;
+    QByteArray file = start.arg(2 * side).toLatin1();
     for (qsizetype i = 0; i < colors.size(); ++i) {
         file += "<rect x=\"" + QByteArray::number(i % 2 * side) + "\" y=\"" + QByteArray::number(i / 2 * side)
             + "\" width=\"" + length + "\" height=\"" + length + "\" fill=\"" + QColor(colors.at(i)).name().toLatin1()

@@ -51,13 +51,13 @@ extern "C" void *malloc(size_t size)
     return realMalloc(size);
 }
 
-extern "C" void *realloc(void *block, size_t size)
+extern "C" void *realloc(void *ptr, size_t size)
 {
     if (realRealloc == nullptr) {
         realRealloc = reinterpret_cast<void *(*)(void *, size_t)>(dlsym(RTLD_NEXT, "realloc"));
     }
     count(size);
-    return realRealloc(block, size);
+    return realRealloc(ptr, size);
 }
 
 namespace {

@@ -133,10 +133,8 @@ void TestLoadImage::allocationLimitFollowsTheDeclaredSize_data()
     add(4000, 100000, 1558);
     add(60000, 60000, 13765);
     constexpr int greatest = std::numeric_limits<int>::max();
-    const QByteArray length = QByteArray::number(greatest);
-    QTest::newRow("greatest size") << QByteArray("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + length
-                                                 + "\" height=\"" + length + "\"/>")
-                                   << greatest;
+    const QString picture = uR"(<svg xmlns="http://www.w3.org/2000/svg" width="%1" height="%1"/>)"_s;
+    QTest::newRow("greatest size") << picture.arg(greatest).toLatin1() << greatest;
 }
 
 void TestLoadImage::allocationLimitFollowsTheDeclaredSize()

@@ -4,6 +4,7 @@
 #include <QColorSpace>
 #include <QImageReader>
 #include <QLoggingCategory>
+#include <QRandomGenerator>
 
 #include <cstring>
 
@@ -96,6 +97,16 @@ QString differenceFromQt(const QByteArray &bytes, const char *format, DecodeThre
 {
     const QImage actual = readByDecoder(bytes, format, threads);
     return actual.isNull() ? QString() : differenceBetween(actual, readByQt(bytes, format));
+}
+
+QByteArray withFlippedBits(QByteArray file, QRandomGenerator &random, int most)
+{
+    const int count = 1 + int(random.bounded(quint32(most)));
+    for (int i = 0; i < count; ++i) {
+        const auto at = qsizetype(random.bounded(quint32(file.size())));
+        file[at] = char(uchar(file.at(at)) ^ (1U << random.bounded(8U)));
+    }
+    return file;
 }
 
 void silenceWarnings()

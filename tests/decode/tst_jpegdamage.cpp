@@ -70,11 +70,7 @@ void TestJpegDamage::randomBits()
     QRandomGenerator random(4);
     int decoded = 0;
     for (int i = 0; i < 2000; ++i) {
-        QByteArray changed = file;
-        for (int k = 1 + int(random.bounded(3U)); k > 0; --k) {
-            const auto at = qsizetype(random.bounded(quint32(file.size())));
-            changed[at] = char(uchar(changed.at(at)) ^ (1U << random.bounded(8U)));
-        }
+        const QByteArray changed = withFlippedBits(file, random, 3);
         QCOMPARE(differenceFromQt(changed, "jpeg"), QString());
         decoded += readByDecoder(changed, "jpeg").isNull() ? 0 : 1;
     }
@@ -88,7 +84,7 @@ void TestJpegDamage::lowerHalfDamaged()
     QRandomGenerator random(5);
     for (int i = 0; i < 30; ++i) {
         QByteArray changed = file;
-        const auto at = qsizetype(1000 + random.bounded(quint32(file.size() - 1000)));
+        const auto at = 1000 + qsizetype(random.bounded(quint32(file.size() - 1000)));
         changed[at] = char(uchar(changed.at(at)) ^ (1U << random.bounded(8U)));
         QCOMPARE(differenceFromQt(changed, "jpeg", DecodeThreads::Two), QString());
     }

@@ -28,16 +28,6 @@ QByteArray packedFile(const QByteArray &packed, qsizetype piece = 8192)
     return pngOf(pngHeader(smallSize, {}), {}, packed, {}, piece);
 }
 
-QByteArray flipped(QByteArray file, QRandomGenerator &random, int most)
-{
-    const int count = 1 + int(random.bounded(quint32(most)));
-    for (int i = 0; i < count; ++i) {
-        const auto at = qsizetype(random.bounded(quint32(file.size())));
-        file[at] = char(uchar(file.at(at)) ^ (1U << random.bounded(8U)));
-    }
-    return file;
-}
-
 /// The zlib stream of \a rows in stored blocks of \a piece bytes.
 QByteArray stored(const QByteArray &rows, qsizetype piece)
 {
@@ -130,7 +120,7 @@ void TestPngDamage::randomBits()
     QFETCH(QByteArray, file);
     QRandomGenerator random(2);
     for (int i = 0; i < 2000; ++i) {
-        QCOMPARE(differenceFromQt(flipped(file, random, 4), "png"), QString());
+        QCOMPARE(differenceFromQt(withFlippedBits(file, random, 4), "png"), QString());
     }
 }
 
@@ -139,7 +129,7 @@ void TestPngDamage::randomBitsUnderRightChecksums()
     QFETCH(QByteArray, file);
     QRandomGenerator random(3);
     for (int i = 0; i < 2000; ++i) {
-        QCOMPARE(differenceFromQt(withRightChecksums(flipped(file, random, 4)), "png"), QString());
+        QCOMPARE(differenceFromQt(withRightChecksums(withFlippedBits(file, random, 4)), "png"), QString());
     }
 }
 
@@ -214,7 +204,7 @@ void TestPngDamage::wrongData_data()
     QTest::newRow("end with data") << joined(chunks.mid(0, chunks.size() - 1)) + pngChunk("IEND", "x") << false;
     for (const int count : {0, 1, 255, 256}) {
         const PngKind kind{.colorType = 3, .filter = 0};
-        const QByteArray zeros((1 + smallSize.width()) * smallSize.height(), '\0');
+        const QByteArray zeros(qsizetype(1 + smallSize.width()) * smallSize.height(), '\0');
         QTest::addRow("palette of %d", count)
             << pngOf(pngHeader(smallSize, kind), pngPalette(count), zlibOf(zeros)) << (count > 0);
     }

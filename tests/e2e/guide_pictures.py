@@ -40,13 +40,13 @@ def folder_of_fixed_name():
 class Session:
     """One run of the program on a separate screen, and the folder for its pictures."""
 
-    def __init__(self, folder, language):
+    def __init__(self, folder, language, settings=None):
         self.folder = folder
         self.texts = LANGUAGES[language]
         self.desktop = Desktop()
         try:
             self.desktop.start(["xcompmgr"])  # without it, transparency is black
-            self.program = Program(self.desktop, self.texts["config"])
+            self.program = Program(self.desktop, settings or self.texts["config"])
             self.program.start()
             self.desktop.xdotool("windowsize", "--sync", self.program.main, *SIZE)
             self.program.picture()
@@ -225,14 +225,14 @@ def show_trim(folder):
         session.keep_views("trim-after")
 
 
-def show_dark(folder):
-    with Session(folder, "zh") as session:
+def show_dark(folder, name, settings=None):
+    with Session(folder, "zh", settings) as session:
         session.open("dark-chat.png")
         layout = session.program.layout()
         middle = layout.main_view + layout.main_width / 2
         session.desktop.wheel_down(middle, (layout.top + layout.bottom) / 2, 3)
         session.program.picture()
-        session.keep_views("dark")
+        session.keep_views(name)
 
 
 def main():
@@ -243,7 +243,8 @@ def main():
     show_hands(folder)
     show_margins(folder)
     show_trim(folder)
-    show_dark(folder)
+    show_dark(folder, "dark")
+    show_dark(folder, "dark-calm", {"cutrule": "calm"})
 
 
 main()

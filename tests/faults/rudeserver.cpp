@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 endlessBlock = 256 * 1024;
+constexpr qint64 endlessBlock = qint64(256) * 1024;
 
 QByteArray headFor(const QByteArray &length)
 {

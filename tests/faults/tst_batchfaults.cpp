@@ -126,7 +126,9 @@ qsizetype endCount(const QByteArray &lines)
     qsizetype count = 0;
     for (const QByteArray &line : lines.split('\n')) {
         const std::optional<BatchEvent> event = eventFromJson(line);
-        count += event && event->kind >= BatchEvent::Kind::Done ? 1 : 0;
+        const bool isEnd =
+            event && (std::holds_alternative<JobDone>(*event) || std::holds_alternative<JobFailed>(*event));
+        count += isEnd ? 1 : 0;
     }
     return count;
 }
@@ -138,7 +140,7 @@ int serveWithFailingMemory(int argc, char *argv[], int count)
     const QApplication app(argc, argv);
     removePartFileOnSignals();
     const FailingMemory memory(count);
-    serveJobs();
+    serveJobs({});
     return FailingMemory::hasFailed() ? gotOver : 0;
 }
 
@@ -149,16 +151,22 @@ int endOfChild(pid_t child)
     return ::waitpid(child, &status, 0) == child ? status : -1;
 }
 
-/// Runs a job by the shell commands \a worker and returns how it ended.
-BatchEvent endOfJob(const QByteArray &worker)
+/// The job that converts \a image in one thread: the allocations are counted in order.
+BatchJob jobOf(const QString &image, const QString &output)
+{
+    return {0, {{image, {}}}, output, 1};
+}
+
+/// Runs a job by the shell commands \a worker and returns how it failed.
+JobFailed failureOfJob(const QByteArray &worker)
 {
     const QString program = savedBytes("#!/bin/sh\n" + worker, u"worker"_s);
     QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     BatchEvent last;
-    BatchWorkers workers(program, {{u"a.png"_s, u"a.pdf"_s, {}}},
+    BatchWorkers workers(program, {}, {jobOf(u"a.png"_s, u"a.pdf"_s)},
                          [&last](const BatchJob &, const BatchEvent &event) { last = event; });
     workers.run(1);
-    return last;
+    return std::get<JobFailed>(last);
 }
 
 } // namespace
@@ -231,7 +239,7 @@ void TestBatchFaults::namesTheFailureOfADeadWorker_data()
     QTest::addColumn<QByteArray>("commands");
     QTest::addColumn<BatchFailure>("failure");
     QTest::addColumn<QString>("words");
-    const QByteArray writing = "echo '{\"event\":\"writing\",\"path\":\"made.part\"}'; ";
+    const QByteArray writing = R"(echo '{"event":"writing","path":"made.part"}'; )";
     const QString memory = u"too large: out of memory"_s;
     const QString killed = u"the worker process was killed, possibly for lack of memory"_s;
     const auto row = [&](const char *name, const QByteArray &commands, BatchFailure reading, BatchFailure drawing,
@@ -256,8 +264,7 @@ void TestBatchFaults::namesTheFailureOfADeadWorker()
     QFETCH(BatchFailure, failure);
     QFETCH(QString, words);
     savedBytes("half of a file", u"made.part"_s);
-    const BatchEvent event = endOfJob(commands);
-    QVERIFY(event.kind == BatchEvent::Kind::Failed);
+    const JobFailed event = failureOfJob(commands);
     QCOMPARE(event.text, words);
     QCOMPARE(int(event.failure), int(failure));
     QCOMPARE(partFiles().isEmpty(), commands.contains("writing"));
@@ -265,13 +272,13 @@ void TestBatchFaults::namesTheFailureOfADeadWorker()
 
 void TestBatchFaults::workerThatDoesNotStartIsNoFaultOfTheImage()
 {
-    QList<BatchEvent> events;
-    BatchWorkers workers(QDir::current().filePath(u"none"_s),
-                         {{u"a.png"_s, u"a.pdf"_s, {}}, {u"b.png"_s, u"b.pdf"_s, {}}},
-                         [&events](const BatchJob &, const BatchEvent &event) { events.append(event); });
+    QList<JobFailed> events;
+    BatchWorkers workers(
+        QDir::current().filePath(u"none"_s), {}, {jobOf(u"a.png"_s, u"a.pdf"_s), jobOf(u"b.png"_s, u"b.pdf"_s)},
+        [&events](const BatchJob &, const BatchEvent &event) { events.append(std::get<JobFailed>(event)); });
     workers.run(2);
     QCOMPARE(events.size(), 2);
-    for (const BatchEvent &event : events) {
+    for (const JobFailed &event : events) {
         QVERIFY2(event.text.startsWith(u"the worker process did not start: "_s), qPrintable(event.text));
         QCOMPARE(int(event.failure), 4);
     }
@@ -294,10 +301,11 @@ void TestBatchFaults::failureWithoutAKnownCodeIsOne()
 {
     QFETCH(QByteArray, code);
     QFETCH(int, exitCode);
-    const std::optional<BatchEvent> event = eventFromJson("{\"event\":\"failed\",\"message\":\"broken\"" + code + '}');
+    const std::optional<BatchEvent> event = eventFromJson(R"({"event":"failed","message":"broken")" + code + '}');
     QVERIFY(event.has_value());
-    QCOMPARE(event->text, u"broken"_s);
-    QCOMPARE(int(event->failure), exitCode);
+    const auto failure = std::get<JobFailed>(*event);
+    QCOMPARE(failure.text, u"broken"_s);
+    QCOMPARE(int(failure.failure), exitCode);
 }
 
 void TestBatchFaults::signalAtAnyTimeLeavesNoPartFile()
@@ -409,14 +417,16 @@ void TestBatchFaults::itemsGoIfMemoryIsMissing()
 
 void TestBatchFaults::documentGoesIfMemoryIsMissing()
 {
-    const BatchJob job{savedPicture(textPicture(70, 550), u"a.png"_s), u"a.pdf"_s, {}};
+    const BatchJob job = jobOf(savedPicture(textPicture(70, 550), u"a.png"_s), u"a.pdf"_s);
+    BatchOptions options;
+    options.pages.layout = PageLayout::Window; // which is taken from items
     bool hasFailed = true;
     int failures = 0;
     for (; hasFailed; ++failures) {
         const FailingMemory memory(failures, FailingMemory::AfterFirstItem);
         hasFailed = false;
         try {
-            runJob(job, [](const BatchEvent &) { FailingMemory::stop(); });
+            runJob(job, options, [](const BatchEvent &) { FailingMemory::stop(); });
         } catch (const std::bad_alloc &) {
             hasFailed = true;
         }
@@ -437,7 +447,7 @@ void TestBatchFaults::workerWithoutMemoryEnds_data()
 void TestBatchFaults::workerWithoutMemoryEnds()
 {
     QFETCH(int, first);
-    const BatchJob job{savedPicture(textPicture(70, 150), u"a.png"_s), u"a.pdf"_s, {}};
+    const BatchJob job = jobOf(savedPicture(textPicture(70, 150), u"a.png"_s), u"a.pdf"_s);
     savedBytes(jsonLine(toJson(job)) + jsonLine(toJson(job)), u"jobs"_s); // the second meets what is left of the first
     int failures = 0;
     for (int count = first, code = -1; code != 0; count += 101) {

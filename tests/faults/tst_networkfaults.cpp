@@ -177,7 +177,7 @@ void TestNetworkFaults::endlessCheckCanBeReplaced()
     auto updater = std::make_unique<SimpleUpdater>();
     updater->setUpdateUrl(endless.address(u"/doc"_s));
     updater->checkForUpdatesSilently();
-    QTRY_VERIFY_WITH_TIMEOUT(endless.endlessBytes() > 8 * 1024 * 1024, waitTime);
+    QTRY_VERIFY_WITH_TIMEOUT(endless.endlessBytes() > qint64(8) * 1024 * 1024, waitTime);
     QVERIFY(isChecking(*updater));
     updater->setUpdateUrl(server.address(u"/doc"_s));
     updater->checkForUpdatesSilently();
@@ -202,7 +202,7 @@ void TestNetworkFaults::endlessDownloadCanBeReplaced()
     QVERIFY(driveDownloadDialog(*window, [&](DownloadUpdateDialog &dialog) {
         const DialogView view(dialog);
         view.update->click();
-        QTRY_VERIFY_WITH_TIMEOUT(endless.endlessBytes() > 8 * 1024 * 1024, waitTime);
+        QTRY_VERIFY_WITH_TIMEOUT(endless.endlessBytes() > qint64(8) * 1024 * 1024, waitTime);
         QTRY_VERIFY_WITH_TIMEOUT(view.status->text().endsWith(u"MB / -1 B"_s), waitTime);
         QCOMPARE(view.percent->text(), u"0%"_s);
         QVERIFY(downloads().isEmpty());

@@ -158,6 +158,14 @@ void moveSplitter(MainWindow &window, Script &script)
     splitterOf(window)->setSizes({left, script.byte()});
 }
 
+/// Whether the next file gets automatic cuts, and by which rule.
+void choosePlacement(MainWindow &window, Script &script)
+{
+    const int choice = script.byte();
+    window.setAutoPage(choice % 2 == 0);
+    window.setCutRule(choice / 2 % 2 == 0 ? CutRule::Bright : CutRule::Calm);
+}
+
 using Command = void (*)(MainWindow &window, Script &script);
 
 // A byte of the input selects one of these.
@@ -176,7 +184,7 @@ constexpr Command commands[]{
     [](MainWindow &window, Script &script) { click(leftViewOf(window), script); },
     [](MainWindow &window, Script &script) { click(mainViewOf(window), script); },
     resizeWindow,
-    [](MainWindow &window, Script &script) { window.setAutoPage(script.byte() % 2 == 0); },
+    choosePlacement,
     reportVersion,
     download,
     moveSplitter,

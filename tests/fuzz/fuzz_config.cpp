@@ -19,13 +19,14 @@ struct Start
 {
     QString language;
     bool autoPage = true;
+    CutRule cutRule = CutRule::Bright;
 
     bool operator==(const Start &) const = default;
 };
 
 Start startWith(const QString &path)
 {
-    Start start{interfaceLanguage(path), isAutoPageWanted(path)};
+    Start start{interfaceLanguage(path), isAutoPageWanted(path), chosenCutRule(path)};
     require(start.language == "en"_L1 || start.language == "zh"_L1, "there are two languages");
     return start;
 }
@@ -55,6 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     MainWindow &window = usedWindow();
     window.setLanguage(start.language);
     window.setAutoPage(start.autoPage);
+    window.setCutRule(start.cutRule);
     window.loadImageFile(picture);
     requireConsistentDocument(window);
     drawAndExport(window);

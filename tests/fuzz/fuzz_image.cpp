@@ -38,6 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (!isQuick(QImageReader(path).size())) {
         return 0;
     }
+    window.setCutRule(size % 2 == 0 ? CutRule::Bright : CutRule::Calm);
     const qsizetype stripsBefore = stripsOf(window).size();
     window.loadImageFile(path);
     require(QImageReader::allocationLimit() >= 256, "the limit never falls below 256");

@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QByteArray body = bytesOf(data, size);
-    static SimpleUpdater *updater = new SimpleUpdater; // lives as long as the program
+    static auto *updater = new SimpleUpdater; // lives as long as the program
     const QString before = updater->foundRelease().version;
     for (const QString &platform : {u"macos"_s, u"linux"_s, QString()}) {
         const std::optional<ReleaseInfo> release = readReleaseDocument(body, platform);

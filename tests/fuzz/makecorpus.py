@@ -325,6 +325,8 @@ def config_seeds():
     config("english", "language=en")
     config("upper", "language=EN", "autopage=FALSE")
     config("autopage-0", "autopage=0")
+    config("calm", "cutrule=calm")
+    config("calm-twice", "cutrule=calm", "cutrule=bright")
     config("other-group", "language=en", group="General")
     for value in ("0", "5", "30", "35", "50", "100", "-5", "-2147483648", "2147483647", "4294967295", "99999999999", "ten",
                   "1e3", " 7", "@Invalid()", "@Variant(\\0\\0\\0\\n\\0\\0\\0\\x2\\0\\x31)", "\"10\"", "1, 2", "0x10"):
@@ -349,6 +351,7 @@ def command_seeds():
         write("commands", f"command{number:02}", bytes([number, 7, 200, 90, 19]))
     for number in range(9):
         write("commands", f"open{number}-trim-layout", bytes([0, number, 1, 2, 8, 9, 1, 128, 160, 4, 19]))
+        write("commands", f"calm{number}-twice", bytes([14, 2, 0, number, 8, 8, 19]))
     write("commands", "drags-up", bytes([9, 0, 0, 0] * 10))
     write("commands", "drags-down", bytes([9, 0, 255, 255] * 10))
     write("commands", "margins-to-the-end", bytes([4] * 10 + [3] * 20))

@@ -47,6 +47,7 @@ void resetWindow(MainWindow &window)
     clearConfigValues();
     window.resize(700, 500);
     window.setAutoPage(true);
+    window.setCutRule(CutRule::Bright);
     mainViewOf(window)->setFitRatio(initialFitRatio);
     window.loadImageFile(path);
     if (isTwoColumns(window)) {

@@ -9,7 +9,7 @@ class MainWindow;
 MainWindow &usedWindow();
 
 /// Resets \a window to the same state for each input: a document of three strips,
-/// one column, no page numbers, default margins, no toast.
+/// one column, no page numbers, default margins, no toast, cuts on bright rows.
 void resetWindow(MainWindow &window);
 
 /// Draws the whole window, and exports the first pages of the current layout.

@@ -296,7 +296,7 @@ void TestPdfExport::writesWhatThePagesShow()
         trigger(window, "pageNumAction");
         exportTo(window, pathOf(u"out.pdf"_s));
         const QImage bare = pdfPictures(u"out.pdf"_s, dotsPerInch).first();
-        const QImage withNumber = sheets.first();
+        const QImage &withNumber = sheets.first();
         QVERIFY(!firstDifference(withNumber, bare).isEmpty());
         const QRect upper(0, 0, bare.width(), bare.height() / 2);
         QCOMPARE(firstDifference(withNumber.copy(upper), bare.copy(upper)), QString());

@@ -83,6 +83,12 @@ class DebianPackage(FolderTest):
         sizes = {f"{size}x{size}/apps/quillmarch.png" for size in (16, 24, 32, 48, 64, 128, 256)}
         self.assertEqual(icons, sizes | {"scalable/apps/quillmarch.svg"})
 
+    def test_completesTheOptionsInTheShells(self):
+        packages.unpack_debian_packages(self.folder)
+        for name in ("bash-completion/completions/quillmarch-batch", "zsh/vendor-completions/_quillmarch-batch",
+                     "fish/vendor_completions.d/quillmarch-batch.fish"):
+            self.assertIn("page-numbers", (self.folder / "usr/share" / name).read_text(encoding="utf-8"))
+
     def test_containsTheGuides(self):
         packages.unpack_debian_packages(self.folder)
         docs = self.folder / "usr/share/doc/quillmarch"

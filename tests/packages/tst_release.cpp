@@ -408,7 +408,7 @@ void TestRelease::rejects_data()
     QTest::newRow("no version of the project")
         << higher << u"CMakeLists.txt"_s << QByteArray("x\n") << none << u"CMakeLists.txt: no version found"_s;
     QTest::newRow("a damaged list of releases")
-        << higher << u"packaging/releases.json"_s << QByteArray("{\"releases\": [{\"version\": \"2.8.0\"}]}") << none
+        << higher << u"packaging/releases.json"_s << QByteArray(R"({"releases": [{"version": "2.8.0"}]})") << none
         << u"releases.json is not complete"_s;
     QTest::newRow("a damaged document") << higher << u"site/updates/update-config-en.json"_s << QByteArray("{") << none
                                         << u"update-config-en.json is damaged"_s;

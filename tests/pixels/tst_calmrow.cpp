@@ -1,5 +1,6 @@
 #include "pixels/calmrow.h"
 #include "pixels/rowchanges.h"
+#include "support/calmcuts.h"
 #include "support/pictures.h"
 #include "support/testmain.h"
 
@@ -79,21 +80,71 @@ QImage randomPage(quint32 seed)
     return image;
 }
 
-QImage brightened(const QImage &image, int step)
+/// The level \a level with up to \a grain more or less.
+QRgb grainy(int level, int grain, QRandomGenerator &random)
 {
-    QImage result = image;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const QRgb pixel = image.pixel(x, y);
-            result.setPixel(x, y, qRgb(qRed(pixel) + step, qGreen(pixel) + step, qBlue(pixel) + step));
-        }
-    }
-    return result;
+    const auto channel = [&] { return std::clamp(level + int(random.bounded(2 * grain + 1)) - grain, 0, 255); };
+    return qRgb(channel(), channel(), channel());
 }
 
-QString described(const CalmRow &cut)
+/// Fills rows with what a photo has there: blocks of levels from \a darkest on, and
+/// noise.
+void drawPhoto(QImage &image, int first, int end, int darkest)
 {
-    return u"row %1, gap %2, ground %3"_s.arg(cut.row).arg(cut.gap).arg(int(cut.ground));
+    QRandomGenerator random{quint32(darkest)};
+    std::array<int, 64> levels{};
+    std::generate(levels.begin(), levels.end(), [&] { return int(random.bounded(darkest, darkest + 90)); });
+    for (int y = first; y < end; ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            image.setPixel(x, y, grainy(levels[size_t(x / 17 + y / 23 * 5) % levels.size()], 6, random));
+        }
+    }
+}
+
+/// A sky without noise from row \a top, above hills; it changes every \a pitch rows.
+void drawSky(QImage &image, int top, int pitch)
+{
+    QRandomGenerator random(3);
+    int hill = 0;
+    for (int x = 0; x < image.width(); ++x) {
+        hill = std::clamp(hill + int(random.bounded(5)) - 2, 0, 16);
+        for (int y = top; y < top + 48 - hill; ++y) {
+            image.setPixel(x, y, qRgb(150, 190, 200 + (y - top) / pitch));
+        }
+    }
+}
+
+/// Two photos that touch at row \a edge.
+QImage touchingPhotos(int edge)
+{
+    QImage image(300, 1000, QImage::Format_RGB32);
+    drawPhoto(image, 0, edge, 10);
+    drawPhoto(image, edge, 1000, 140);
+    return image;
+}
+
+/// A camera picture of paper that is written over but for the rows from \a first
+/// to \a end and those beside a ruled line, which is five rows thick, at \a line.
+QImage writtenPaper(int first, int end, int line)
+{
+    constexpr int thickness = 5;
+    QImage image(300, 1000, QImage::Format_RGB32);
+    image.fill(qRgb(225, 225, 225));
+    drawMarks(image, 0, first, qRgb(30, 40, 90));
+    drawMarks(image, end, 1000, qRgb(30, 40, 90));
+    QPainter painter(&image);
+    painter.fillRect(0, line - 4, 300, thickness + 8, QColor(225, 225, 225));
+    painter.fillRect(0, line, 300, thickness, QColor(90, 120, 190));
+    painter.end();
+    QRandomGenerator random(7);
+    for (int y = 0; y < 1000; ++y) {
+        for (int x = 0; x < 300; ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            const int step = int(random.bounded(13)) - 6;
+            image.setPixel(x, y, qRgb(qRed(pixel) + step, qGreen(pixel) + step, qBlue(pixel) + step));
+        }
+    }
+    return image;
 }
 
 void seeds()
@@ -123,6 +174,11 @@ private slots:
     void prefersTheNearerOfEqualGaps();
     void looksFurtherForAClearGap();
     void cutsBetweenPictures();
+    void cutsInAThinLineBetweenPictures();
+    void prefersAnEdgeToASky();
+    void takesARuledLineForNoGap();
+    void takesAHairlineOfAGridForNoGap();
+    void seesNoEdgeAtTheEndOfTheReach();
     void admitsThatItCutsThroughContent();
     void staysInPlaceOnABlankPage();
     void staysWithinReach_data() { seeds(); }
@@ -276,6 +332,44 @@ void TestCalmRow::cutsBetweenPictures()
     const CalmRow cut = calmRow(image, middle);
     QCOMPARE(cut.row, 533);
     QCOMPARE(cut.ground, CalmRow::Edge);
+}
+
+void TestCalmRow::cutsInAThinLineBetweenPictures()
+{
+    QImage image = touchingPhotos(533);
+    drawSky(image, 450, 1);
+    QPainter(&image).fillRect(0, 533, 300, 2, Qt::white);
+    const CalmRow cut = calmRow(image, middle);
+    QCOMPARE(described(cut), described({534, 2, CalmRow::Clear}));
+}
+
+void TestCalmRow::prefersAnEdgeToASky()
+{
+    QImage image = touchingPhotos(533);
+    drawSky(image, 533, 6);
+    QCOMPARE(described(calmRow(image, middle)), described({533, 0, CalmRow::Edge}));
+}
+
+void TestCalmRow::takesARuledLineForNoGap()
+{
+    QCOMPARE(described(calmRow(writtenPaper(496, 521, 500), middle)), described({513, 16, CalmRow::Busy}));
+}
+
+void TestCalmRow::takesAHairlineOfAGridForNoGap()
+{
+    QImage image = textWithGap(530, 540);
+    QPainter painter(&image);
+    for (int x = 20; x < 300; x += 40) {
+        painter.fillRect(x, 0, 1, 1000, Qt::gray);
+    }
+    painter.fillRect(0, 500, 300, 1, Qt::gray);
+    painter.end();
+    QCOMPARE(described(calmRow(image, middle)), described({535, 10, CalmRow::Clear}));
+}
+
+void TestCalmRow::seesNoEdgeAtTheEndOfTheReach()
+{
+    QCOMPARE(described(calmRow(writtenPaper(480, 490, 597), middle)), described({485, 10, CalmRow::Busy}));
 }
 
 void TestCalmRow::admitsThatItCutsThroughContent()

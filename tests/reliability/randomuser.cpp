@@ -153,6 +153,7 @@ void RandomUser::startOver()
 {
     QSettings(u"Quillmarch"_s, u"Settings"_s).clear();
     clearConfigValues();
+    cutRule = oneIn(3) ? CutRule::Calm : CutRule::Bright;
     if (oneIn(6)) { // edited by hand
         const QString margin =
             oneOf(QStringList{u"0"_s, u"3"_s, u"29"_s, u"30"_s, u"200"_s, u"-5"_s, u"4000000000"_s, u"a"_s});
@@ -166,6 +167,7 @@ void RandomUser::createWindow()
 {
     window = std::make_unique<MainWindow>();
     window->setAutoPage(autoPage);
+    window->setCutRule(cutRule);
     window->setLanguage(oneIn(2) ? u"en"_s : u"zh"_s);
     if (openedWindows == 0) {
         window->resize(420, 320);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "page/cutrule.h"
 #include "support/dialoganswer.h"
 #include "support/httpserver.h"
 #include "support/openedurls.h"
@@ -104,7 +105,7 @@ private:
     void createWindow();
     void clearWindow();
     void startOver();
-    void use(const char *action);
+    void use(const char *name);
     void dropFile(const UserFile &file);
     void noteOpened(const UserFile &file, bool chosen);
     void noteRebuild();
@@ -128,6 +129,7 @@ private:
     bool exportFailed = false; // in this step
 
     bool autoPage = true;
+    CutRule cutRule = CutRule::Bright;
     bool twoColumns = false;
     bool numbersShown = false;
     bool detached = false; // the last file could not be opened

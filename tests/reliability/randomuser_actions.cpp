@@ -406,6 +406,7 @@ void RandomUser::renewWindow()
 {
     clearWindow();
     autoPage = !oneIn(4);
+    cutRule = oneIn(3) ? CutRule::Calm : CutRule::Bright;
     createWindow();
     dropFile(oneOf(world.goodFiles));
 }

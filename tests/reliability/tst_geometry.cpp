@@ -85,7 +85,7 @@ double ruledCut(double top, double bottom, const QList<int> &bright)
 {
     const double windowHeight = 0.3 * (bottom - top);
     const double windowTop = bottom - windowHeight * 0.5;
-    const qsizetype first = qsizetype(std::floor(windowTop));
+    const auto first = qsizetype(std::floor(windowTop));
     const qsizetype end = std::min(qsizetype(std::ceil(windowTop + windowHeight)), bright.size());
     if (first >= end) {
         return windowTop; // entirely below the image

@@ -153,7 +153,7 @@ void DocumentCheck::checkBands()
 
 void DocumentCheck::checkPlaces()
 {
-    const double count = double(strips.size());
+    const auto count = double(strips.size());
     expect(isNear(mainView->sceneRect(), QRectF(0, 0, width, count * (height + barHeight))),
            "the page scene has the size of all strips");
     expect(strips.first()->pos() == QPointF(), "the first strip is at the top");

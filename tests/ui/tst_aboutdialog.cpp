@@ -335,7 +335,7 @@ void TestAboutDialog::linkOpensTheBrowserAndKeepsTheDialog()
 {
     AboutDialog dialog(nullptr);
     dialog.show();
-    QLabel *const label = childOf<QLabel>(dialog, "infoLabel");
+    auto *const label = childOf<QLabel>(dialog, "infoLabel");
     label->resize(400, label->heightForWidth(400)); // on a dense screen the last lines do not fit
     QSignalSpy hovered(label, &QLabel::linkHovered);
     const auto mouse = [label](QEvent::Type type, QPoint at, Qt::MouseButton button, Qt::MouseButtons held) {

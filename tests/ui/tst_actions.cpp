@@ -336,7 +336,7 @@ void TestActions::firstDocumentEnablesActionsInOrder()
     MainWindow window;
     QStringList order;
     for (const QString &name : documentActions) {
-        QAction *action = window.findChild<QAction *>(name);
+        auto *action = window.findChild<QAction *>(name);
         QVERIFY(!action->isEnabled());
         connect(action, &QAction::enabledChanged, this, [&order, name](bool on) {
             if (on) {

@@ -18,7 +18,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QByteArray package(3 * 1024 * 1024, 'q'); // 3.0 MB
+constexpr qsizetype mebibyte = qsizetype(1024) * 1024;
+const QByteArray package(3 * mebibyte, 'q'); // 3.0 MB
 const QString packageChecksum = u"3d7a67ddfed3939e2f2def60695de49d"_s; // from the md5sum command
 
 HttpResponse answerWith(const QByteArray &body)
@@ -182,13 +183,13 @@ void TestPackageDownload::keepsTheStoredAddress()
 void TestPackageDownload::showsProgress()
 {
     HttpServer server;
-    server.setResponse("/q.zip", answerUpTo(1024 * 1024));
+    server.setResponse("/q.zip", answerUpTo(mebibyte));
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
     QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
         const DialogView view(dialog);
         view.update->click();
-        sendUpTo(1024 * 1024, server, window);
+        sendUpTo(mebibyte, server, window);
         QTRY_COMPARE(view.status->text(), u"正在下载... 1.0 MB / 3.0 MB"_s);
         QCOMPARE(view.bar->value(), 33);
         QCOMPARE(view.percent->text(), u"33%"_s);
@@ -206,7 +207,7 @@ void TestPackageDownload::showsProgress()
 void TestPackageDownload::showsNoPercentageForAnUnknownLength()
 {
     HttpServer server;
-    HttpResponse response = answerUpTo(1536 * 1024);
+    HttpResponse response = answerUpTo(mebibyte * 3 / 2);
     response.sendsLength = false;
     server.setResponse("/q.zip", response);
     MainWindow window;
@@ -214,7 +215,7 @@ void TestPackageDownload::showsNoPercentageForAnUnknownLength()
     QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
         const DialogView view(dialog);
         view.update->click();
-        sendUpTo(1536 * 1024, server, window);
+        sendUpTo(mebibyte * 3 / 2, server, window);
         QTRY_COMPARE(view.status->text(), u"正在下载... 1.5 MB / -1 B"_s);
         QCOMPARE(view.bar->value(), 0);
         QCOMPARE(view.percent->text(), u"0%"_s);
@@ -361,7 +362,7 @@ void TestPackageDownload::reportsATruncatedBody()
 {
     HttpServer server;
     HttpResponse response = answerWith(package);
-    response.cutAfter = 1024 * 1024;
+    response.cutAfter = mebibyte;
     server.setResponse("/q.zip", response);
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
@@ -419,13 +420,13 @@ void TestPackageDownload::cleansUpWithoutADialog()
 void TestPackageDownload::finishesWithoutTheDialog()
 {
     HttpServer server;
-    server.setResponse("/q.zip", answerUpTo(1024 * 1024));
+    server.setResponse("/q.zip", answerUpTo(mebibyte));
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString());
     QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
         const DialogView view(dialog);
         view.update->click();
-        sendUpTo(1024 * 1024, server, window);
+        sendUpTo(mebibyte, server, window);
         QTRY_COMPARE(view.percent->text(), u"33%"_s);
         view.close->click();
     }));
@@ -438,13 +439,13 @@ void TestPackageDownload::finishesWithoutTheDialog()
 void TestPackageDownload::restartsFromANewDialog()
 {
     HttpServer server;
-    server.setResponse("/q.zip", answerUpTo(1024 * 1024));
+    server.setResponse("/q.zip", answerUpTo(mebibyte));
     MainWindow window;
     window.onVersionInfoReceived(u"3.0.0"_s, true, server.url(u"/q.zip"_s).toString(), {}, packageChecksum);
     QVERIFY(driveDownloadDialog(window, [&](DownloadUpdateDialog &dialog) {
         const DialogView view(dialog);
         view.update->click();
-        sendUpTo(1024 * 1024, server, window);
+        sendUpTo(mebibyte, server, window);
         QTRY_COMPARE(view.percent->text(), u"33%"_s);
     }));
     server.setResponse("/q.zip", answerWith(package));

@@ -148,7 +148,7 @@ void TestSimpleUpdater::addOutcomes()
     };
     add("newer", 200, documentFor("2.7.2"), Outcome::Dialog);
     add("newer, two segments", 200, documentFor("2.8"), Outcome::Dialog);
-    add("newer and forced", 200, documentFor("9.0.0").replace("\"title\"", "\"isForced\": true, \"title\""),
+    add("newer and forced", 200, documentFor("9.0.0").replace("\"title\"", R"("isForced": true, "title")"),
         Outcome::Dialog);
     add("same", 200, documentFor("2.7.1"), Outcome::UpToDate);
     add("older", 200, documentFor("2.0.0"), Outcome::UpToDate);

@@ -1,0 +1,67 @@
+#include "batch/capturederrors.h"
+
+#include <QList>
+
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
+
+namespace {
+
+int realErrors = -1; // the error stream of the process while another one takes its place
+
+} // namespace
+
+#ifdef Q_OS_UNIX
+
+CapturedErrors::CapturedErrors()
+    : file(std::tmpfile())
+{
+    if (file != nullptr) {
+        std::fflush(stderr);
+        realErrors = ::dup(STDERR_FILENO);
+        ::dup2(::fileno(file), STDERR_FILENO);
+    }
+}
+
+CapturedErrors::~CapturedErrors()
+{
+    restore();
+    if (file != nullptr) {
+        std::fclose(file);
+    }
+}
+
+QString CapturedErrors::firstLine() const
+{
+    QByteArray line(200, '\0');
+    const bool hasLine =
+        file != nullptr && std::fflush(stderr) == 0 && ::pread(::fileno(file), line.data(), size_t(line.size()), 0) > 0;
+    return hasLine ? QString::fromUtf8(line.left(line.indexOf('\0')).split('\n').first()).trimmed() : QString();
+}
+
+void CapturedErrors::restore()
+{
+    if (realErrors >= 0) {
+        std::fflush(stderr);
+        ::dup2(realErrors, STDERR_FILENO);
+        ::close(realErrors);
+        realErrors = -1;
+    }
+}
+
+#else
+
+CapturedErrors::CapturedErrors() = default;
+CapturedErrors::~CapturedErrors() = default;
+
+QString CapturedErrors::firstLine() const
+{
+    return {};
+}
+
+void CapturedErrors::restore()
+{
+}
+
+#endif

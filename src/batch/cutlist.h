@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+/// The cuts of the pictures of one file, by their index in it; none for a picture whose
+/// cuts are to be placed automatically.
+using FileCuts = QList<std::optional<QList<int>>>;
+
+/// Reads the list of cuts \a name: lines of JSON with an "image", its "cuts" and, for
+/// the pages of one file, an "index". Other lines are ignored. Returns the cuts by image.
+/// Throws BatchError if it cannot be read, or has no such line.
+[[nodiscard]] QHash<QString, FileCuts> readCutList(const QString &name);

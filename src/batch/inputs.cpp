@@ -1,0 +1,136 @@
+#include "batch/inputs.h"
+
+#include "batch/filename.h"
+#include "batch/picturefile.h"
+
+#include <algorithm>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Takes the digits at \a at of \a text, without leading zeros, and moves \a at behind
+/// them.
+QStringView takeNumber(const QString &text, qsizetype &at)
+{
+    const auto isDigit = [&] { return at < text.size() && text.at(at) >= u'0' && text.at(at) <= u'9'; };
+    while (isDigit() && text.at(at) == u'0') {
+        ++at;
+    }
+    const qsizetype first = at;
+    while (isDigit()) {
+        ++at;
+    }
+    return QStringView(text).mid(first, at - first);
+}
+
+/// Below 0 if \a left is less than \a right, above 0 if it is greater.
+int compareNaturally(const QString &left, const QString &right)
+{
+    qsizetype l = 0;
+    qsizetype r = 0;
+    while (l < left.size() && r < right.size()) {
+        const bool areNumbers = left.at(l).isDigit() && right.at(r).isDigit();
+        const QStringView a = areNumbers ? takeNumber(left, l) : QStringView(left).mid(l++, 1);
+        const QStringView b = areNumbers ? takeNumber(right, r) : QStringView(right).mid(r++, 1);
+        const int order = a.size() != b.size() ? int(a.size() - b.size()) : a.compare(b, Qt::CaseInsensitive);
+        if (order != 0) {
+            return order;
+        }
+    }
+    return int((left.size() - l) - (right.size() - r));
+}
+
+BatchError unreadable(const QString &name, const QString &reason)
+{
+    return {BatchFailure::Unreadable, u"cannot read \"%1\": %2"_s.arg(printable(name), reason)};
+}
+
+/// Calls \a visit with each entry of \a folder, or below it.
+template <typename Iterator, typename Visit>
+void visitEntries(const QString &folder, Visit visit)
+{
+    std::error_code failure;
+    for (Iterator entry(nativePath(folder), failure); !failure && entry != Iterator(); entry.increment(failure)) {
+        visit(entry->path());
+    }
+    if (failure) {
+        throw unreadable(folder, QString::fromStdString(failure.message()));
+    }
+}
+
+QStringList imagesIn(const QString &folder, bool isRecursive)
+{
+    QStringList images;
+    const auto take = [&images](const std::filesystem::path &path) {
+        const QString name = nameFromNative(path);
+        std::error_code failure;
+        if (isImageName(name) && !nameFromNative(path.filename()).startsWith(u'.')
+            && std::filesystem::is_regular_file(path, failure)) {
+            images.append(name);
+        }
+    };
+    if (isRecursive) {
+        visitEntries<std::filesystem::recursive_directory_iterator>(folder, take);
+    } else {
+        visitEntries<std::filesystem::directory_iterator>(folder, take);
+    }
+    if (images.isEmpty()) {
+        throw BatchError(BatchFailure::WrongUse, u"there is no image in the folder \"%1\""_s.arg(printable(folder)));
+    }
+    std::sort(images.begin(), images.end(), isNaturallyBefore);
+    return images;
+}
+
+QByteArray contentOf(const QString &name)
+{
+    QFile file;
+    QString mistake;
+    if (name == "-"_L1) {
+        mistake = file.open(stdin, QIODevice::ReadOnly) ? QString() : file.errorString();
+    } else {
+        mistake = openFile(file, name, QIODevice::ReadOnly);
+    }
+    if (!mistake.isEmpty()) {
+        throw unreadable(name, mistake);
+    }
+    return file.readAll();
+}
+
+QStringList namesFrom(const QString &list, bool isNulSeparated)
+{
+    QStringList names;
+    for (const QByteArray &name : contentOf(list).split(isNulSeparated ? '\0' : '\n')) {
+        if (!name.isEmpty()) {
+            names.append(nameFromBytes(name));
+        }
+    }
+    if (names.isEmpty()) {
+        throw BatchError(BatchFailure::WrongUse, u"there is no name in \"%1\""_s.arg(printable(list)));
+    }
+    return names;
+}
+
+} // namespace
+
+QStringList findImages(const BatchOptions &options)
+{
+    QStringList names = options.operands;
+    if (!options.filesFrom.isEmpty()) {
+        names += namesFrom(options.filesFrom, options.isNulSeparated);
+    }
+    QStringList images;
+    for (const QString &name : std::as_const(names)) {
+        std::error_code failure;
+        const bool isFolder = std::filesystem::is_directory(nativePath(name), failure);
+        images += isFolder ? imagesIn(name, options.recursive) : QStringList(name);
+    }
+    return images;
+}
+
+bool isNaturallyBefore(const QString &left, const QString &right)
+{
+    const int order = compareNaturally(left, right);
+    return order != 0 ? order < 0 : left < right;
+}

@@ -1,0 +1,253 @@
+#include "batch/picturefile.h"
+
+#include "batch/batcherror.h"
+#include "batch/capturederrors.h"
+#include "batch/filename.h"
+#include "decode/imagedecoder.h"
+#include "pixels/blankborders.h"
+#include "pixels/imagefile.h"
+
+#include <QImageReader>
+#include <QtEndian>
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <new>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int limitHeadroom = 64; // mebibytes
+constexpr quint64 mostPixelBytes = 8; // 16 bits a channel
+constexpr quint32 mostPngRows = 1000000; // of libpng, and columns
+
+BatchError unreadable(const QString &reason)
+{
+    return {BatchFailure::Unreadable, u"cannot read image: %1"_s.arg(reason)};
+}
+
+QByteArray contentOfFile(const QString &name)
+{
+    std::error_code failure;
+    const std::filesystem::file_status status = std::filesystem::status(nativePath(name), failure);
+    if (status.type() == std::filesystem::file_type::not_found) {
+        throw unreadable(u"no such file"_s);
+    }
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        throw unreadable(u"not a regular file"_s); // a pipe would block for good
+    }
+    QFile file;
+    const QString mistake = openFile(file, name, QIODevice::ReadOnly);
+    if (!mistake.isEmpty()) {
+        throw unreadable(mistake == "Permission denied"_L1 ? u"permission denied"_s : mistake);
+    }
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        throw unreadable(file.errorString());
+    }
+    return bytes;
+}
+
+QByteArray contentOfInput()
+{
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly)) {
+        throw unreadable(input.errorString());
+    }
+    return input.readAll();
+}
+
+/// The number of bytes at most that an image of \a size takes, in mebibytes.
+int allocationLimit(const QSize &size)
+{
+    const quint64 pixels = quint64(std::max(0, size.width())) * quint64(std::max(0, size.height()));
+    const quint64 limit = pixels / (1 << 20) * mostPixelBytes + limitHeadroom + mostPixelBytes;
+    return int(std::clamp<quint64>(limit, 1024, std::numeric_limits<int>::max()));
+}
+
+/// Whether a message of the JPEG decoder says that pixels are missing. Others are about
+/// bytes that do not matter.
+bool tellsOfDamage(const QString &message)
+{
+    return message.startsWith("Premature end"_L1)
+        || (message.startsWith("Corrupt JPEG data"_L1) && !message.contains("extraneous bytes"_L1));
+}
+
+QString damage; // what the JPEG decoder said last
+
+void keepDamage(QtMsgType, const QMessageLogContext &context, const QString &text)
+{
+    if (QLatin1StringView(context.category) == "qt.gui.imageio.jpeg"_L1 && tellsOfDamage(text)) {
+        damage = text;
+    }
+}
+
+/// Collects the messages of decoders while it exists.
+class DecoderMessages
+{
+public:
+    DecoderMessages()
+        : usual(qInstallMessageHandler(keepDamage))
+    {
+        damage.clear();
+    }
+    ~DecoderMessages() { qInstallMessageHandler(usual); }
+    Q_DISABLE_COPY_MOVE(DecoderMessages)
+
+private:
+    QtMessageHandler usual;
+};
+
+/// Whether \a bytes, a file of \a format, end before what its header says.
+bool isBitmapTruncated(const QByteArray &bytes, const QByteArray &format)
+{
+    return format == "bmp" && bytes.size() >= 6
+        && qsizetype(qFromLittleEndian<quint32>(bytes.constData() + 2)) > bytes.size();
+}
+
+/// Whether \a bytes are a PNG file with more rows or columns than can be read.
+bool isPngTooLarge(const QByteArray &bytes)
+{
+    constexpr qsizetype sizeAt = 16;
+    if (!bytes.startsWith("\x89PNG\r\n\x1a\n") || bytes.size() < sizeAt + 8) {
+        return false;
+    }
+    const auto side = [&](qsizetype at) { return qFromBigEndian<quint32>(bytes.constData() + at); };
+    return std::max(side(sizeAt), side(sizeAt + 4)) > mostPngRows;
+}
+
+/// The format of the image \a bytes, as its first bytes tell; empty if they do not.
+QByteArray formatOf(const QByteArray &bytes)
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    return QImageReader::imageFormat(&buffer);
+}
+
+/// The lower-case suffix of \a name.
+QByteArray suffixOf(const QString &name)
+{
+    return name.mid(name.lastIndexOf(u'.') + 1).toLower().toLatin1();
+}
+
+} // namespace
+
+PictureFile::PictureFile(const QString &name)
+{
+    if (name.endsWith(".pdf"_L1, Qt::CaseInsensitive)) {
+        const bool exists = std::filesystem::exists(nativePath(name));
+        throw unreadable(exists ? u"PDF files are not supported"_s : u"no such file"_s);
+    }
+    bytes = name == "-"_L1 ? contentOfInput() : contentOfFile(name);
+    const CapturedErrors errors;
+    const DecoderMessages messages;
+    format = formatOf(bytes);
+    isFormatKnown = !format.isEmpty();
+    if (!isFormatKnown && QImageReader::supportedImageFormats().contains(suffixOf(name))) {
+        format = suffixOf(name);
+    }
+    if (format == "tiff" || format == "tif") {
+        QBuffer buffer(&bytes);
+        QImageReader reader(&buffer, format);
+        pageCount = std::max(1, reader.imageCount());
+    }
+}
+
+FilePicture PictureFile::read(int index, bool isDamageAccepted, DecodeThreads threads) const
+{
+    FilePicture picture;
+    QString reason;
+    {
+        const CapturedErrors errors;
+        const DecoderMessages messages;
+        picture.image = decode(index, threads, picture);
+        reason = errors.firstLine();
+    }
+    if (picture.image.isNull()) {
+        throwDecodeError(reason);
+    }
+    const QString loss = isBitmapTruncated(bytes, format) ? u"unexpected end of file"_s : damage;
+    if (!loss.isEmpty() && !isDamageAccepted) {
+        throw unreadable(u"the file is damaged: %1; --accept-damaged converts what can be read"_s.arg(loss));
+    }
+    if (!loss.isEmpty()) {
+        picture.remarks.prepend(u"damaged: %1"_s.arg(loss));
+        picture.jpeg.clear(); // the pixels are all that is left
+    }
+    if (!isLargeEnough(picture.image.size())) {
+        throw unreadable(u"too small: %1 x %2 pixels"_s.arg(picture.image.width()).arg(picture.image.height()));
+    }
+    return picture;
+}
+
+QImage PictureFile::decode(int index, DecodeThreads threads, FilePicture &picture) const
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer, format);
+    reader.setAutoTransform(true);
+    if (index > 0) {
+        reader.jumpToImage(index); // before its size is asked for, or the first page stays
+    }
+    QImageReader::setAllocationLimit(allocationLimit(reader.size()));
+    if (reader.supportsAnimation() && reader.imageCount() != 1) {
+        picture.remarks.append(u"only the first frame of the animation"_s);
+    }
+    if (format == "jpeg" && reader.transformation() == QImageIOHandler::TransformationNone) {
+        picture.jpeg = bytes;
+    }
+    QBuffer again;
+    again.setData(bytes);
+    again.open(QIODevice::ReadOnly);
+    const std::unique_ptr<ImageDecoder> decoder = makeImageDecoder(again, format);
+    const QImage image = decoder ? decoder->read(threads) : QImage();
+    return image.isNull() ? reader.read() : image;
+}
+
+/// Says why no picture was decoded; \a reason is what the decoder said.
+void PictureFile::throwDecodeError(const QString &reason) const
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    const CapturedErrors errors; // of reading the size
+    const QSize size = QImageReader(&buffer, format).size();
+    // Reserves address space for an image of that size, but writes nothing into it.
+    if (size.isValid() && !size.isEmpty() && QImage(size, QImage::Format_RGB32).isNull()) {
+        throw BatchError(BatchFailure::TooLarge,
+                         u"too large: %1 x %2 pixels do not fit into memory"_s.arg(size.width()).arg(size.height()));
+    }
+    if (isPngTooLarge(bytes)) {
+        throw BatchError(BatchFailure::TooLarge, u"too large: more than %1 rows or columns"_s.arg(mostPngRows));
+    }
+    const QString detail = reason.isEmpty() || !isFormatKnown ? QString() : u" (%1)"_s.arg(reason);
+    throw unreadable(u"unsupported format or corrupted file"_s + detail);
+}
+
+void trim(FilePicture &picture)
+{
+    const GrayScan scan(picture.image);
+    const std::optional<QRect> content = contentBounds(scan, inkThreshold(scan.histogram()));
+    if (!content) {
+        picture.remarks.append(u"nothing to trim"_s);
+    } else if (!isLargeEnough(content->size())) {
+        picture.remarks.append(u"not trimmed: too little would be left"_s);
+    } else if (content->size() != picture.image.size()) {
+        picture.image = picture.image.copy(*content);
+        if (picture.image.isNull()) {
+            throw std::bad_alloc();
+        }
+        picture.offset = content->top();
+        picture.jpeg.clear();
+    }
+}
+
+bool isImageName(const QString &name)
+{
+    const QByteArray suffix = suffixOf(name);
+    return name.contains(u'.') && suffix != "pdf" && QImageReader::supportedImageFormats().contains(suffix);
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QtGlobal>
+
+/// Has the system provide memory a piece ahead of where it is written for the
+/// first time, which takes less than one page fault for each page. Does nothing
+/// on systems that cannot do that.
+class MemoryAhead
+{
+public:
+    /// For writing from \a begin upward, to before \a afterLast.
+    MemoryAhead(uchar *begin, uchar *afterLast);
+
+    /// To be called before writing at \a to.
+    void reach(const uchar *to);
+
+private:
+    quintptr next = 0; ///< start of the first page that has not been requested
+    quintptr end = 0;
+};

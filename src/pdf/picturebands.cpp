@@ -1,0 +1,58 @@
+#include "pdf/picturebands.h"
+
+#include "pdf/flateband.h"
+#include "pdf/jpegband.h"
+#include "pdf/jpegcoefficients.h"
+#include "pdf/samplerows.h"
+
+#include <QColorSpace>
+
+struct PictureBands::Source
+{
+    QImage image;
+    SampleRows samples;
+    bool isJpeg;
+    int quality;
+    std::unique_ptr<const JpegCoefficients> file; ///< null if the picture is no JPEG file that is copied
+};
+
+namespace {
+
+std::unique_ptr<const JpegCoefficients> copiedFile(const PdfPicture &picture, bool isLossless)
+{
+    return isLossless && !picture.jpeg.isEmpty() ? JpegCoefficients::read(picture.jpeg, picture.image.size()) : nullptr;
+}
+
+} // namespace
+
+PictureBands::PictureBands(const PdfPicture &picture, const PdfOptions &options)
+    : source(std::make_unique<const Source>(Source{picture.image, SampleRows(picture.image),
+                                                   !options.lossless && isForJpeg(picture.image), options.quality,
+                                                   copiedFile(picture, options.lossless)}))
+{
+}
+
+PictureBands::~PictureBands() = default;
+
+PackedBand PictureBands::pack(int first, int end) const
+{
+    if (source->file) {
+        return source->file->pack(first, end);
+    }
+    const int width = source->image.width();
+    const bool isJpeg = source->isJpeg && isForJpeg(end - first);
+    PackedBand band;
+    band.firstRow = first;
+    band.colors =
+        isJpeg ? packJpeg(source->image, first, end, source->quality) : packColors(source->samples, width, first, end);
+    if (source->samples.hasTransparency(first, end)) {
+        band.alpha = packAlpha(source->samples, width, first, end);
+    }
+    return band;
+}
+
+QByteArray PictureBands::colorProfile() const
+{
+    const QColorSpace space = source->image.colorSpace();
+    return space.isValid() && space != QColorSpace(QColorSpace::SRgb) ? space.iccProfile() : QByteArray();
+}

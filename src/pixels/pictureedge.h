@@ -1,0 +1,18 @@
+#pragma once
+
+#include "pixels/rowprofile.h"
+
+// All of them compare pixels of \a source, of which \a profile is one; \a y is
+// counted from the top of the window.
+
+/// Whether another picture begins at row \a y, all across the image. Not at the
+/// ends of the window, where too few rows are known.
+bool isPictureEdge(const ChannelRows &source, const RowProfile &profile, int y);
+
+/// The row of the window nearest to the source row \a regular at which another
+/// picture begins; -1 if there is none.
+int nearestPictureEdge(const ChannelRows &source, const RowProfile &profile, int regular);
+
+/// Whether row \a y is a line one row thick: unlike the rows beside it, which are
+/// alike.
+bool isHairline(const ChannelRows &source, const RowProfile &profile, int y);

@@ -1,0 +1,545 @@
+#include "batchprogram.h"
+#include "support/files.h"
+#include "support/imagecomparison.h"
+#include "support/pdffacts.h"
+#include "support/pictures.h"
+#include "support/testmain.h"
+
+#include <QBuffer>
+#include <QColorSpace>
+#include <QDir>
+#include <QFile>
+#include <QImageWriter>
+#include <QJsonArray>
+
+#include <filesystem>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Removes what a test has left in the working directory, whatever its name.
+void clearFolder()
+{
+    for (const auto &entry : std::filesystem::directory_iterator(".")) {
+        std::filesystem::remove_all(entry.path());
+    }
+}
+
+/// Runs \a command in a shell, in which "$batch" is the program.
+BatchEnd runShell(const QString &command, const QByteArray &input = {})
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"batch"_s, QStringLiteral(QUILLMARCH_BATCH));
+    process.setProcessEnvironment(environment);
+    process.start(u"bash"_s, {u"-c"_s, command});
+    process.write(input);
+    process.closeWriteChannel();
+    return endOf(process);
+}
+
+QStringList partFiles()
+{
+    return QDir::current().entryList({u"*.part"_s}, QDir::Files | QDir::Hidden);
+}
+
+/// The pictures of one color, each in its file.
+void savePlain(const QStringList &names)
+{
+    int blue = 0;
+    for (const QString &name : names) {
+        savedPicture(plainPicture(20, 20, QColor(0, 0, blue += 20)), name);
+    }
+}
+
+/// The blue of the single images in the PDF file \a path, in order.
+QList<int> bluesIn(const QString &path)
+{
+    QList<int> blues;
+    for (const QImage &image : pdfImages(path)) {
+        blues.append(qBlue(image.pixel(5, 5)));
+    }
+    return blues;
+}
+
+/// A TIFF file with two pages of \a first and \a second, which are of 8-bit gray.
+QByteArray tiffOf(const QImage &first, const QImage &second)
+{
+    QByteArray bytes("II*\0\0\0\0\0", 8);
+    const auto add = [&bytes](quint32 value, int size) {
+        for (int i = 0; i < size; ++i) {
+            bytes += char(value >> (8 * i));
+        }
+    };
+    qsizetype link = 4; // where the place of the next page is written
+    for (const QImage &image : {first, second}) {
+        const auto pixels = quint32(bytes.size());
+        for (int y = 0; y < image.height(); ++y) {
+            bytes.append(reinterpret_cast<const char *>(image.constScanLine(y)), image.width());
+        }
+        bytes += bytes.size() % 2 == 1 ? QByteArray(1, '\0') : QByteArray();
+        const auto place = quint32(bytes.size());
+        for (int i = 0; i < 4; ++i) {
+            bytes[link + i] = char(place >> (8 * i));
+        }
+        const quint32 tags[][2] = {{256, quint32(image.width())},
+                                   {257, quint32(image.height())},
+                                   {258, 8},
+                                   {259, 1},
+                                   {262, 1},
+                                   {273, pixels},
+                                   {277, 1},
+                                   {278, quint32(image.height())},
+                                   {279, quint32(image.width() * image.height())}};
+        add(9, 2);
+        for (const auto &[tag, value] : tags) {
+            add(tag, 2);
+            add(4, 2);
+            add(1, 4);
+            add(value, 4);
+        }
+        link = bytes.size();
+        add(0, 4);
+    }
+    return bytes;
+}
+
+/// A GIF file with two frames of 16 x 16 pixels, black and white.
+QByteArray animation()
+{
+    const QByteArray frame = QByteArray::fromHex("2c00000000100010000002") + QByteArray::fromHex("0e");
+    QByteArray bytes = QByteArray::fromHex("474946383961100010008000000000 00ffffff");
+    for (const char *pixels : {"848fa9cbed0fa39cb4da8bb3de05", "8c8fa9cbed0fa39cb4da8bb3de05"}) {
+        bytes += frame + QByteArray::fromHex(pixels) + '\0';
+    }
+    return bytes + ';';
+}
+
+} // namespace
+
+class TestBatchInputs : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup();
+
+    void makesOneFileOfAFolder();
+    void makesAFileOfEachImageOfAFolder();
+    void takesFoldersInFolders();
+    void readsListsOfNames_data();
+    void readsListsOfNames();
+    void namesFilesByAForm();
+    void readsAndWritesStandardStreams();
+    void oneBadImageFailsTheWholeFile();
+    void numbersThePagesOfSeveralImages();
+    void makesBookmarks();
+    void makesTheSameBytesAgain();
+
+    void refusesToReplaceOtherFiles_data();
+    void refusesToReplaceOtherFiles();
+    void opensOddNames_data();
+    void opensOddNames();
+    void reportsDamage_data();
+    void reportsDamage();
+    void namesAFileOnceInMessages();
+    void takesAllPagesOfATiff();
+    void takesTheFirstFrameOfAnAnimation();
+    void reportsTooManyRows();
+    void reads16BitsOverTheOldLimit();
+    void runsOutOfMemory();
+    void quitSignalLeavesNothing_data();
+    void quitSignalLeavesNothing();
+    void endsWithAClosedPipe();
+
+    void cutsWhereAListSays();
+    void refusesCutsOutsideTheImage();
+    void drawsAPreview();
+    void completesInBash();
+};
+
+void TestBatchInputs::cleanup()
+{
+    clearFolder();
+}
+
+void TestBatchInputs::makesOneFileOfAFolder()
+{
+    QVERIFY(QDir::current().mkpath(u"shots"_s));
+    savePlain({u"shots/s1.png"_s, u"shots/s2.png"_s, u"shots/s10.png"_s, u"shots/.hidden.png"_s});
+    savedBytes("notes", u"shots/notes.txt"_s);
+    const BatchEnd end = runBatchProgram({u"--lossless"_s, u"shots"_s, u"-o"_s, u"all.pdf"_s});
+    QCOMPARE(end.errors, QByteArray());
+    QCOMPARE(end.code, 0);
+    QCOMPARE(end.output, "3 images -> all.pdf: 3 pages\n");
+    QCOMPARE(bluesIn(u"all.pdf"_s), (QList<int>{20, 40, 60}));
+}
+
+void TestBatchInputs::makesAFileOfEachImageOfAFolder()
+{
+    QVERIFY(QDir::current().mkpath(u"shots"_s));
+    savePlain({u"shots/s1.png"_s, u"shots/s2.PNG"_s});
+    QCOMPARE(runBatchProgram({u"shots"_s, u"-o"_s, u"pages"_s}).code, 0);
+    QCOMPARE(fileNamesIn(u"pages"_s), (QStringList{u"s1.pdf"_s, u"s2.pdf"_s}));
+}
+
+void TestBatchInputs::takesFoldersInFolders()
+{
+    QVERIFY(QDir::current().mkpath(u"shots/more"_s));
+    savePlain({u"shots/a.png"_s, u"shots/more/b.png"_s});
+    QCOMPARE(runBatchProgram({u"shots"_s, u"-o"_s, u"one.pdf"_s}).code, 0);
+    QCOMPARE(pdfFacts(u"one.pdf"_s).pages, 1);
+    QCOMPARE(runBatchProgram({u"--recursive"_s, u"shots"_s, u"-o"_s, u"two.pdf"_s}).code, 0);
+    QCOMPARE(pdfFacts(u"two.pdf"_s).pages, 2);
+    const BatchEnd none = runBatchProgram({u"shots/more/.."_s, u"--files-from"_s, u"/dev/null"_s, u"-o"_s, u"x.pdf"_s});
+    QCOMPARE(none.code, 2);
+    QVERIFY(QDir::current().mkpath(u"empty"_s));
+    const BatchEnd empty = runBatchProgram({u"empty"_s, u"-o"_s, u"x.pdf"_s});
+    QCOMPARE(empty.code, 2);
+    QVERIFY(empty.errors.contains("there is no image in the folder \"empty\""));
+}
+
+void TestBatchInputs::readsListsOfNames_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::newRow("lines") << u"ls *.png > list; \"$batch\" -o all.pdf --files-from list"_s;
+    QTest::newRow("standard input") << u"ls *.png | \"$batch\" -o all.pdf --files-from -"_s;
+    QTest::newRow("zero bytes")
+        << u"find . -name '*.png' -print0 | sort -z | \"$batch\" -o all.pdf -0 --files-from -"_s;
+}
+
+void TestBatchInputs::readsListsOfNames()
+{
+    QFETCH(QString, command);
+    savePlain({u"a b.png"_s, u"c.png"_s});
+    const BatchEnd end = runShell(command + " --lossless"_L1);
+    QCOMPARE(end.errors, QByteArray());
+    QCOMPARE(end.code, 0);
+    QCOMPARE(bluesIn(u"all.pdf"_s), (QList<int>{20, 40}));
+}
+
+void TestBatchInputs::namesFilesByAForm()
+{
+    savePlain({u"a.png"_s, u"b.png"_s});
+    QCOMPARE(runBatchProgram({u"a.png"_s, u"b.png"_s, u"--name"_s, u"{n} {stem}.pdf"_s, u"-o"_s, u"out/"_s}).code, 0);
+    QCOMPARE(fileNamesIn(u"out"_s), (QStringList{u"1 a.pdf"_s, u"2 b.pdf"_s}));
+}
+
+void TestBatchInputs::readsAndWritesStandardStreams()
+{
+    const BatchEnd end = runShell(u"\"$batch\" - -o - > all.pdf"_s, encodedPicture(textPicture(70, 250), "PNG"));
+    QCOMPARE(end.code, 0);
+    QCOMPARE(end.output, QByteArray());
+    QCOMPARE(end.errors, "- -> -: 3 pages\n");
+    QCOMPARE(pdfFacts(u"all.pdf"_s).pages, 3);
+    QCOMPARE(runShell(u"\"$batch\" - -o all.pdf"_s, "no image").code, 3);
+    QCOMPARE(pdfFacts(u"all.pdf"_s).pages, 3);
+}
+
+void TestBatchInputs::oneBadImageFailsTheWholeFile()
+{
+    savePlain({u"a.png"_s, u"c.png"_s});
+    savedBytes("no image", u"b.png"_s);
+    savedBytes("%PDF-of before", u"all.pdf"_s);
+    const BatchEnd end = runBatchProgram({u"--json"_s, u"a.png"_s, u"b.png"_s, u"c.png"_s, u"-o"_s, u"all.pdf"_s});
+    QCOMPARE(end.code, 3);
+    QVERIFY(end.errors.startsWith("quillmarch-batch: b.png: cannot read image"));
+    QCOMPARE(contentOf(u"all.pdf"_s), "%PDF-of before");
+    QCOMPARE(partFiles(), QStringList());
+    const QList<QJsonObject> lines = jsonLinesOf(end.output);
+    QCOMPARE(lines.at(lines.size() - 2).value("image"_L1), QJsonValue(u"b.png"_s));
+}
+
+void TestBatchInputs::numbersThePagesOfSeveralImages()
+{
+    savedPicture(textPicture(70, 150), u"a.png"_s);
+    savedPicture(textPicture(70, 150), u"b.png"_s);
+    QCOMPARE(runBatchProgram({u"--page-numbers"_s, u"a.png"_s, u"b.png"_s, u"-o"_s, u"all.pdf"_s}).code, 0);
+    QProcess text;
+    text.start(u"pdftotext"_s, {u"all.pdf"_s, u"-"_s});
+    QVERIFY(text.waitForFinished());
+    QCOMPARE(text.readAllStandardOutput().simplified(), "1 2 3 4");
+}
+
+void TestBatchInputs::makesBookmarks()
+{
+    savePlain({u"first.png"_s, u"second.png"_s});
+    QCOMPARE(runBatchProgram({u"first.png"_s, u"second.png"_s, u"--title"_s, u"Both"_s, u"-o"_s, u"all.pdf"_s}).code,
+             0);
+    QProcess info;
+    info.start(u"pdfinfo"_s, {u"all.pdf"_s});
+    QVERIFY(info.waitForFinished());
+    QVERIFY(info.readAllStandardOutput().contains("Both"));
+    QVERIFY(contentOf(u"all.pdf"_s).contains("second.png"));
+}
+
+void TestBatchInputs::makesTheSameBytesAgain()
+{
+    savedPicture(textPicture(350, 3000), u"a.png"_s);
+    const BatchEnd end = runShell(u"export SOURCE_DATE_EPOCH=1700000000; \"$batch\" -q -j 1 a.png -o one.pdf &&"
+                                  " \"$batch\" -q -j 4 a.png -o two.pdf && cmp one.pdf two.pdf"_s);
+    QCOMPARE(end.output, QByteArray());
+    QCOMPARE(end.code, 0);
+}
+
+void TestBatchInputs::refusesToReplaceOtherFiles_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("another image") << QStringList{u"a.png"_s, u"-o"_s, u"b.png"_s};
+    QTest::newRow("from a pattern") << QStringList{u"-o"_s, u"b.png"_s, u"a.png"_s};
+    QTest::newRow("in a folder") << QStringList{u"a.png"_s, u"-o"_s, u"."_s, u"--name"_s, u"{stem}1.pdf"_s};
+    QTest::newRow("a PDF file, if that is asked") << QStringList{u"--no-clobber"_s, u"a.png"_s, u"-o"_s, u"old.pdf"_s};
+    QTest::newRow("by the preview") << QStringList{u"a.png"_s, u"-o"_s, u"c.pdf"_s, u"--preview"_s, u"a1.pdf"_s};
+}
+
+void TestBatchInputs::refusesToReplaceOtherFiles()
+{
+    QFETCH(QStringList, arguments);
+    savePlain({u"a.png"_s, u"b.png"_s});
+    savedBytes("notes", u"a1.pdf"_s);
+    savedBytes("%PDF-1.4", u"old.pdf"_s);
+    const QByteArray image = contentOf(u"b.png"_s);
+    const BatchEnd end = runBatchProgram(arguments);
+    QCOMPARE(end.code, 2);
+    QCOMPARE(contentOf(u"b.png"_s), image);
+    QCOMPARE(contentOf(u"a1.pdf"_s), "notes");
+    QCOMPARE(contentOf(u"old.pdf"_s), "%PDF-1.4");
+    QCOMPARE(fileNamesIn(u"."_s).size(), 4);
+}
+
+void TestBatchInputs::opensOddNames_data()
+{
+    QTest::addColumn<QString>("name"); // as bash writes it
+    QTest::newRow("colon") << u":a"_s;
+    QTest::newRow("two colons") << u"::"_s;
+    QTest::newRow("Latin-1") << u"gr\\xfc\\xdfe"_s;
+    QTest::newRow("line feed") << u"a\\nb"_s;
+    QTest::newRow("cut off UTF-8") << u"\\xe5\\x90"_s;
+    QTest::newRow("a resource") << u":images"_s;
+}
+
+void TestBatchInputs::opensOddNames()
+{
+    QFETCH(QString, name);
+    savePlain({u"a.png"_s});
+    const BatchEnd end = runShell(
+        u"n=$'%1'; mv a.png \"$n.png\"; \"$batch\" -q -o out/ -- \"$n.png\" &&"
+        " \"$batch\" --json \"$n.png\" -o \"$n.pdf\" && \"$batch\" \"$n.png\" . -o two/ &&"
+        " ls -d \"out/$n.pdf\" \"$n.pdf\" \"two/$n.pdf\" \"two/$n-2.pdf\" > /dev/null && set -- * && echo $#"_s.arg(
+            name));
+    QCOMPARE(end.code, 0);
+    QCOMPARE(end.errors, QByteArray());
+    QVERIFY2(end.output.endsWith("\n4\n"), end.output.constData()); // the image, its PDF file and two folders
+}
+
+void TestBatchInputs::reportsDamage_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("bytes");
+    const QImage picture = noisePicture(QSize(200, 300));
+    const auto truncated = [](const QByteArray &bytes) { return bytes.left(bytes.size() / 2); };
+    QTest::newRow("truncated JPEG") << u"a.jpg"_s << truncated(encodedPicture(picture, "JPG"));
+    QTest::newRow("truncated bitmap") << u"a.bmp"_s << truncated(encodedPicture(picture, "BMP"));
+}
+
+void TestBatchInputs::reportsDamage()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, bytes);
+    savedBytes(bytes, name);
+    const BatchEnd end = runBatchProgram({name, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.code, 3);
+    QVERIFY2(end.errors.contains("damaged"), end.errors.constData());
+    QVERIFY(!QFile::exists(u"a.pdf"_s));
+    const BatchEnd accepted = runBatchProgram({u"--accept-damaged"_s, name, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(accepted.code, 0);
+    QVERIFY2(accepted.output.contains("(damaged: "), accepted.output.constData());
+    QVERIFY(pdfFacts(u"a.pdf"_s).pages > 0);
+    const qint64 pixels = 200 * 300;
+    QCOMPARE(runBatchProgram({u"--accept-damaged"_s, u"--lossless"_s, name, u"-o"_s, u"a.pdf"_s}).code, 0);
+    qint64 stored = 0;
+    for (const QImage &image : pdfImages(u"a.pdf"_s)) {
+        stored += image.width() * image.height();
+    }
+    QCOMPARE(stored, pixels);
+}
+
+void TestBatchInputs::namesAFileOnceInMessages()
+{
+    const QByteArray png = encodedPicture(noisePicture(QSize(200, 300)), "PNG");
+    savedBytes(png.left(png.size() / 2), u"half.png"_s);
+    const BatchEnd end = runBatchProgram({u"half.png"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.code, 3);
+    QCOMPARE(end.errors.count('\n'), 1);
+    QCOMPARE(end.errors.count("half.png"), 1);
+    QVERIFY2(end.errors.contains("libpng"), end.errors.constData());
+}
+
+void TestBatchInputs::takesAllPagesOfATiff()
+{
+    const QImage first = noisePicture(QSize(50, 60)).convertToFormat(QImage::Format_Grayscale8);
+    const QImage second =
+        noisePicture(QSize(40, 90), QImage::Format_RGB32, 2).convertToFormat(QImage::Format_Grayscale8);
+    savedBytes(tiffOf(first, second), u"two.tif"_s);
+    const BatchEnd end = runBatchProgram({u"--json"_s, u"-q"_s, u"--lossless"_s, u"two.tif"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.errors, QByteArray());
+    QCOMPARE(end.code, 0);
+    const QList<QImage> images = pdfImages(u"a.pdf"_s);
+    QCOMPARE(images.size(), 3); // the second is cut once
+    QCOMPARE(firstDifference(images.at(0), first.convertToFormat(QImage::Format_RGB32)), QString());
+    const QList<QJsonObject> lines = jsonLinesOf(end.output);
+    QCOMPARE(lines.at(0).value("event"_L1), QJsonValue(u"picture"_s));
+    QCOMPARE(lines.at(1).value("index"_L1), QJsonValue(1));
+    QCOMPARE(lines.at(1).value("cuts"_L1).toArray().size(), 1);
+    QCOMPARE(lines.at(2).value("pages"_L1), QJsonValue(3));
+}
+
+void TestBatchInputs::takesTheFirstFrameOfAnAnimation()
+{
+    savedBytes(animation(), u"a.gif"_s);
+    const BatchEnd end = runBatchProgram({u"a.gif"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.errors, QByteArray());
+    QVERIFY2(end.output.contains("(only the first frame of the animation)"), end.output.constData());
+    QCOMPARE(pdfFacts(u"a.pdf"_s).pages, 1);
+}
+
+void TestBatchInputs::reportsTooManyRows()
+{
+    const QByteArray png = encodedPicture(plainPicture(16, 16, Qt::white), "PNG");
+    QByteArray rows = png;
+    rows.replace(20, 4, QByteArray::fromHex("00124f80")); // 1,200,000
+    savedBytes(rows, u"rows.png"_s);
+    const BatchEnd end = runBatchProgram({u"rows.png"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.code, 5);
+    QVERIFY2(end.errors.contains("too large: more than 1000000 rows"), end.errors.constData());
+}
+
+void TestBatchInputs::reads16BitsOverTheOldLimit()
+{
+    // 400 million bytes at 16 bits a channel, of which a limit of 4 bytes a pixel allows half.
+    QImage deep(5000, 10000, QImage::Format_RGBX64);
+    deep.fill(Qt::white);
+    savedPicture(deep, u"deep.png"_s);
+    deep = QImage();
+    const BatchEnd end = runBatchProgram({u"--dry-run"_s, u"--cuts"_s, u"regular"_s, u"deep.png"_s});
+    QCOMPARE(end.errors, QByteArray());
+    QCOMPARE(end.code, 0);
+}
+
+void TestBatchInputs::runsOutOfMemory()
+{
+    savedPicture(blockPicture(2000, 20000), u"a.png"_s);
+    savedBytes("%PDF-of before", u"a.pdf"_s);
+    int ended = 0;
+    for (int megabytes = 150; megabytes <= 900; megabytes += 50) {
+        const BatchEnd end = runShell(u"ulimit -v %1; \"$batch\" a.png -o a.pdf"_s.arg(megabytes * 1024));
+        QCOMPARE(partFiles(), QStringList());
+        if (end.code == 0) {
+            break;
+        }
+        // Below some size the program cannot even start: 127 is the loader's.
+        QVERIFY2(end.code == 5 || (end.code == 127 && ended == 0),
+                 qPrintable(u"%1 MiB: %2 %3"_s.arg(megabytes).arg(end.code).arg(QString::fromUtf8(end.errors))));
+        ended += end.code == 5 ? 1 : 0;
+        QCOMPARE(contentOf(u"a.pdf"_s), "%PDF-of before");
+    }
+    QVERIFY(ended > 0);
+}
+
+void TestBatchInputs::quitSignalLeavesNothing_data()
+{
+    QTest::addColumn<QString>("images");
+    QTest::newRow("one image") << u"a.png"_s;
+    QTest::newRow("several images") << u"a.png b.png c.png"_s;
+}
+
+void TestBatchInputs::quitSignalLeavesNothing()
+{
+    QFETCH(QString, images);
+    for (const QString &name : images.split(u' ')) {
+        savedPicture(blockPicture(700, 57600), name);
+    }
+    const qsizetype before = fileNamesIn(u"."_s).size();
+    // A terminal sends the signal to all processes of the group.
+    const BatchEnd end =
+        runShell(u"set -m; ulimit -c unlimited; \"$batch\" --lossless %1 -o ./ & p=$!;"
+                 " until ls | grep -q part; do sleep 0.01; done; kill -QUIT -- -$p; wait $p"_s.arg(images));
+    QVERIFY(end.code != 0);
+    QTRY_COMPARE(partFiles(), QStringList());
+    QTRY_COMPARE(fileNamesIn(u"."_s).size(), before);
+}
+
+void TestBatchInputs::endsWithAClosedPipe()
+{
+    savePlain({u"a.png"_s});
+    QString names;
+    for (int i = 0; i < 300; ++i) {
+        names += u" a.png"_s;
+    }
+    const BatchEnd end = runShell(u"\"$batch\" --json%1 -o out | head -1; exit ${PIPESTATUS[0]}"_s.arg(names));
+    QVERIFY(end.code != 0);
+    QVERIFY2(fileNamesIn(u"out"_s).size() < 250, qPrintable(QString::number(fileNamesIn(u"out"_s).size())));
+}
+
+void TestBatchInputs::cutsWhereAListSays()
+{
+    savedPicture(textPicture(350, 1500), u"a.png"_s);
+    savedPicture(textPicture(350, 1500), u"b.png"_s);
+    const BatchEnd dry = runBatchProgram({u"--dry-run"_s, u"--json"_s, u"a.png"_s, u"b.png"_s});
+    QCOMPARE(dry.code, 0);
+    savedBytes("{\"event\":\"done\",\"image\":\"a.png\",\"cuts\":[100,333,900]}\n", u"cuts.txt"_s);
+    for (const QString &layout : {u"flow"_s, u"window"_s}) {
+        const BatchEnd end =
+            runBatchProgram({u"--layout"_s, layout, u"--json"_s, u"-q"_s, u"--lossless"_s, u"--cuts-from"_s,
+                             u"cuts.txt"_s, u"a.png"_s, u"b.png"_s, u"-o"_s, u"out"_s});
+        QCOMPARE(end.errors, QByteArray());
+        const QList<QImage> strips = pdfImages(u"out/a.pdf"_s);
+        QCOMPARE(strips.size(), 4);
+        QCOMPARE(strips.at(0).height(), 100);
+        QCOMPARE(strips.at(1).height(), 233);
+        QCOMPARE(strips.at(3).height(), 600);
+        QVERIFY(pdfFacts(u"out/b.pdf"_s).pages > 1);
+    }
+    // What a dry run prints changes nothing.
+    savedBytes(dry.output, u"cuts.txt"_s);
+    const BatchEnd again =
+        runBatchProgram({u"--dry-run"_s, u"--json"_s, u"--cuts-from"_s, u"cuts.txt"_s, u"a.png"_s, u"b.png"_s});
+    QCOMPARE(jsonLinesOf(again.output).at(0).value("cuts"_L1), jsonLinesOf(dry.output).at(0).value("cuts"_L1));
+}
+
+void TestBatchInputs::refusesCutsOutsideTheImage()
+{
+    savedPicture(textPicture(350, 1500), u"a.png"_s);
+    savedBytes("{\"image\":\"a.png\",\"cuts\":[100,1500]}\n", u"cuts.txt"_s);
+    const BatchEnd end = runBatchProgram({u"--cuts-from"_s, u"cuts.txt"_s, u"a.png"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.code, 3);
+    QVERIFY2(end.errors.contains("the cut at row 1500 is not inside the image of 1500 rows"), end.errors.constData());
+}
+
+void TestBatchInputs::drawsAPreview()
+{
+    savedPicture(plainPicture(720, 3000, Qt::white), u"a.png"_s);
+    const BatchEnd end = runBatchProgram(
+        {u"--dry-run"_s, u"--json"_s, u"--cuts"_s, u"regular"_s, u"a.png"_s, u"--preview"_s, u"p.png"_s});
+    QCOMPARE(end.errors, QByteArray());
+    const QImage preview(u"p.png"_s);
+    QCOMPARE(preview.size(), QSize(360, 1500));
+    const int cut = jsonLinesOf(end.output).first().value("cuts"_L1).toArray().first().toInt();
+    QCOMPARE(preview.pixelColor(100, cut / 2), QColor(Qt::red));
+    QCOMPARE(preview.pixelColor(100, cut / 2 - 5), QColor(Qt::white));
+    QCOMPARE(fileNamesIn(u"."_s), (QStringList{u"a.png"_s, u"p.png"_s}));
+}
+
+void TestBatchInputs::completesInBash()
+{
+    const BatchEnd end = runShell(u"source <(\"$batch\" --completion bash);"
+                                  " COMP_WORDS=(quillmarch-batch --cuts c) COMP_CWORD=2; _quillmarch_batch;"
+                                  " echo \"${COMPREPLY[@]}\"; COMP_WORDS=(quillmarch-batch --page) COMP_CWORD=1;"
+                                  " _quillmarch_batch; echo \"${COMPREPLY[@]}\""_s);
+    QCOMPARE(end.errors, QByteArray());
+    QCOMPARE(end.output, "calm\n--page-numbers\n");
+}
+
+QUILLMARCH_TEST_MAIN(TestBatchInputs)
+#include "tst_batchinputs.moc"
