@@ -83,17 +83,21 @@ void readCuts(QByteArray text)
     }
 }
 
+void compare(const QString &left, const QString &right)
+{
+    require(!isNaturallyBefore(left, right) || !isNaturallyBefore(right, left), "only one of two names is the first");
+}
+
 /// The lines of \a text are the arguments.
 void readArguments(const QByteArray &text)
 {
     QStringList arguments{u"quillmarch-batch"_s};
     for (const QByteArray &line : text.split('\n')) {
-        arguments.append(nameFromBytes(line));
-        require(bytesOfName(arguments.last()) == line, "a name keeps its bytes");
+        const QString argument = nameFromBytes(line);
+        require(bytesOfName(argument) == line, "a name keeps its bytes");
+        compare(arguments.last(), argument);
+        arguments.append(argument);
     }
-    require(!isNaturallyBefore(arguments.first(), arguments.last())
-                || !isNaturallyBefore(arguments.last(), arguments.first()),
-            "only one of two names is the first");
     try {
         const BatchOptions options = readCommandLine(arguments).options;
         require(options.pages.columns >= 1 && options.pages.columns <= 4, "there are 1 to 4 columns");
