@@ -77,7 +77,7 @@ public:
 private:
     void convertFile(const JobImage &image);
     void convertPicture(const PictureFile &file, const JobImage &image, int index);
-    void write(const FilePicture &picture, const LaidOutPicture &pages, const QString &name);
+    void write(const FilePicture &picture, const LaidOutPicture &laidOut, const QString &name);
     void beginOutput();
     bool isWriting() const { return !options.dryRun && !job.output.isEmpty(); }
 

@@ -55,6 +55,11 @@ QHash<QString, FileCuts> readCutList(const QString &name)
     if (!mistake.isEmpty()) {
         throw BatchError(BatchFailure::Unreadable, u"cannot read \"%1\": %2"_s.arg(printable(name), mistake));
     }
+    return readCutList(file, name);
+}
+
+QHash<QString, FileCuts> readCutList(QIODevice &file, const QString &name)
+{
     QHash<QString, FileCuts> cuts;
     for (int number = 1; !file.atEnd(); ++number) {
         const QByteArray text = file.readLine().trimmed();

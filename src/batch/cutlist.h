@@ -6,6 +6,8 @@
 
 #include <optional>
 
+class QIODevice;
+
 /// The cuts of the pictures of one file, by their index in it; none for a picture whose
 /// cuts are to be placed automatically.
 using FileCuts = QList<std::optional<QList<int>>>;
@@ -14,3 +16,6 @@ using FileCuts = QList<std::optional<QList<int>>>;
 /// the pages of one file, an "index". Other lines are ignored. Returns the cuts by image.
 /// Throws BatchError if it cannot be read, or has no such line.
 [[nodiscard]] QHash<QString, FileCuts> readCutList(const QString &name);
+
+/// The same for the list in \a file, which errors call \a name.
+[[nodiscard]] QHash<QString, FileCuts> readCutList(QIODevice &file, const QString &name);

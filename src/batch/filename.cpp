@@ -14,11 +14,15 @@
 namespace {
 
 constexpr ushort firstByteSign = 0xdc00; // plus the byte, 0x80 to 0xff
+constexpr QByteArrayView byteOrderMark("\xef\xbb\xbf");
 constexpr qsizetype longestCharacter = 4; // bytes of UTF-8
 
-/// The length of the valid character at \a at of \a bytes, or 0.
+/// The length of the valid character at \a at of \a bytes; 0 for none and for a byte order mark.
 qsizetype characterLength(const QByteArray &bytes, qsizetype at)
 {
+    if (QByteArrayView(bytes).sliced(at).startsWith(byteOrderMark)) {
+        return 0;
+    }
     for (qsizetype length = 1; length <= longestCharacter && at + length <= bytes.size(); ++length) {
         if (QUtf8StringView(bytes.constData() + at, length).isValidUtf8()) {
             return length;

@@ -10,16 +10,20 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+bool isDigitAt(const QString &text, qsizetype at)
+{
+    return at < text.size() && text.at(at) >= u'0' && text.at(at) <= u'9';
+}
+
 /// Takes the digits at \a at of \a text, without leading zeros, and moves \a at behind
 /// them.
 QStringView takeNumber(const QString &text, qsizetype &at)
 {
-    const auto isDigit = [&] { return at < text.size() && text.at(at) >= u'0' && text.at(at) <= u'9'; };
-    while (isDigit() && text.at(at) == u'0') {
+    while (isDigitAt(text, at) && text.at(at) == u'0') {
         ++at;
     }
     const qsizetype first = at;
-    while (isDigit()) {
+    while (isDigitAt(text, at)) {
         ++at;
     }
     return QStringView(text).mid(first, at - first);
@@ -31,7 +35,7 @@ int compareNaturally(const QString &left, const QString &right)
     qsizetype l = 0;
     qsizetype r = 0;
     while (l < left.size() && r < right.size()) {
-        const bool areNumbers = left.at(l).isDigit() && right.at(r).isDigit();
+        const bool areNumbers = isDigitAt(left, l) && isDigitAt(right, r);
         const QStringView a = areNumbers ? takeNumber(left, l) : QStringView(left).mid(l++, 1);
         const QStringView b = areNumbers ? takeNumber(right, r) : QStringView(right).mid(r++, 1);
         const int order = a.size() != b.size() ? int(a.size() - b.size()) : a.compare(b, Qt::CaseInsensitive);

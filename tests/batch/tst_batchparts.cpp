@@ -559,6 +559,7 @@ void TestBatchParts::sortsNaturally_data()
     QTest::newRow("case") << QStringList{u"a"_s, u"B"_s, u"c"_s};
     QTest::newRow("beginnings") << QStringList{u"a"_s, u"a1"_s, u"ab"_s};
     QTest::newRow("only case differs") << QStringList{u"A"_s, u"a"_s};
+    QTest::newRow("full-width digits") << QStringList{u"a１0"_s, u"a１1"_s, u"a１２"_s, u"a２"_s};
     QTest::newRow("large") << QStringList{u"99999999999999999999"_s, u"100000000000000000000"_s};
 }
 
@@ -579,6 +580,8 @@ void TestBatchParts::keepsTheBytesOfNames_data()
     QTest::newRow("UTF-8") << QByteArray("\xe5\x90\x8d \xf0\x9f\x98\x80.png");
     QTest::newRow("Latin-1") << QByteArray("gr\xfc\xdf\x65.png");
     QTest::newRow("cut off") << QByteArray("a\xe5\x90");
+    QTest::newRow("byte order marks") << QByteArray("\xef\xbb\xbf"
+                                                    "a\xef\xbb\xbf.png");
     QTest::newRow("a surrogate in UTF-8") << QByteArray("\xed\xb2\x80");
     QTest::newRow("all bytes") << QByteArray("\x80\xff\xc0\x80\xfe");
 }

@@ -318,6 +318,30 @@ def report_seeds():
         write("report", name + ".txt", text)
 
 
+def reader_seeds():
+    facts = {"pages": 3, "scale": 0.5, "offset": 0, "cuts": [700, 1420]}
+    lines = {
+        "begun": {"event": "begun"}, "writing": {"event": "writing", "path": "a \"b\".part"},
+        "page": {"event": "page", "page": 1, "pages": 3},
+        "picture": {"event": "picture", "image": "a.tif", "index": 2, "through": [1420], "note": "first"} | facts,
+        "done": {"event": "done", "pages": 3, "seconds": 0.25, "bytes": 12345} | facts,
+        "failed": {"event": "failed", "code": 4, "message": "cannot write", "image": "a.png"},
+        "job": {"number": 1, "images": [{"name": "a.png", "cuts": [[5, 9], None]}], "output": "a.pdf", "threads": 2},
+    }
+    for name, line in lines.items():
+        write("readers", name + ".json", json.dumps(line))
+    cuts = [{"image": "a.png", "cuts": [5, 9]}, {"image": "b.tif", "cuts": [], "index": 1}, {"event": "end", "files": 2}]
+    write("readers", "cuts.jsonl", "\n".join(json.dumps(line) for line in cuts))
+    for name, arguments in {
+        "usual": ["-o", "all.pdf", "a1.png", "a10.png"], "window": ["--layout", "window", "--columns", "2", "a.png"],
+        "paper": ["--paper", "100x200mm", "--margin", "12.5mm", "--landscape", "-o", "-", "-"],
+        "unknown": ["--no-such-option"], "lossless": ["--lossless", "--quality", "101"],
+        "list": ["--files-from", "list", "-0", "--jobs", "64", "-o", "out/"],
+        "full-width": ["\uff11.png", "\uff12.png"], "completion": ["--completion", "fish"],
+    }.items():
+        write("readers", "arguments-" + name + ".txt", "\n".join(arguments))
+
+
 def config_seeds():
     def config(name, *lines, group="config"):
         write("config", name + ".ini", f"[{group}]\n" + "\n".join(lines) + "\n")
@@ -373,5 +397,6 @@ simple_seeds()
 encoded_seeds()
 release_seeds()
 report_seeds()
+reader_seeds()
 config_seeds()
 command_seeds()

@@ -1,5 +1,7 @@
 #include "mutations.h"
 
+#include "jsonmutations.h"
+
 #include <algorithm>
 #include <array>
 
@@ -7,13 +9,6 @@ namespace {
 
 constexpr int maxChanges = 4;
 constexpr qsizetype maxRunLength = 64;
-
-/// A number from 0 to \a end - 1. The standard distributions differ between
-/// libraries.
-qsizetype below(std::mt19937 &random, qsizetype end)
-{
-    return end > 0 ? qsizetype(random() % quint32(end)) : 0;
-}
 
 QByteArray run(const QByteArray &bytes, std::mt19937 &random)
 {
@@ -52,9 +47,18 @@ void changeOnce(QByteArray &bytes, const QByteArray &other, std::mt19937 &random
 
 } // namespace
 
+qsizetype below(std::mt19937 &random, qsizetype end)
+{
+    return end > 0 ? qsizetype(random() % quint32(end)) : 0;
+}
+
 QByteArray mutated(const QList<QByteArray> &corpus, qsizetype index, std::mt19937 &random)
 {
-    QByteArray bytes = corpus.at(index);
+    QByteArray bytes = below(random, 2) == 0 ? mutatedJson(corpus.at(index), random) : QByteArray();
+    if (!bytes.isEmpty()) {
+        return bytes;
+    }
+    bytes = corpus.at(index);
     const qsizetype changes = below(random, maxChanges) + 1;
     for (qsizetype i = 0; i < changes && !bytes.isEmpty(); ++i) {
         changeOnce(bytes, corpus.at(below(random, corpus.size())), random);

@@ -1,18 +1,18 @@
 #!/usr/bin/env bash
 # Fuzzes with libFuzzer: tests/fuzz/run.sh MINUTES [DRIVER...]
-# MINUTES is the time for each driver; without names all six run in turn.
+# MINUTES is the time for each driver; without names all seven run in turn.
 # Findings are in build/fuzz/findings, the extended corpus in build/fuzz/corpus.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
 if [[ ! ${1:-} =~ ^[0-9]+$ ]]; then
-    die "usage: tests/fuzz/run.sh MINUTES [image|decode|release|report|config|commands...]"
+    die "usage: tests/fuzz/run.sh MINUTES [image|decode|readers|release|report|config|commands...]"
 fi
 seconds=$(($1 * 60))
 shift
 drivers=("$@")
 if [[ ${#drivers[@]} -eq 0 ]]; then
-    drivers=(image decode release report config commands)
+    drivers=(image decode readers release report config commands)
 fi
 preset=fuzz
 build_folder=$root/build/$preset
@@ -26,10 +26,11 @@ max_input_size() {
     esac
 }
 
-# The folder of tests/fuzz/corpus with the seeds of a driver.
+# The folders of tests/fuzz/corpus with the seeds of a driver.
 seeds_of() {
     case $1 in
     decode) echo image ;;
+    readers) echo readers release report ;;
     *) echo "$1" ;;
     esac
 }
@@ -39,6 +40,8 @@ seeds_of() {
 fuzz() {
     local kind=$1
     local grown=$build_folder/corpus/$kind
+    local -a seeds
+    read -r -a seeds <<<"$(seeds_of "$kind")"
     mkdir -p "$grown" "$findings/$kind"
     say "Fuzzing $kind for $((seconds / 60)) minutes"
     QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES='*=false' LANG=C.UTF-8 \
@@ -47,7 +50,7 @@ fuzz() {
         nice -n 15 "$build_folder/tests/fuzz/fuzz_$kind.dir/fuzz_$kind" \
         -max_total_time="$seconds" -max_len="$(max_input_size "$kind")" -timeout=60 \
         -rss_limit_mb=6000 -malloc_limit_mb=100000000 -print_final_stats=1 \
-        -artifact_prefix="$findings/$kind/" "$grown" "$root/tests/fuzz/corpus/$(seeds_of "$kind")" \
+        -artifact_prefix="$findings/$kind/" "$grown" "${seeds[@]/#/$root/tests/fuzz/corpus/}" \
         >"$build_folder/fuzz_$kind.log" 2>&1
 }
 
