@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs missing packages, builds everything and runs all tests. Options are passed
-# to ctest: ./test.sh -R views runs the tests whose names contain "views".
+# Installs missing packages, builds everything and runs all tests but the slow one, which
+# compiles the programs once more: ./test.sh -L slow. Options are passed to ctest:
+# ./test.sh -R views runs the tests whose names contain "views".
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
@@ -12,5 +13,5 @@ if ! run_tests "$@"; then
     exit 1
 fi
 if [[ $# -eq 0 ]]; then
-    say "All tests passed"
+    say "All tests passed; not run: ./test.sh -L slow"
 fi

@@ -116,14 +116,16 @@ build() {
 
 # Runs the tests of the build folder; options are passed to ctest. Tests with the
 # label "clock" measure times or drive a real window, which a busy machine can
-# disturb, so each may fail once; all others must pass the first time.
+# disturb, so each may fail once; all others must pass the first time. Those with the
+# label "slow" take minutes each and run only if options choose them.
 run_tests() {
     local -a options=(--test-dir "$build_folder" --output-on-failure --parallel "$(nproc)" "$@")
-    local failed=0
+    local failed=0 later='^clock$'
+    [[ $# -gt 0 ]] || later='^(clock|slow)$'
     if ctest "${options[@]}" --show-only | grep -qx 'Total Tests: 0'; then
         die "no test matches these options"
     fi
-    ctest "${options[@]}" --label-exclude '^clock$' || failed=1
+    ctest "${options[@]}" --label-exclude "$later" || failed=1
     # The first run has already set up the package fixture.
     ctest "${options[@]}" --label-regex '^clock$' --fixture-exclude-any packages --repeat until-pass:2 || failed=1
     return "$failed"

@@ -345,7 +345,8 @@ void TestRelease::buildsTestsAndPackagesTheCommit_data()
     const QByteArray configured = "cmake --preset release -DQUILLMARCH_PACKAGE_HOST=https://files.test\ntest.sh\n";
     QTest::newRow("success") << true << true
                              << configured
-            + "cpack --config build/release/CPackConfig.cmake\n"
+            + "test.sh -L slow\n"
+              "cpack --config build/release/CPackConfig.cmake\n"
               "cpack --config build/release/CPackSourceConfig.cmake\n"
                              << QString();
     QTest::newRow("a test fails") << true << false << configured << u"./test.sh failed"_s;
