@@ -12,6 +12,7 @@ paint() {
 install_packages build run test bench
 build "$preset" make-sample
 paint long-chat --kind chat --size 1080x12000 --seed 1
+paint english-chat --kind chat --english --size 540x4800 --seed 1 --indexed
 paint article --kind web --size 540x4000 --seed 3 --indexed
 paint dark-chat --kind dark --size 540x4800 --seed 2 --indexed
 paint scan --kind gray --size 480x2800 --seed 5 --indexed

@@ -53,6 +53,14 @@ class References(unittest.TestCase):
         self.assertGreater(len(names), 60)
         self.assertEqual(sorted(name for name in names - {"TestTopic"} if not re.search(rf"\b{name}\b", code)), [])
 
+    def test_options_of_the_batch_program_are_explained(self):
+        names = re.findall(r'^ *Option\{\s*"([^"]+)"', (SOURCE / "src/batch/batchoptions.cpp").read_text(), re.MULTILINE)
+        options = {f"--{name.split('|')[-1]}" for name in names} - {"--output", "--null", "--version", "--help"}
+        self.assertGreater(len(options), 20)
+        for name in ("guide.md", "guide.zh.md", "batch.md"):
+            text = (SOURCE / "docs" / name).read_text(encoding="utf-8")
+            self.assertEqual([option for option in sorted(options) if not re.search(rf"{option}\b", text)], [], name)
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -117,6 +117,11 @@ class Desktop:
     def window(self, process, title):
         return wait_until(lambda: self.windows(process).get(title), f"the window {title!r}")
 
+    def window_named(self, title):
+        """A window of any process, also of one that does not state its number."""
+        search = ("search", "--onlyvisible", "--name", f"^{re.escape(title)}$")
+        return int(wait_until(lambda: self._try_xdotool(*search), f"the window {title!r}"))
+
     def geometry(self, window):
         """Left, top, width and height without the frame, in screen pixels."""
         # Not by xdotool, which counts the frame of a window twice.

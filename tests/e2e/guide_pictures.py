@@ -7,23 +7,38 @@ import shutil
 import sys
 import tempfile
 
-from desktop import Desktop, wait_until
+from desktop import Desktop, stop, wait_until
 from picture import Picture
 from program import Program
 
 SIZE = (1000, 700)  # of the window without its frame
 TITLE_BAR = 20
+VIEWER_SIZE = "680x780"
+ABOUT = "关于"  # in both languages
 SAMPLES = pathlib.Path(os.environ["QUILLMARCH_SAMPLES"])
 LANGUAGES = {
-    "zh": {"config": None, "open": "打开图像或PDF文件", "save": "导出到PDF", "about": "关于"},
-    "en": {"config": {"language": "en"}, "open": "open an image or pdf file", "save": "Save as PDF", "about": "关于"},
+    "zh": {
+        "config": {},
+        "open": "打开图像或PDF文件",
+        "save": "导出到PDF",
+        "chat": "long-chat.png",
+        "dark": "dark-chat.png",
+        "borders": "borders.png",
+        "cut step": 87,  # screen pixels from the first cut of the chat to the gap below the next message
+    },
+    "en": {
+        "config": {"language": "en"},
+        "open": "open an image or pdf file",
+        "save": "Save as PDF",
+        "chat": "english-chat.png",
+        "dark": "english-dark-chat.png",
+        "borders": "english-borders.png",
+        "cut step": 97,
+    },
 }
 
 # 32 levels per channel make the files much smaller and look the same.
 STEPS = bytes(round(round(level * 31 / 255) * 255 / 31) for level in range(256))
-
-
-CUT_STEP = 87  # screen pixels from the first cut of the chat to the gap below the next message
 
 
 @contextlib.contextmanager
@@ -42,11 +57,12 @@ class Session:
 
     def __init__(self, folder, language, settings=None):
         self.folder = folder
+        self.language = language
         self.texts = LANGUAGES[language]
         self.desktop = Desktop()
         try:
             self.desktop.start(["xcompmgr"])  # without it, transparency is black
-            self.program = Program(self.desktop, settings or self.texts["config"])
+            self.program = Program(self.desktop, self.texts["config"] | (settings or {}))
             self.program.start()
             self.desktop.xdotool("windowsize", "--sync", self.program.main, *SIZE)
             self.program.picture()
@@ -71,7 +87,8 @@ class Session:
     # Actions
 
     def open(self, sample):
-        self.program.answer_file_dialog("ctrl+o", self.texts["open"], SAMPLES / sample)
+        """Opens the sample of that name in the session's language."""
+        self.program.answer_file_dialog("ctrl+o", self.texts["open"], SAMPLES / self.texts[sample])
         self.program.wait_for_document()
         self.program.picture()
 
@@ -124,18 +141,19 @@ class Session:
 
     def keep(self, name, left, top, width, height):
         shot = self.desktop.stable_screen().part(left, top, width, height)
-        path = self.folder / f"{name}.png"
-        Picture(shot.width, shot.height, shot.stride, shot.data.translate(STEPS)).write_png(path)
+        path = self.folder / f"{name}-{self.language}.png"
+        Picture(shot.width, shot.height, shot.stride, shot.data.translate(STEPS)).write_small_png(path)
         print(path, path.stat().st_size)
 
-    def keep_window(self, name):
-        left, top, width, height = self.desktop.geometry(self.program.main)
+    def keep_window(self, name, window=None):
+        left, top, width, height = self.desktop.geometry(window or self.program.main)
         self.keep(name, left, top - TITLE_BAR, width, height + TITLE_BAR)
 
     def keep_toast(self, name):
-        wait_until(self.program.toast, "the toast")
+        """Takes the toast and what is around it."""
+        left, top, width, height = wait_until(self.program.toast, "the toast")
         self.desktop.stable_screen()
-        self.keep_window(name)
+        self.keep(name, left - 60, top - 60, width + 120, height + 120)
         wait_until(lambda: not self.program.toast(), "the end of the toast")
 
     def keep_views(self, name):
@@ -143,60 +161,73 @@ class Session:
         layout = self.program.layout()
         self.keep(name, layout.left, layout.top, layout.right - layout.left, layout.bottom - layout.top)
 
-    def keep_main_view(self, name):
+    def keep_cut(self, name):
+        """Takes the middle of the main view, in which the cut is."""
         layout = self.program.layout()
-        self.keep(name, layout.main_view, layout.top, layout.main_width, layout.bottom - layout.top)
+        height = layout.bottom - layout.top
+        self.keep(name, layout.main_view, layout.top + height // 4, layout.main_width, height // 2)
 
 
 def show_the_window(folder, language):
     with Session(folder, language) as session:
         program, desktop = session.program, session.desktop
-        session.keep_window(f"start-{language}")
+        session.keep_window("start")
 
-        session.open("long-chat.png")
+        session.open("chat")
         session.point_at_cut()
-        session.keep_window(f"window-{language}")
+        session.keep_window("window")
 
         session.leave_cut()
         program.activate(program.main)
         desktop.key("Alt_L")
         desktop.key("Right", "Down", "Down")
         left, top, _, _ = desktop.geometry(program.main)
-        session.keep(f"menu-{language}", left, top, 520, 400)
+        session.keep("menu", left, top, 520, 400)
         desktop.key("Escape", "Escape", "Escape")
 
         session.click_tools("layout", "numbers")
         program.picture()  # draws again, at the common scale of all pages
-        session.keep_window(f"columns-{language}")
+        session.keep_window("columns")
 
         with folder_of_fixed_name() as out:
             program.answer_file_dialog("ctrl+s", session.texts["save"], out / "chat.pdf")
-            session.keep_toast(f"saved-{language}")
+            session.keep_toast("saved")
+            show_in_viewer(session, out / "chat.pdf")
             program.answer_file_dialog("ctrl+o", session.texts["open"], out / "chat.pdf")
-            session.keep_toast(f"refused-{language}")
+            session.keep_toast("refused")
 
         program.activate(program.main)
         desktop.key("Alt_L")
         desktop.key("Right", "Right", "Down", "Return")
-        about = desktop.window(program.process, session.texts["about"])
+        about = desktop.window(program.process, ABOUT)
         desktop.stable_screen()
-        left, top, width, height = desktop.geometry(about)
-        session.keep(f"about-{language}", left, top - TITLE_BAR, width, height + TITLE_BAR)
+        session.keep_window("about", about)
 
 
-def show_hands(folder):
-    with Session(folder, "zh") as session:
+def show_in_viewer(session, file):
+    """Takes the first page of a written file in a program that is not ours."""
+    desktop = session.desktop
+    viewer = desktop.start(["xpdf", "-g", VIEWER_SIZE, "-z", "page", str(file)])
+    window = desktop.window_named(f"Xpdf: {file}")
+    desktop.xdotool("windowactivate", "--sync", window)
+    session.program.rest_pointer()
+    session.keep_window("pdf", window)
+    stop(viewer)
+
+
+def show_hands(folder, language):
+    with Session(folder, language) as session:
         program, desktop = session.program, session.desktop
-        session.open("long-chat.png")
+        session.open("chat")
         session.scroll_to_cut(0.5)
         session.point_at_cut()
-        session.keep_main_view("cut-pointed-at")
-        session.drag_cut(CUT_STEP)
-        session.keep_main_view("cut-dragged")
+        session.keep_cut("cut-pointed-at")
+        session.drag_cut(session.texts["cut step"])
+        session.keep_cut("cut-dragged")
         desktop.release()
         session.leave_cut()
         program.picture()
-        session.keep_main_view("cut-moved")
+        session.keep_cut("cut-moved")
 
         layout = program.layout()
         middle = layout.left + layout.left_width / 2, (layout.top + layout.bottom) / 2
@@ -207,30 +238,30 @@ def show_hands(folder):
         session.keep_views("page-chosen")
 
 
-def show_margins(folder):
-    with Session(folder, "zh") as session:
-        session.open("long-chat.png")
+def show_margins(folder, language):
+    with Session(folder, language) as session:
+        session.open("chat")
         session.click_tools("less margin", "less margin")
         session.keep_views("margin-0")
         session.click_tools(*["more margin"] * 6)
         session.keep_views("margin-30")
 
 
-def show_trim(folder):
-    with Session(folder, "zh") as session:
-        session.open("borders.png")
+def show_trim(folder, language):
+    with Session(folder, language) as session:
+        session.open("borders")
         session.keep_views("trim-before")
         session.click_tools("trim")
         session.scroll_to_top()
         session.keep_views("trim-after")
 
 
-def show_dark(folder, name, settings=None):
-    with Session(folder, "zh", settings) as session:
-        session.open("dark-chat.png")
+def show_dark(folder, language, name, settings=None):
+    with Session(folder, language, settings) as session:
+        session.open("dark")
         layout = session.program.layout()
         middle = layout.main_view + layout.main_width / 2
-        session.desktop.wheel_down(middle, (layout.top + layout.bottom) / 2, 3)
+        session.desktop.wheel_down(middle, layout.bottom - 20, 3)  # where no cut will be
         session.program.picture()
         session.keep_views(name)
 
@@ -240,11 +271,11 @@ def main():
     folder.mkdir(parents=True, exist_ok=True)
     for language in LANGUAGES:
         show_the_window(folder, language)
-    show_hands(folder)
-    show_margins(folder)
-    show_trim(folder)
-    show_dark(folder, "dark")
-    show_dark(folder, "dark-calm", {"cutrule": "calm"})
+        show_hands(folder, language)
+        show_margins(folder, language)
+        show_trim(folder, language)
+        show_dark(folder, language, "dark")
+        show_dark(folder, language, "dark-calm", {"cutrule": "calm"})
 
 
 main()

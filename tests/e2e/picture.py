@@ -1,5 +1,6 @@
 """Pictures as raw pixels: screenshots, pages of a PDF file, PNG files."""
 
+import pathlib
 import struct
 import zlib
 
@@ -66,20 +67,51 @@ class Picture:
             rows.append(self.data[start : start + width * 4])
         return Picture(width, height, width * 4, b"".join(rows))
 
-    def write_png(self, path):
-        lines = bytearray()
+    def rgb_rows(self):
+        """The rows as bytes, three for each pixel."""
         for y in range(self.height):
             row = self.data[y * self.stride : y * self.stride + self.width * 4]
             rgb = bytearray(self.width * 3)
             for channel in range(3):
                 rgb[channel::3] = row[2 - channel :: 4]
-            lines += b"\0" + rgb
-        header = struct.pack(">IIBBBBB", self.width, self.height, 8, 2, 0, 0, 0)
-        with open(path, "wb") as file:
-            file.write(b"\x89PNG\r\n\x1a\n")
-            for name, content in ((b"IHDR", header), (b"IDAT", zlib.compress(bytes(lines), 6)), (b"IEND", b"")):
-                check = zlib.crc32(name + content)
-                file.write(struct.pack(">I", len(content)) + name + content + struct.pack(">I", check))
+            yield bytes(rgb)
+
+    def write_png(self, path):
+        data = zlib.compress(b"".join(b"\0" + row for row in self.rgb_rows()), 6)
+        pathlib.Path(path).write_bytes(png_file(self.width, self.height, data))
+
+    def write_small_png(self, path):
+        """Writes the smallest of a few forms of the file, for pictures that are kept."""
+        rows = list(self.rgb_rows())
+        forms = [png_file(self.width, self.height, filtered(rows, above)) for above in (False, True)]
+        colors = sorted({row[i : i + 3] for row in rows for i in range(0, len(row), 3)})
+        if len(colors) <= 256:
+            index = {color: i for i, color in enumerate(colors)}
+            indexes = [bytes(index[row[i : i + 3]] for i in range(0, len(row), 3)) for row in rows]
+            forms.append(png_file(self.width, self.height, filtered(indexes, False), b"".join(colors)))
+        pathlib.Path(path).write_bytes(min(forms, key=len))
+
+
+def filtered(rows, above):
+    """Packed rows of a PNG file, as they are or as differences from the row above."""
+    last = bytes(len(rows[0]))
+    lines = []
+    for row in rows:
+        lines.append(b"\2" + bytes((a - b) & 255 for a, b in zip(row, last)) if above else b"\0" + row)
+        last = row
+    return zlib.compress(b"".join(lines), 9)
+
+
+def png_file(width, height, data, palette=b""):
+    """A PNG file of packed rows: colors, or indexes of a palette."""
+    chunks = [(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 3 if palette else 2, 0, 0, 0))]
+    if palette:
+        chunks.append((b"PLTE", palette))
+    chunks += [(b"IDAT", data), (b"IEND", b"")]
+    file = b"\x89PNG\r\n\x1a\n"
+    for name, content in chunks:
+        file += struct.pack(">I", len(content)) + name + content + struct.pack(">I", zlib.crc32(name + content))
+    return file
 
 
 def runs_of(flags):

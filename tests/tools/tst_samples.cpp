@@ -1,3 +1,4 @@
+#include "samples/chatscript.h"
 #include "samples/sampleimage.h"
 #include "support/imagecomparison.h"
 #include "support/testmain.h"
@@ -110,6 +111,9 @@ private slots:
     void toolWritesTheImage();
     void toolAddsABorder();
     void toolReducesColors();
+    void toolPaintsEnglishTexts_data();
+    void toolPaintsEnglishTexts();
+    void englishChatHasOnlyEnglishTexts();
     void toolNeedsNoScreen();
     void toolRefuses_data();
     void toolRefuses();
@@ -461,6 +465,43 @@ void TestSamples::toolReducesColors()
     }
 }
 
+void TestSamples::toolPaintsEnglishTexts_data()
+{
+    QTest::addColumn<SampleKind>("kind");
+    QTest::newRow("chat") << SampleKind::Chat;
+    QTest::newRow("gray") << SampleKind::Gray;
+}
+
+void TestSamples::toolPaintsEnglishTexts()
+{
+    QFETCH(SampleKind, kind);
+    const QTemporaryDir dir;
+    const ToolRun run = runTool(
+        {u"--kind"_s, QString::fromUtf8(QTest::currentDataTag()), u"--size=300x900"_s, u"--english"_s, u"a.png"_s},
+        dir.path(), QProcessEnvironment::systemEnvironment());
+    QCOMPARE(run.code, 0);
+    const QImage image(dir.filePath(u"a.png"_s));
+    SampleParams params{kind, 300, 900};
+    QVERIFY(image != makeSampleImage(params));
+    params.english = true;
+    QCOMPARE(firstDifference(image, makeSampleImage(params)), QString());
+}
+
+void TestSamples::englishChatHasOnlyEnglishTexts()
+{
+    QStringList texts{QString::fromUtf16(englishChat.groupName), QString::fromUtf16(englishChat.prompt)};
+    for (const char16_t *member : englishChat.members) {
+        texts.append(QString::fromUtf16(member));
+    }
+    for (const Said &said : englishChat.conversation) {
+        texts.append(QString::fromUtf16(said.text));
+    }
+    QCOMPARE_GE(texts.size(), 40);
+    for (const QString &text : texts) {
+        QVERIFY2(std::all_of(text.begin(), text.end(), [](QChar sign) { return sign <= u'\u00ff'; }), qPrintable(text));
+    }
+}
+
 void TestSamples::toolNeedsNoScreen()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -493,6 +534,7 @@ void TestSamples::toolRefuses_data()
         add(u"--rim %1 a.png"_s.arg(rim), 2, u"bad rim \"%1\""_s.arg(rim));
     }
     add(u"--kind palette --indexed a.png"_s, 2, u"already has 249 colors"_s);
+    add(u"--kind table --english a.png"_s, 2, u"chat, dark, web, palette and gray"_s);
     add(u"--kind palette --rim 5 a.png"_s, 2, u"takes no rim"_s);
     add(u"--orientation 2 a.png"_s, 2, u"jpeg-orientation alone"_s);
     add(u"--kind jpeg-orientation --orientation 9 a.jpg"_s, 2, u"bad orientation \"9\""_s);

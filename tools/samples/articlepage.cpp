@@ -15,6 +15,12 @@ constexpr std::array headings = {
     u"雨后的集市", u"Notes on light and weather",     u"傍晚的桥",   u"What to bring next time",
 };
 
+constexpr std::array englishHeadings = {
+    u"The bank in the morning",   u"A short history of the towpath", u"Plants along the way",
+    u"How we counted the birds",  u"The market after the rain",      u"Notes on light and weather",
+    u"The bridge in the evening", u"What to bring next time",
+};
+
 constexpr std::array sentences = {
     u"天刚亮的时候，河面上有一层薄薄的雾，远处的桥只剩下一个轮廓。",
     u"走在石板路上，能听见水流声，还有早起的人打开木窗的声音。",
@@ -50,10 +56,11 @@ constexpr std::array codeLines = {
 class ArticlePage
 {
 public:
-    ArticlePage(Sample &target, quint32 seed, ArticleStyle articleStyle)
+    ArticlePage(Sample &target, const SampleParams &params, ArticleStyle articleStyle)
         : sample(target)
         , style(articleStyle)
-        , random(seed)
+        , english(params.english)
+        , random(params.seed)
         , scale(target.image.width() / 1080.0)
     {
     }
@@ -72,6 +79,7 @@ private:
 
     Sample &sample;
     ArticleStyle style;
+    bool english;
     Random random;
     double scale;
     int count = 0; // blocks so far
@@ -96,13 +104,16 @@ Block ArticlePage::nextBlock()
 {
     const int step = count++;
     if (step == 0) {
-        return textBlock(u"河边的一天 · A Day by the River"_s, textFont(px(54), QFont::Bold), px(84), px(110));
+        return textBlock(english ? u"A Day by the River"_s : u"河边的一天 · A Day by the River"_s,
+                         textFont(px(54), QFont::Bold), px(84), px(110));
     }
     if (step == 1) {
-        return textBlock(u"文字与图片：河岸散步小组  ·  8 min read"_s, textFont(px(32)), px(52), px(20), 0x7d848e);
+        const QString byline =
+            english ? u"The river walkers  ·  8 min read"_s : u"文字与图片：河岸散步小组  ·  8 min read"_s;
+        return textBlock(byline, textFont(px(32)), px(52), px(20), 0x7d848e);
     }
     const auto part = size_t(step - 2);
-    const QString heading = QString::fromUtf16(headings[part / 6 % headings.size()]);
+    const QString heading = QString::fromUtf16((english ? englishHeadings : headings)[part / 6 % headings.size()]);
     switch (part % 6) {
     case 0:
         return textBlock(heading, textFont(px(48), QFont::Bold), px(72), px(72));
@@ -113,7 +124,9 @@ Block ArticlePage::nextBlock()
         break;
     case 4:
         if (style != ArticleStyle::TextOnly) {
-            return part / 6 % 2 == 0 ? codeBlock() : quoteBlock(QString::fromUtf16(sentences[part / 6 % 8]));
+            return part / 6 % 2 == 0
+                ? codeBlock()
+                : quoteBlock(QString::fromUtf16((english ? englishSentences : sentences)[part / 6 % 8]));
         }
         break;
     default:
@@ -181,19 +194,19 @@ Block ArticlePage::codeBlock() const
 
 QString ArticlePage::paragraph()
 {
-    const bool english = random.below(2) == 0;
+    const bool inEnglish = random.below(2) == 0 || english;
     int index = random.below(8);
     QStringList picked;
     for (int left = 3 + random.below(3); left > 0; --left) {
-        picked.append(QString::fromUtf16(english ? englishSentences[size_t(index)] : sentences[size_t(index)]));
+        picked.append(QString::fromUtf16((inEnglish ? englishSentences : sentences)[size_t(index)]));
         index = (index + 1 + random.below(2)) % 8;
     }
-    return picked.join(english ? u" "_s : QString());
+    return picked.join(inEnglish ? u" "_s : QString());
 }
 
 } // namespace
 
-void paintArticle(Sample &sample, quint32 seed, ArticleStyle style)
+void paintArticle(Sample &sample, const SampleParams &params, ArticleStyle style)
 {
-    ArticlePage(sample, seed, style).paint();
+    ArticlePage(sample, params, style).paint();
 }

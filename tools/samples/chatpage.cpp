@@ -58,10 +58,11 @@ void paintPhoto(QPainter &painter, const QRectF &rect, int radius, quint32 numbe
 class ChatPage
 {
 public:
-    ChatPage(Sample &target, quint32 number, ChatTheme chatTheme)
+    ChatPage(Sample &target, const SampleParams &params, ChatTheme chatTheme)
         : sample(target)
+        , script(params.english ? englishChat : chineseChat)
         , colors(themeColors(chatTheme))
-        , seed(number)
+        , seed(params.seed)
         , scale(target.image.width() / 1080.0)
     {
     }
@@ -86,6 +87,7 @@ private:
     void paintBubble(QPainter &painter, const QRectF &rect, bool own, bool first) const;
 
     Sample &sample;
+    const ChatScript &script;
     const Theme &colors;
     quint32 seed;
     double scale;
@@ -107,7 +109,7 @@ void ChatPage::paint()
         Band band(sample, 0, header);
         paintHeader(band);
     }
-    position = (seed - 1) % conversation.size();
+    position = (seed - 1) % script.conversation.size();
     stackBlocks(sample, header + px(10), height - footer - px(36), [this] { return nextBlock(); });
     Band band(sample, height - footer, footer);
     paintFooter(band);
@@ -115,8 +117,8 @@ void ChatPage::paint()
 
 Block ChatPage::nextBlock()
 {
-    const Said &said = conversation[position];
-    position = (position + 1) % conversation.size();
+    const Said &said = script.conversation[position];
+    position = (position + 1) % script.conversation.size();
     const int before = std::exchange(lastWho, said.what == Said::Time ? -1 : said.who);
     if (said.what == Said::Time) {
         return timeBlock(QString::fromUtf16(said.text));
@@ -183,7 +185,7 @@ void ChatPage::paintMessage(Band &band, const Message &message) const
         paintAvatar(painter, QPointF(own ? band.width() - px(86) : px(86), px(36 + 54)), said.who);
     }
     if (message.first && !own) {
-        const QString name = QString::fromUtf16(members[size_t(said.who)]);
+        const QString name = QString::fromUtf16(script.members[size_t(said.who)]);
         band.drawLine(name, textFont(px(30)), colors.muted, body.left() + px(4), px(36 + 18));
     }
     switch (said.what) {
@@ -230,7 +232,7 @@ void ChatPage::paintHeader(Band &band) const
     painter.drawRoundedRect(battery, px(10), px(10));
 
     const QFont font = textFont(px(46), QFont::Bold);
-    const QString title = QString::fromUtf16(groupName);
+    const QString title = QString::fromUtf16(script.groupName);
     band.drawLine(title, font, colors.text, (w - QFontMetricsF(font).horizontalAdvance(title)) / 2, px(148));
     painter.setPen(QPen(colors.text, px(6), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.drawPolyline(QPolygon({{px(72), px(126)}, {px(50), px(148)}, {px(72), px(170)}}));
@@ -251,7 +253,8 @@ void ChatPage::paintFooter(Band &band) const
     painter.setPen(QPen(colors.hairline, px(2)));
     const QRectF field(px(128), px(26), w - px(128) - px(224), px(92));
     painter.drawRoundedRect(field, px(46), px(46));
-    band.drawLine(u"说点什么…"_s, textFont(px(38)), colors.muted, field.left() + px(36), field.center().y());
+    band.drawLine(QString::fromUtf16(script.prompt), textFont(px(38)), colors.muted, field.left() + px(36),
+                  field.center().y());
 
     painter.setBrush(Qt::NoBrush);
     const QPen pen(colors.text, px(5), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
@@ -368,7 +371,7 @@ void ChatPage::paintBubble(QPainter &painter, const QRectF &rect, bool own, bool
 
 } // namespace
 
-void paintChat(Sample &sample, quint32 seed, ChatTheme theme)
+void paintChat(Sample &sample, const SampleParams &params, ChatTheme theme)
 {
-    ChatPage(sample, seed, theme).paint();
+    ChatPage(sample, params, theme).paint();
 }

@@ -1,21 +1,19 @@
 #pragma once
 
 #include <array>
+#include <span>
 
 /// One entry of the conversation that the chat samples show.
 struct Said
 {
     enum What { Time, Text, Photo, TallPhoto, Smile, Voice, Link };
 
-    int who; ///< index into `members`; 0 is the owner of the phone
+    int who; ///< index into ChatScript::members; 0 is the owner of the phone
     What what;
     const char16_t *text; ///< for Voice, the seconds; for Link, title and text separated by "|"
 };
 
-constexpr std::array<const char16_t *, 5> members = {u"", u"林晓", u"Emma", u"大川", u"阿宁"};
-constexpr const char16_t *groupName = u"周末徒步小队 (5)";
-
-constexpr std::array conversation = {
+constexpr std::array chineseConversation = {
     Said{0, Said::Time, u"周四 19:42"},
     Said{1, Said::Text, u"这个周末天气不错，周六一起爬山吗？"},
     Said{3, Said::Text, u"去！刚买了新的登山鞋，正好试一试。"},
@@ -95,3 +93,70 @@ constexpr std::array conversation = {
     Said{2, Said::Text, u"See you all there!"},
     Said{1, Said::Text, u"那就说定了，大家好好休息，下周见。"},
 };
+
+constexpr std::array englishConversation = {
+    Said{0, Said::Time, u"Thursday 19:42"},
+    Said{1, Said::Text, u"The forecast for the weekend is good. Shall we go hiking on Saturday?"},
+    Said{3, Said::Text, u"Yes! I have new boots to try out."},
+    Said{2, Said::Text, u"Count me in! Which trail are we taking this time?"},
+    Said{1, Said::Text,
+         u"The old packhorse track: up from Stone Bridge, over the saddle, and down past the tea garden. Twelve "
+         u"kilometres and six hundred metres of climbing, with lunch in the shelter at the top."},
+    Said{0, Said::Link, u"Packhorse track: the map|12.4 km · 610 m up · about 5 hours"},
+    Said{0, Said::Text, u"I found a map. Medium difficulty, and water in two places."},
+    Said{4, Said::Text, u"Looks great, I am coming."},
+    Said{2, Said::Text,
+         u"Twelve kilometres is fine for me. I only need to be back before seven, we have dinner with my parents."},
+    Said{1, Said::Text, u"No problem. We will be down by four."},
+    Said{0, Said::Time, u"Thursday 20:15"},
+    Said{3, Said::Text, u"I can drive. There is room for four more."},
+    Said{0, Said::Text, u"Perfect, then we all go in your car."},
+    Said{0, Said::Text, u"Half past seven at the east exit of the station?"},
+    Said{4, Said::Text, u"Fine. I will bring breakfast: rolls, and something hot to drink."},
+    Said{2, Said::Text, u"You are an angel."},
+    Said{2, Said::Smile, u""},
+    Said{1, Said::Voice, u"12"},
+    Said{3, Said::Text, u"Got it. I will take a small stove, and we will make tea at the top."},
+    Said{0, Said::Text,
+         u"Packing list so far: water (2 L each), rain jacket, hat, sun cream, some snacks, and a power bank."},
+    Said{4, Said::Text, u"One more thing: bags, so that we leave no litter behind."},
+    Said{0, Said::Time, u"Friday 12:08"},
+    Said{4, Said::Text, u"Tomorrow starts cloudy and clears up later. Twenty-two degrees at most, and little wind."},
+    Said{4, Said::Text, u"It is cold up there in the morning, so everybody take another layer."},
+    Said{2, Said::Text, u"Perfect hiking weather!"},
+    Said{3, Said::Text, u"The tank is full, and the trunk is empty."},
+    Said{0, Said::Text, u"I am buying fruit tonight. Oranges for anyone?"},
+    Said{1, Said::Text, u"Two for me."},
+    Said{2, Said::Text, u"Oranges, please. And maybe a few bananas."},
+    Said{0, Said::Time, u"Saturday 07:21"},
+    Said{3, Said::Text, u"I am here, under the tree across from the exit."},
+    Said{4, Said::Text, u"Three more minutes. The rolls are still warm."},
+    Said{0, Said::Text, u"On the escalator now."},
+    Said{0, Said::Time, u"Saturday 10:36"},
+    Said{1, Said::Photo, u""},
+    Said{1, Said::Text, u"The first lookout. The clouds are still there."},
+    Said{2, Said::TallPhoto, u""},
+    Said{2, Said::Text, u"Look at these layers. I could stay here all day."},
+    Said{0, Said::Text, u"Forty minutes to the saddle, and then we rest."},
+    Said{3, Said::Voice, u"7"},
+    Said{4, Said::Text, u"Wait for me, I am taking pictures of flowers."},
+    Said{0, Said::Time, u"Saturday 18:30"},
+    Said{4, Said::Text, u"Home again. My legs hurt, but what a day!"},
+    Said{2, Said::Text, u"Home too, just in time for dinner."},
+    Said{3, Said::Text, u"I will sort the photos tonight and put them into the album."},
+    Said{0, Said::Text, u"Thank you for driving! Next time it is my turn."},
+};
+
+/// What a chat shows.
+struct ChatScript
+{
+    std::array<const char16_t *, 5> members;
+    const char16_t *groupName;
+    const char16_t *prompt; ///< in the empty field for the next message
+    std::span<const Said> conversation;
+};
+
+constexpr ChatScript chineseChat = {
+    {u"", u"林晓", u"Emma", u"大川", u"阿宁"}, u"周末徒步小队 (5)", u"说点什么…", chineseConversation};
+constexpr ChatScript englishChat = {
+    {u"", u"Laura", u"Emma", u"David", u"Anna"}, u"Weekend hikers (5)", u"Message", englishConversation};

@@ -52,6 +52,20 @@ QImage finished(QImage image, const Finish &finish)
     return image;
 }
 
+bool hasEnglishTexts(SampleKind kind)
+{
+    switch (kind) {
+    case SampleKind::Chat:
+    case SampleKind::Dark:
+    case SampleKind::Web:
+    case SampleKind::Palette:
+    case SampleKind::Gray:
+        return true;
+    default:
+        return false;
+    }
+}
+
 /// Reads options into \a params and the operand into \a file. Returns an error
 /// message; empty if there is none.
 QString readArguments(const QCommandLineParser &parser, SampleParams &params, QString &file)
@@ -83,6 +97,10 @@ QString readArguments(const QCommandLineParser &parser, SampleParams &params, QS
     if (!jpeg && parser.isSet(u"orientation"_s)) {
         return u"--orientation is for the kind jpeg-orientation alone"_s;
     }
+    params.english = parser.isSet(u"english"_s);
+    if (params.english && !hasEnglishTexts(params.kind)) {
+        return u"--english is for the kinds chat, dark, web, palette and gray"_s;
+    }
 
     if (parser.positionalArguments().size() != 1) {
         return u"give the name of one file to write"_s;
@@ -112,6 +130,7 @@ int main(int argc, char *argv[])
         {u"seed"_s, u"Different numbers give different images."_s, u"number"_s, u"1"_s},
         {u"rim"_s, u"Blank rows and columns around the image, 0 to 1000."_s, u"pixels"_s, u"0"_s},
         {u"indexed"_s, u"Saves the image with 249 colors, in a smaller file."_s},
+        {u"english"_s, u"Only English texts, for chats and articles."_s},
         {u"orientation"_s, u"EXIF orientation for the kind jpeg-orientation, 1 to 8."_s, u"tag"_s, u"1"_s},
     });
     parser.addPositionalArgument(u"file"_s, u"The PNG file to write; a JPEG file for the kind jpeg-orientation."_s);

@@ -6,13 +6,13 @@
 // functions paint it and add its text lines.
 
 enum class ChatTheme { Light, Dark };
-void paintChat(Sample &sample, quint32 seed, ChatTheme theme);
+void paintChat(Sample &sample, const SampleParams &params, ChatTheme theme);
 
 enum class ArticleStyle {
     Illustrated, ///< with pictures, quotes and code
     Cutout, ///< the same, with transparent columns on the left and right
     TextOnly,
 };
-void paintArticle(Sample &sample, quint32 seed, ArticleStyle style);
+void paintArticle(Sample &sample, const SampleParams &params, ArticleStyle style);
 
 void paintTable(Sample &sample, quint32 seed);

@@ -178,20 +178,20 @@ Sample makeSample(const SampleParams &params)
     }
     switch (params.kind) {
     case SampleKind::Chat:
-        paintChat(sample, params.seed, ChatTheme::Light);
+        paintChat(sample, params, ChatTheme::Light);
         break;
     case SampleKind::Dark:
-        paintChat(sample, params.seed, ChatTheme::Dark);
+        paintChat(sample, params, ChatTheme::Dark);
         break;
     case SampleKind::Web:
-        paintArticle(sample, params.seed, ArticleStyle::Illustrated);
+        paintArticle(sample, params, ArticleStyle::Illustrated);
         break;
     case SampleKind::Palette:
-        paintArticle(sample, params.seed, ArticleStyle::Cutout);
+        paintArticle(sample, params, ArticleStyle::Cutout);
         sample.image = toPalette(sample.image);
         break;
     case SampleKind::Gray:
-        paintArticle(sample, params.seed, ArticleStyle::TextOnly);
+        paintArticle(sample, params, ArticleStyle::TextOnly);
         break;
     case SampleKind::Alpha:
         fillAlpha(sample.image, params.seed);

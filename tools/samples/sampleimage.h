@@ -28,6 +28,7 @@ struct SampleParams
     int height = 12000; ///< pixels, 1 and more
     quint32 seed = 1;
     int orientation = 1; ///< EXIF orientation, 1 to 8; only for JpegOrientation
+    bool english = false; ///< only English texts, in a chat or an article; else Chinese ones, too
 };
 
 struct Sample
