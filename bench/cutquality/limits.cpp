@@ -19,7 +19,6 @@ constexpr std::array exceptions{
     Exception{"subtitles", 7},
     Exception{"dark chat", 7},
     Exception{"JPEG dark chat", 7},
-    Exception{"film frames", 7},
     Exception{"strips of subtitles", 25},
 };
 

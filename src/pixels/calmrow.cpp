@@ -1,10 +1,12 @@
 #include "pixels/calmrow.h"
 
+#include "pixels/averagedrows.h"
 #include "pixels/pictureedge.h"
 #include "pixels/rowruns.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -15,10 +17,15 @@ namespace {
 constexpr int nearLoss = 5;
 constexpr int farLoss = 20;
 
+// So many rows beyond the reach tell what ends there.
+constexpr int rowsBeyond = 8;
+
 // By so many octaves rows beside a gap must be busier than its calmest one.
 constexpr int usualRise = 2;
 constexpr int riseOfEqualRows = 4;
 constexpr int riseOfSingleRow = 5;
+
+constexpr int anyLevel = std::numeric_limits<int>::max();
 
 /// Whether one of the rows \a beside a gap, or the change from one row to the
 /// next at \a seam, where the gap ends, reaches \a level.
@@ -34,12 +41,8 @@ bool isBusy(const RowProfile &profile, const RowRun &beside, int seam, int level
 bool hasSharpEnds(const RowProfile &profile, const RowRun &gap, int rise)
 {
     constexpr int rowsBeside = 3;
-    constexpr int leastAtWindowEnd = 8;
     const bool isAtTop = gap.first == 0;
     const bool isAtBottom = gap.end == profile.height;
-    if (gap.length() < leastAtWindowEnd && (isAtTop || isAtBottom)) {
-        return false;
-    }
     const RowRun above{std::max(0, gap.first - rowsBeside), gap.first};
     const RowRun below{gap.end, std::min(profile.height, gap.end + rowsBeside)};
     const int busy = lowestLevel(profile, gap) + rise * RowProfile::octave;
@@ -64,9 +67,11 @@ bool isPlain(const ChannelRows &source, const RowProfile &profile, const RowRun 
     return change <= width * (4 + length * length / 50);
 }
 
-CalmRow throughMiddle(const RowProfile &profile, const RowRun &gap, CalmRow::Ground ground)
+/// The cut through the middle of \a gap, or of those of its rows that \a pull allows.
+CalmRow throughMiddle(const RowProfile &profile, const RowRun &gap, const RowPull &pull, CalmRow::Ground ground)
 {
-    return {profile.top + gap.middle(), gap.length(), ground};
+    const int row = std::clamp(profile.top + gap.middle(), pull.regular - pull.farthest, pull.regular + pull.farthest);
+    return {row, gap.length(), ground};
 }
 
 /// Whether \a gap, a run of equal rows, is no chance of a picture or a ruled
@@ -80,9 +85,28 @@ bool isGapOfEqualRows(const ChannelRows &source, const RowProfile &profile, cons
         && !isHairline(source, profile, gap.first);
 }
 
-/// The cut in the best gap of equal rows that is hardly busier than the calmest of
-/// them.
-std::optional<CalmRow> cutInEqualRows(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
+/// The level of the rows across the end of \a gap at row \a y.
+int levelBeyond(const RowProfile &profile, const RowRun &gap, int y)
+{
+    return profile.row[size_t(y == gap.end ? y + 1 : y - 2)]; // not the row of the change itself
+}
+
+/// The cut where one end of \a gap is the edge of a picture, with rows of at most
+/// the level \a busiest beyond it.
+std::optional<CalmRow> edgeAt(const ChannelRows &source, const RowProfile &profile, const RowRun &gap,
+                              const RowPull &pull, int busiest)
+{
+    for (const int end : {gap.first, gap.end}) {
+        if (pull.allows(profile.top + end) && isPictureEdge(source, profile, end)
+            && levelBeyond(profile, gap, end) <= busiest) {
+            return CalmRow{profile.top + end, 0, CalmRow::Edge};
+        }
+    }
+    return std::nullopt;
+}
+
+/// The first gap of equal rows that is hardly busier than the calmest of them.
+std::optional<RowRun> gapOfEqualRows(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
 {
     std::vector<RowRun> gaps = bestGaps(profile, RowJoin::Equal, pull);
     std::erase_if(gaps, [&](const RowRun &gap) { return !isGapOfEqualRows(source, profile, gap); });
@@ -92,21 +116,32 @@ std::optional<CalmRow> cutInEqualRows(const ChannelRows &source, const RowProfil
     const auto level = [&](const RowRun &gap) { return lowestLevel(profile, gap); };
     const auto isCalmer = [&](const RowRun &a, const RowRun &b) { return level(a) < level(b); };
     const int busiest = level(*std::min_element(gaps.begin(), gaps.end(), isCalmer)) + 2 * RowProfile::octave;
-    const auto best = std::find_if(gaps.begin(), gaps.end(), [&](const RowRun &gap) { return level(gap) <= busiest; });
-    return throughMiddle(profile, *best, CalmRow::Clear);
+    return *std::find_if(gaps.begin(), gaps.end(), [&](const RowRun &gap) { return level(gap) <= busiest; });
+}
+
+/// The cut through the best gap of equal rows. If rows as calm begin at one of its
+/// ends, both may be parts of pictures, and the cut goes there.
+std::optional<CalmRow> cutInEqualRows(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
+{
+    const auto gap = gapOfEqualRows(source, profile, pull);
+    if (!gap) {
+        return std::nullopt;
+    }
+    const int calm = lowestLevel(profile, *gap) + usualRise * RowProfile::octave;
+    const auto edge = edgeAt(source, profile, *gap, pull, calm);
+    return edge ? edge : throughMiddle(profile, *gap, pull, CalmRow::Clear);
 }
 
 /// The cut at \a gap if it goes through nothing: in plain ground, or where one
 /// end of the gap is that of a picture.
-std::optional<CalmRow> clearCutAt(const ChannelRows &source, const RowProfile &profile, const RowRun &gap)
+std::optional<CalmRow> clearCutAt(const ChannelRows &source, const RowProfile &profile, const RowRun &gap,
+                                  const RowPull &pull)
 {
-    for (const int end : {gap.first, gap.end}) {
-        if (isPictureEdge(source, profile, end)) {
-            return CalmRow{profile.top + end, 0, CalmRow::Edge};
-        }
+    if (const auto edge = edgeAt(source, profile, gap, pull, anyLevel)) {
+        return edge;
     }
     if (hasSharpEnds(profile, gap, usualRise) && isPlain(source, profile, gap)) {
-        return throughMiddle(profile, gap, CalmRow::Clear);
+        return throughMiddle(profile, gap, pull, CalmRow::Clear);
     }
     return std::nullopt;
 }
@@ -121,18 +156,21 @@ struct FoundCut
 FoundCut cutInAlikeRows(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
 {
     const std::vector<RowRun> gaps = bestGaps(profile, RowJoin::Alike, pull);
+    if (gaps.empty()) {
+        return {{pull.regular, 0, CalmRow::Content}, false};
+    }
     const auto isGap = [&](const RowRun &gap) {
         return hasSharpEnds(profile, gap, usualRise) && gap.length() < profile.height;
     };
     for (const RowRun &gap : gaps) {
-        if (const auto cut = clearCutAt(source, profile, gap)) {
+        if (const auto cut = clearCutAt(source, profile, gap, pull)) {
             return {*cut, true};
         }
         if (isGap(gap)) {
             break;
         }
     }
-    return {throughMiddle(profile, gaps.front(), isGap(gaps.front()) ? CalmRow::Busy : CalmRow::Content), false};
+    return {throughMiddle(profile, gaps.front(), pull, isGap(gaps.front()) ? CalmRow::Busy : CalmRow::Content), false};
 }
 
 FoundCut findCut(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
@@ -141,46 +179,75 @@ FoundCut findCut(const ChannelRows &source, const RowProfile &profile, const Row
     return equal ? FoundCut{*equal, true} : cutInAlikeRows(source, profile, pull);
 }
 
-/// The row of the window with the lowest level, the nearest of several.
-int calmestRow(const RowProfile &profile, int regular)
+/// The allowed row with the lowest level, the nearest of several.
+int calmestRow(const RowProfile &profile, const RowPull &pull)
 {
     const auto isCalmer = [&](int a, int b) {
         const int difference = profile.row[size_t(a)] - profile.row[size_t(b)];
-        const int wanted = regular - profile.top;
+        const int wanted = pull.regular - profile.top;
         return difference < 0 || (difference == 0 && std::abs(a - wanted) < std::abs(b - wanted));
     };
-    int calmest = 0;
-    for (int y = 1; y < profile.height; ++y) {
-        calmest = isCalmer(y, calmest) ? y : calmest;
+    int calmest = -1;
+    for (int y = 0; y < profile.height; ++y) {
+        const bool isBest = pull.allows(profile.top + y) && (calmest < 0 || isCalmer(y, calmest));
+        calmest = isBest ? y : calmest;
     }
     return calmest;
 }
 
 /// \a best, or the calmest rows if they are far calmer than that.
-CalmRow orCalmestRows(const RowProfile &profile, const CalmRow &best, int regular)
+CalmRow orCalmestRows(const RowProfile &profile, const CalmRow &best, const RowPull &pull)
 {
-    const int calmest = calmestRow(profile, regular);
+    const int calmest = calmestRow(profile, pull);
     const int level = profile.row[size_t(best.row - profile.top)];
     if (profile.row[size_t(calmest)] > level - 2 * RowProfile::octave) {
         return best;
     }
-    return throughMiddle(profile, gapAround(profile, RowJoin::Alike, calmest), CalmRow::Busy);
+    return throughMiddle(profile, gapAround(profile, RowJoin::Alike, calmest), pull, CalmRow::Busy);
 }
 
-/// A clear gap is worth the way; then the edge of a picture; then the best gap,
-/// or the calmest rows.
+/// Whether even the calmest rows are full of noise, as after dithering.
+bool isNoiseEverywhere(const RowProfile &profile)
+{
+    constexpr int octavesOfNoise = 8;
+    return lowestLevel(profile, {0, profile.height}) >= blankLevel() + octavesOfNoise * RowProfile::octave;
+}
+
+/// The clear gap that shows when the noise of the rows of \a profile is averaged out.
+std::optional<CalmRow> cutBelowNoise(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
+{
+    if (!isNoiseEverywhere(profile) || pull.farthest <= averagedSide) {
+        return std::nullopt;
+    }
+    const QImage averages = averagedRows(source.rows(profile.top, profile.height), source.pixelBytes());
+    const int shift = profile.top + averagedSide / 2;
+    const RowPull shifted{pull.regular - shift, pull.farthest - averagedSide, pull.reach, pull.loss};
+    const ChannelRows rows(averages);
+    const CalmRow cut = findCut(rows, profileOf(rows, 0, averages.height()), shifted).cut;
+    if (cut.ground != CalmRow::Clear) {
+        return std::nullopt;
+    }
+    return CalmRow{cut.row + shift, cut.gap + averagedSide - 1, CalmRow::Clear};
+}
+
+/// A clear gap is worth the way; then the edge of a picture; then a gap below noise;
+/// then the best gap, or the calmest rows.
 CalmRow cutInFarReach(const ChannelRows &source, const RowProfile &profile, const CutPlace &place)
 {
-    const FoundCut found = findCut(source, profile, {place.regular, place.near, farLoss});
+    const RowPull pull{place.regular, std::max(place.near, place.far), place.near, farLoss};
+    const FoundCut found = findCut(source, profile, pull);
     if (found.isClear) {
         return found.cut;
     }
-    const int edge = nearestPictureEdge(source, profile, place.regular);
+    const int edge = nearestPictureEdge(source, profile, pull);
     if (edge >= 0) {
         return {profile.top + edge, 0, CalmRow::Edge};
     }
-    const FoundCut nearer = findCut(source, profile, {place.regular, place.near, nearLoss});
-    return orCalmestRows(profile, nearer.cut, place.regular);
+    if (const auto cut = cutBelowNoise(source, profile, pull)) {
+        return *cut;
+    }
+    const RowPull nearer{place.regular, pull.farthest, place.near, nearLoss};
+    return orCalmestRows(profile, findCut(source, profile, nearer).cut, nearer);
 }
 
 /// The rows of an image of \a height rows within \a reach of \a regular.
@@ -208,15 +275,15 @@ CutPlace cutPlace(double regular, double stripHeight)
 CalmRow calmRow(const QImage &source, const CutPlace &place)
 {
     const ChannelRows rows(source);
-    const RowRun window = rowsAround(source.height(), place.regular, place.near);
-    if (window.length() == 0) {
+    if (rowsAround(source.height(), place.regular, place.near).length() == 0) {
         return {place.regular, 0, CalmRow::Content};
     }
+    const RowRun window = rowsAround(source.height(), place.regular, place.near + rowsBeyond);
     const RowProfile near = profileOf(rows, window.first, window.end);
-    const FoundCut found = findCut(rows, near, {place.regular, place.near, nearLoss});
+    const FoundCut found = findCut(rows, near, {place.regular, place.near, place.near, nearLoss});
     if (found.isClear) {
         return found.cut;
     }
-    const RowRun reach = rowsAround(source.height(), place.regular, std::max(place.near, place.far));
+    const RowRun reach = rowsAround(source.height(), place.regular, std::max(place.near, place.far) + rowsBeyond);
     return cutInFarReach(rows, grown(rows, near, reach), place);
 }

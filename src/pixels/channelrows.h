@@ -12,6 +12,7 @@ public:
     explicit ChannelRows(const QImage &image);
 
     int width() const { return source.width(); }
+    int height() const { return source.height(); }
     int pixelBytes() const { return isGray ? 1 : 4; }
     /// What a squared difference counts: that of a gray level stands for three.
     quint64 weight() const { return isGray ? 3 : 1; }

@@ -29,15 +29,15 @@ quint64 changeBeside(const RowProfile &profile, int y)
     return std::min(greatestChange(profile, y - 3, y - 1), greatestChange(profile, y + 1, y + 3));
 }
 
-/// Whether the pixels differ at both sides of a line of at most
+/// Whether most pixels differ at both sides of a line of at most
 /// thickestHairline rows that begins or ends at row \a y. In text on plain
-/// ground they do not.
+/// ground they do not, nor where handwriting runs along a ruled line.
 bool differsBeyondHairline(const ChannelRows &source, int y, quint64 least)
 {
-    const int some = source.width() * 2 / 5;
+    const int most = source.width() * 3 / 5;
     for (int distance = 2; distance <= thickestHairline; ++distance) {
-        if (source.changedPixels(y - distance, y, least) <= some
-            || source.changedPixels(y - 1, y - 1 + distance, least) <= some) {
+        if (source.changedPixels(y - distance, y, least) <= most
+            || source.changedPixels(y - 1, y - 1 + distance, least) <= most) {
             return false;
         }
     }
@@ -64,13 +64,13 @@ bool isPictureEdge(const ChannelRows &source, const RowProfile &profile, int y)
         && changesAcross(source, profile.top + y, beside);
 }
 
-int nearestPictureEdge(const ChannelRows &source, const RowProfile &profile, int regular)
+int nearestPictureEdge(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
 {
-    const int wanted = regular - profile.top;
+    const int wanted = pull.regular - profile.top;
     int best = -1;
     for (int y = 1; y < profile.height; ++y) {
         const bool isNearer = best < 0 || std::abs(y - wanted) < std::abs(best - wanted);
-        if (isNearer && isPictureEdge(source, profile, y)) {
+        if (isNearer && pull.allows(profile.top + y) && isPictureEdge(source, profile, y)) {
             best = y;
         }
     }

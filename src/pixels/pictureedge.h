@@ -1,6 +1,6 @@
 #pragma once
 
-#include "pixels/rowprofile.h"
+#include "pixels/rowruns.h"
 
 // All of them compare pixels of \a source, of which \a profile is one; \a y is
 // counted from the top of the window.
@@ -9,9 +9,9 @@
 /// ends of the window, where too few rows are known.
 bool isPictureEdge(const ChannelRows &source, const RowProfile &profile, int y);
 
-/// The row of the window nearest to the source row \a regular at which another
-/// picture begins; -1 if there is none.
-int nearestPictureEdge(const ChannelRows &source, const RowProfile &profile, int regular);
+/// The row of the window nearest to the regular one of those that \a pull allows at
+/// which another picture begins; -1 if there is none.
+int nearestPictureEdge(const ChannelRows &source, const RowProfile &profile, const RowPull &pull);
 
 /// Whether row \a y is a line one row thick: unlike the rows beside it, which are
 /// alike.

@@ -111,8 +111,10 @@ std::vector<qint64> valueOfRows(const RowProfile &profile, RowJoin join, const R
     std::vector<qint64> values;
     values.reserve(profile.row.size());
     for (int y = 0; y < profile.height; ++y) {
-        values.push_back(qint64(worth[size_t(y)]) * pull.loss * std::max(1, pull.reach)
-                         - greatest * std::abs(profile.top + y - pull.regular));
+        const int row = profile.top + y;
+        const qint64 value =
+            qint64(worth[size_t(y)]) * pull.loss * std::max(1, pull.reach) - greatest * std::abs(row - pull.regular);
+        values.push_back(pull.allows(row) ? value : taken);
     }
     return values;
 }

@@ -1,3 +1,4 @@
+#include "pixels/averagedrows.h"
 #include "pixels/calmrow.h"
 #include "pixels/rowchanges.h"
 #include "support/calmcuts.h"
@@ -34,6 +35,18 @@ quint64 plainSquares(const uchar *a, const uchar *b, qsizetype first, qsizetype 
         sum += quint64((a[i] - b[i]) * (a[i] - b[i]));
     }
     return sum;
+}
+
+/// The rounded average of channel \a i of a row in the square at \a y.
+int plainAverage(const QImage &rows, int bytes, int i, int y)
+{
+    int sum = averagedSide * averagedSide / 2;
+    for (int below = 0; below < averagedSide; ++below) {
+        for (int right = 0; right < averagedSide; ++right) {
+            sum += rows.constScanLine(y + below)[i + right * bytes];
+        }
+    }
+    return sum / (averagedSide * averagedSide);
 }
 
 /// Marks as letters make them, in the rows from \a first to \a end, exclusive.
@@ -165,6 +178,8 @@ private slots:
     void countsChanges_data();
     void countsChanges();
     void countsTheGreatestChanges();
+    void averagesSquares_data();
+    void averagesSquares();
     void reachesAsFarAsADrag();
     void cutsThroughTheMiddleOfTheGap_data();
     void cutsThroughTheMiddleOfTheGap();
@@ -173,10 +188,14 @@ private slots:
     void prefersTheHigherGap();
     void prefersTheNearerOfEqualGaps();
     void looksFurtherForAClearGap();
+    void takesAGapThatReachesOutOfTheReach();
     void cutsBetweenPictures();
+    void cutsBetweenFlatPictures();
+    void cutsAboveAPictureInTheMiddleOfTheGap();
     void cutsInAThinLineBetweenPictures();
     void prefersAnEdgeToASky();
     void takesARuledLineForNoGap();
+    void takesARuledLineUnderHandwritingForNoGap();
     void takesAHairlineOfAGridForNoGap();
     void seesNoEdgeAtTheEndOfTheReach();
     void admitsThatItCutsThroughContent();
@@ -240,6 +259,30 @@ void TestCalmRow::countsTheGreatestChanges()
         QCOMPARE(changes.drift, quint64(length) * 255 * 255);
         QCOMPARE(changes.near, quint64(0));
     }
+}
+
+void TestCalmRow::averagesSquares_data()
+{
+    QTest::addColumn<QImage::Format>("format");
+    QTest::addColumn<int>("bytes");
+    QTest::newRow("gray") << QImage::Format_Grayscale8 << 1;
+    QTest::newRow("color") << QImage::Format_RGB32 << 4;
+    QTest::newRow("transparent") << QImage::Format_ARGB32_Premultiplied << 4;
+}
+
+void TestCalmRow::averagesSquares()
+{
+    QFETCH(QImage::Format, format);
+    QFETCH(int, bytes);
+    const QImage rows = noisePicture(QSize(41, 23), format, 9);
+    const QImage averages = averagedRows(rows, bytes);
+    QCOMPARE(averages.size(), rows.size() - QSize(averagedSide - 1, averagedSide - 1));
+    for (int y = 0; y < averages.height(); ++y) {
+        for (int i = 0; i < averages.width() * bytes; ++i) {
+            QCOMPARE(int(averages.constScanLine(y)[i]), plainAverage(rows, bytes, i, y));
+        }
+    }
+    QVERIFY(averagedRows(rows.copy(0, 0, averagedSide - 1, 23), bytes).isNull());
 }
 
 void TestCalmRow::reachesAsFarAsADrag()
@@ -320,6 +363,13 @@ void TestCalmRow::looksFurtherForAClearGap()
     QCOMPARE(cut.ground, CalmRow::Clear);
 }
 
+void TestCalmRow::takesAGapThatReachesOutOfTheReach()
+{
+    const CalmRow cut = calmRow(textWithGap(597, 640), middle);
+    QCOMPARE(cut.row, 600);
+    QCOMPARE(cut.ground, CalmRow::Clear);
+}
+
 void TestCalmRow::cutsBetweenPictures()
 {
     QImage image(200, 1000, QImage::Format_RGB32);
@@ -332,6 +382,24 @@ void TestCalmRow::cutsBetweenPictures()
     const CalmRow cut = calmRow(image, middle);
     QCOMPARE(cut.row, 533);
     QCOMPARE(cut.ground, CalmRow::Edge);
+}
+
+void TestCalmRow::cutsBetweenFlatPictures()
+{
+    QImage image = textWithGap(0, 0);
+    QPainter painter(&image);
+    painter.fillRect(0, 480, 300, 40, QColor(90, 60, 110));
+    painter.fillRect(0, 520, 300, 4, Qt::black);
+    painter.fillRect(0, 524, 300, 40, QColor(60, 110, 90));
+    painter.end();
+    QCOMPARE(described(calmRow(image, middle)), described({520, 0, CalmRow::Edge}));
+}
+
+void TestCalmRow::cutsAboveAPictureInTheMiddleOfTheGap()
+{
+    QImage image = textWithGap(480, 510);
+    drawPhoto(image, 510, 1000, 10);
+    QCOMPARE(described(calmRow(image, middle)), described({495, 30, CalmRow::Clear}));
 }
 
 void TestCalmRow::cutsInAThinLineBetweenPictures()
@@ -353,6 +421,14 @@ void TestCalmRow::prefersAnEdgeToASky()
 void TestCalmRow::takesARuledLineForNoGap()
 {
     QCOMPARE(described(calmRow(writtenPaper(496, 521, 500), middle)), described({513, 16, CalmRow::Busy}));
+}
+
+void TestCalmRow::takesARuledLineUnderHandwritingForNoGap()
+{
+    QImage image = writtenPaper(496, 521, 450);
+    QPainter(&image).fillRect(20, 440, 150, 10, QColor(30, 40, 90));
+    const CalmRow cut = calmRow(image, middle);
+    QCOMPARE(described(cut), described({508, 25, CalmRow::Busy}));
 }
 
 void TestCalmRow::takesAHairlineOfAGridForNoGap()
