@@ -32,7 +32,7 @@ constexpr Targets colorPng{0.42, 0.28, 1.02};
 constexpr Targets bytePng{0.48, 0.40, 1.02};
 constexpr Targets colorJpeg{0.85, 0.50, 1.05};
 constexpr Targets turnedJpeg{0.90, 0.75, 1.05};
-constexpr Targets anyGrayJpeg{1.0, 1.0, 1.05};
+constexpr Targets grayJpeg{1.03, 1.03, 1.05}; // the same library at work: no slower
 constexpr Targets fallback{1.03, 1.03, 1.05};
 
 struct Case
@@ -167,9 +167,11 @@ std::vector<Case> cases(SampleSet set, const QString &folder)
     writeOnce(base + "scan.jpg"_L1, paintedGray);
     writeOnce(base + "deep.png"_L1, [&] { return noisyScan(size / 2).convertToFormat(QImage::Format_Grayscale16); });
     writeTurned(chatJpeg, base + "turned.jpg"_L1);
+    writeTurned(base + "scan.jpg"_L1, base + "scan-turned.jpg"_L1);
     all.push_back({u"scan.png"_s, base + "scan.png"_L1, bytePng});
-    all.push_back({u"gray.jpg"_s, base + "scan.jpg"_L1, anyGrayJpeg});
+    all.push_back({u"gray.jpg"_s, base + "scan.jpg"_L1, grayJpeg});
     all.push_back({u"orientation 6"_s, base + "turned.jpg"_L1, turnedJpeg});
+    all.push_back({u"gray, orient. 6"_s, base + "scan-turned.jpg"_L1, turnedJpeg});
     all.push_back({u"16 bits, by Qt"_s, base + "deep.png"_L1, fallback});
     return all;
 }

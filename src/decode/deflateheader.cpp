@@ -54,44 +54,58 @@ bool isAccepted(Lengths lengths)
     return unused == 0 || (unused > 0 && isShort);
 }
 
-/// Decodes the symbols of one complete code, bit by bit.
+/// Decodes the symbols of one complete code by a table of all bits that a code may
+/// have.
 class SymbolReader
 {
 public:
     explicit SymbolReader(Lengths lengths)
-        : counts(countsOf(lengths))
     {
-        size_t used = 0;
-        for (int length = 1; length <= longestCode; ++length) {
+        unsigned code = 0;
+        for (int length = 1; length <= longest; ++length) {
             for (size_t symbol = 0; symbol < lengths.size(); ++symbol) {
                 if (lengths[symbol] == length) {
-                    symbols[used++] = uchar(symbol);
+                    enter(reversed(code++, length), {uchar(symbol), uchar(length)});
                 }
             }
+            code <<= 1;
         }
     }
 
     int next(BitReader &reader) const
     {
-        int code = 0;
-        int first = 0;
-        int index = 0;
-        for (int length = 1; length <= longestCode; ++length) {
-            const int count = counts[size_t(length)];
-            code |= int(reader.take(1));
-            if (code - count < first) {
-                return symbols[size_t(index + code - first)];
-            }
-            index += count;
-            first = (first + count) << 1;
-            code <<= 1;
-        }
-        return 0;
+        const Entry entry = entries[reader.peek(longest)];
+        reader.drop(entry.length);
+        return entry.symbol;
     }
 
 private:
-    Counts counts;
-    std::array<uchar, lengthSymbols> symbols{};
+    static constexpr int longest = 7;
+
+    struct Entry
+    {
+        uchar symbol = 0;
+        uchar length = 0;
+    };
+
+    /// A code begins with its highest bit, the lowest one in the table.
+    static size_t reversed(unsigned code, int length)
+    {
+        size_t bits = 0;
+        for (int i = 0; i < length; ++i) {
+            bits = bits << 1 | (code >> i & 1U);
+        }
+        return bits;
+    }
+
+    void enter(size_t bits, Entry entry)
+    {
+        for (size_t i = bits; i < entries.size(); i += size_t(1) << entry.length) {
+            entries[i] = entry;
+        }
+    }
+
+    std::array<Entry, 1 << longest> entries{};
 };
 
 /// Reads code lengths, of which the last symbols stand for repetitions.
@@ -140,18 +154,13 @@ bool areDynamicCodesAccepted(BitReader &reader)
 
 } // namespace
 
-unsigned BitReader::take(int count)
+void BitReader::refill()
 {
-    while (bitCount < count) {
-        m_isBeyondEnd = m_isBeyondEnd || rest.empty();
-        bits |= quint64(rest.empty() ? 0 : rest.front()) << bitCount;
-        rest = rest.empty() ? rest : rest.subspan(1);
+    constexpr int most = 64 - bitsPerByte;
+    for (; bitCount <= most && !rest.empty(); rest = rest.subspan(1)) {
+        bits |= quint64(rest.front()) << bitCount;
         bitCount += bitsPerByte;
     }
-    const auto taken = unsigned(bits & ((quint64(1) << count) - 1));
-    bits >>= count;
-    bitCount -= count;
-    return taken;
 }
 
 void BitReader::skipToByte()

@@ -2,6 +2,7 @@
 
 #include <QtGlobal>
 
+#include <algorithm>
 #include <span>
 
 /// Reads a deflate stream bit by bit, the lowest bit of a byte first.
@@ -10,14 +11,34 @@ class BitReader
 public:
     /// Starts with \a count bits of \a first, then come \a bytes.
     BitReader(quint64 first, int count, std::span<const uchar> bytes)
-        : bits(first)
+        : bits(count < 64 ? first & ((quint64(1) << count) - 1) : first)
         , bitCount(count)
         , rest(bytes)
     {
     }
 
     /// The next \a count bits, at most 16; zeros beyond the end.
-    unsigned take(int count);
+    unsigned peek(int count)
+    {
+        if (bitCount < count) {
+            refill();
+        }
+        return unsigned(bits & ((quint64(1) << count) - 1));
+    }
+
+    void drop(int count)
+    {
+        m_isBeyondEnd = m_isBeyondEnd || count > bitCount;
+        bits >>= count;
+        bitCount = std::max(0, bitCount - count);
+    }
+
+    unsigned take(int count)
+    {
+        const unsigned taken = peek(count);
+        drop(count);
+        return taken;
+    }
 
     void skipToByte();
 
@@ -25,6 +46,8 @@ public:
     bool isAtEnd() const { return bitCount == 0 && rest.empty() && !m_isBeyondEnd; }
 
 private:
+    void refill();
+
     quint64 bits;
     int bitCount;
     std::span<const uchar> rest;

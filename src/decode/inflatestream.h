@@ -38,6 +38,8 @@ private:
     void startBlock();
     void continueBlock();
     void keepHistory(qsizetype produced);
+    quint32 roomInBuffer() const;
+    bool inflateSome();
     BitReader nextBits() const;
 
     FileWindow window;

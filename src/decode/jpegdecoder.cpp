@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr int bandRows = 16; // of 32-bit pixels: a cache line in a turned image
+constexpr int bandRows = 64; // in a turned image a cache line of gray pixels, four of color
 constexpr int longestSide = 65500; // of libjpeg
 constexpr qint64 worthSecondThread = qint64(1) << 19; // pixels
 

@@ -5,6 +5,7 @@
 #include <QBuffer>
 #include <QColorSpace>
 #include <QImageReader>
+#include <QRandomGenerator>
 
 using namespace Qt::StringLiterals;
 
@@ -19,6 +20,27 @@ QByteArray chunkOfNumbers(const QByteArray &type, const QList<quint32> &numbers)
         data += bigEndian32(number);
     }
     return pngChunk(type, data);
+}
+
+/// Rows of gray pixels, 1024 bytes each: random ones, and \a repeated of 256 that
+/// equal the row 31 above, nearly the largest distance of zlib.
+QByteArray rowsWithRepeats(int rows, quint32 repeated)
+{
+    constexpr qsizetype distance = qsizetype(31) * 1024;
+    QRandomGenerator random(repeated);
+    QByteArray all;
+    for (int y = 0; y < rows; ++y) {
+        const bool isRepeated = all.size() >= distance && random.bounded(256U) < repeated;
+        if (isRepeated) {
+            all += all.sliced(all.size() - distance, 1024);
+            continue;
+        }
+        all += '\0'; // filter
+        for (int x = 1; x < 1024; ++x) {
+            all += char(random.bounded(200U));
+        }
+    }
+    return all;
 }
 
 QByteArray profileChunk(const QByteArray &profile)
@@ -42,6 +64,8 @@ private slots:
     void decodesAnyPieces();
     void decodesAnyPacking_data();
     void decodesAnyPacking();
+    void decodesDistancesAcrossBlocks_data();
+    void decodesDistancesAcrossBlocks();
     void keepsChunksAsQt_data();
     void keepsChunksAsQt();
     void leavesToQt_data();
@@ -131,6 +155,25 @@ void TestPngDecoder::decodesAnyPacking()
     const QImage actual = readByDecoder(file, "png");
     QVERIFY(!actual.isNull() || window < 15); // a window too small for the distances is left to Qt
     QCOMPARE(actual.isNull() ? QString() : differenceBetween(actual, expected), QString());
+}
+
+void TestPngDecoder::decodesDistancesAcrossBlocks_data()
+{
+    QTest::addColumn<quint32>("repeated");
+    for (const quint32 repeated : {0U, 16U, 64U, 128U, 192U, 224U, 240U, 250U, 256U}) {
+        QTest::addRow("%u of 256", repeated) << repeated;
+    }
+}
+
+void TestPngDecoder::decodesDistancesAcrossBlocks()
+{
+    QFETCH(quint32, repeated);
+    const QSize size(1023, 1500);
+    const QByteArray packed = zlibOf(rowsWithRepeats(size.height(), repeated));
+    const QByteArray file = pngOf(pngHeader(size, {.colorType = 0}), {}, packed);
+    const QImage expected = readByQt(file, "png");
+    QVERIFY(!expected.isNull());
+    QCOMPARE(differenceBetween(readByDecoder(file, "png"), expected), QString());
 }
 
 void TestPngDecoder::keepsChunksAsQt_data()
