@@ -35,10 +35,10 @@ void writeAverages(const std::vector<int> &columns, int bytes, uchar *averages)
 QImage averagedRows(const QImage &rows, int bytes)
 {
     const QSize size = rows.size() - QSize(averagedSide - 1, averagedSide - 1);
-    if (size.isEmpty()) {
-        return {};
-    }
     QImage averages(size, rows.format());
+    if (averages.isNull()) {
+        return averages;
+    }
     std::vector<int> columns(size_t(rows.width()) * size_t(bytes));
     for (int y = 0; y < rows.height(); ++y) {
         addRow(columns, rows.constScanLine(y), 1);

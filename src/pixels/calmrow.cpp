@@ -220,6 +220,9 @@ std::optional<CalmRow> cutBelowNoise(const ChannelRows &source, const RowProfile
         return std::nullopt;
     }
     const QImage averages = averagedRows(source.rows(profile.top, profile.height), source.pixelBytes());
+    if (averages.isNull()) {
+        return std::nullopt;
+    }
     const int shift = profile.top + averagedSide / 2;
     const RowPull shifted{pull.regular - shift, pull.farthest - averagedSide, pull.reach, pull.loss};
     const ChannelRows rows(averages);
