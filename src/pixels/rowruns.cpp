@@ -16,30 +16,26 @@ constexpr qint64 taken = std::numeric_limits<qint64>::min();
 /// Whether row \a y belongs to the run that began at \a first.
 bool follows(const RowProfile &profile, RowJoin join, int level, int first, int y)
 {
-    const auto row = size_t(y);
     if (join == RowJoin::Equal) {
-        return profile.down[row] == 0;
+        return profile.down.data()[y] == 0;
     }
-    return profile.seam[row] <= level && (y - first < profile.span || profile.drift[row] <= level);
+    return profile.seam.data()[y] <= level && (y - first < profile.span || profile.drift.data()[y] <= level);
 }
 
 /// Calls \a visit for each run of rows of at most \a level that \a join joins.
 template <typename Visit>
 void visitRuns(const RowProfile &profile, RowJoin join, int level, Visit visit)
 {
-    int first = -1;
-    for (int y = 0; y < profile.height; ++y) {
-        const bool isCalm = profile.row[size_t(y)] <= level;
-        if (first >= 0 && (!isCalm || !follows(profile, join, level, first, y))) {
-            visit(RowRun{first, y});
-            first = -1;
+    const int *row = profile.row.data(); // without the checks of a vector: this is done for each level
+    for (int y = 0; y < profile.height;) {
+        const int first = y++;
+        if (row[first] > level) {
+            continue;
         }
-        if (isCalm && first < 0) {
-            first = y;
+        while (y < profile.height && row[y] <= level && follows(profile, join, level, first, y)) {
+            ++y;
         }
-    }
-    if (first >= 0) {
-        visit(RowRun{first, profile.height});
+        visit(RowRun{first, y});
     }
 }
 
