@@ -15,26 +15,26 @@ namespace {
 constexpr quintptr pieceLength = quintptr(1) << 20;
 constexpr quintptr leastAhead = pieceLength / 2;
 
-quintptr startOfPage(quintptr address)
+uchar *startOfPage(uchar *address)
 {
     static const auto pageLength = quintptr(sysconf(_SC_PAGESIZE));
-    return address - address % pageLength;
+    return address - quintptr(address) % pageLength;
 }
 
 } // namespace
 
 MemoryAhead::MemoryAhead(uchar *begin, uchar *afterLast)
-    : next(startOfPage(quintptr(begin)))
-    , end(quintptr(afterLast))
+    : next(startOfPage(begin))
+    , end(afterLast)
 {
 }
 
 void MemoryAhead::reach(const uchar *to)
 {
-    if (next < end && quintptr(to) + leastAhead > next) {
-        const quintptr length = std::min(pieceLength, end - next);
-        madvise(reinterpret_cast<void *>(next), length, MADV_POPULATE_WRITE); // if it fails, there are page faults
-        next += pieceLength;
+    if (next < end && quintptr(to) + leastAhead > quintptr(next)) {
+        const quintptr length = std::min(pieceLength, quintptr(end - next));
+        madvise(next, length, MADV_POPULATE_WRITE); // if it fails, there are page faults
+        next += length;
     }
 }
 

@@ -15,6 +15,6 @@ public:
     void reach(const uchar *to);
 
 private:
-    quintptr next = 0; ///< start of the first page that has not been requested
-    quintptr end = 0;
+    uchar *next = nullptr; ///< start of the first page that has not been requested
+    uchar *end = nullptr;
 };

@@ -57,7 +57,7 @@ public:
     SpooledStream(BandSpool &spool, BandSpool::Entry stored, std::shared_ptr<std::exception_ptr> first)
         : bytes(spool)
         , entry(std::move(stored))
-        , failure(std::move(first))
+        , failure(std::move(first)) // NOLINT(bugprone-throw-keyword-missing): kept, to be thrown later
     {
     }
 

@@ -216,7 +216,7 @@ QByteArray JpegCoefficients::copyRows(int first, int end, bool keepsTables) cons
         for (int channel = 0; channel < info.num_components; ++channel) {
             const jpeg_component_info &component = from.info.comp_info[channel];
             const size_t start = size_t(first / from.unitHeight()) * size_t(component.v_samp_factor);
-            const size_t width = size_t(roundedUp(int(component.width_in_blocks), component.h_samp_factor));
+            const auto width = size_t(roundedUp(int(component.width_in_blocks), component.h_samp_factor));
             for (JDIMENSION row = 0; row < counts[size_t(channel)]; ++row) {
                 const JBLOCKARRAY copy = info.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&info),
                                                                       arrays[size_t(channel)], row, 1, TRUE);

@@ -356,11 +356,11 @@ void TestBatchInputs::reportsDamage()
     QCOMPARE(accepted.code, 0);
     QVERIFY2(accepted.output.contains("(damaged: "), accepted.output.constData());
     QVERIFY(pdfFacts(u"a.pdf"_s).pages > 0);
-    const qint64 pixels = 200 * 300;
+    const qint64 pixels = 200LL * 300;
     QCOMPARE(runBatchProgram({u"--accept-damaged"_s, u"--lossless"_s, name, u"-o"_s, u"a.pdf"_s}).code, 0);
     qint64 stored = 0;
     for (const QImage &image : pdfImages(u"a.pdf"_s)) {
-        stored += image.width() * image.height();
+        stored += qint64(image.width()) * image.height();
     }
     QCOMPARE(stored, pixels);
 }

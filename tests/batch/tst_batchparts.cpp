@@ -612,9 +612,9 @@ void TestBatchParts::readsCutLists()
 void TestBatchParts::rejectsCutLists_data()
 {
     QTest::addColumn<QByteArray>("list");
-    for (const char *list : {"", "text", "{\"image\":\"a\",\"cuts\":[9,5]}", "{\"image\":\"a\",\"cuts\":[0]}",
-                             "{\"image\":\"a\",\"cuts\":[5,5]}", "{\"image\":\"a\",\"cuts\":[\"5\"]}",
-                             "{\"image\":\"a\",\"cuts\":[5],\"index\":-1}", "{\"event\":\"end\"}"}) {
+    for (const char *list :
+         {"", "text", R"({"image":"a","cuts":[9,5]})", R"({"image":"a","cuts":[0]})", R"({"image":"a","cuts":[5,5]})",
+          R"({"image":"a","cuts":["5"]})", R"({"image":"a","cuts":[5],"index":-1})", R"({"event":"end"})"}) {
         QTest::newRow(list) << QByteArray(list);
     }
 }
@@ -622,7 +622,7 @@ void TestBatchParts::rejectsCutLists_data()
 void TestBatchParts::rejectsCutLists()
 {
     QFETCH(QByteArray, list);
-    QVERIFY_EXCEPTION_THROWN((void)readCutList(savedBytes(list, u"cuts.txt"_s)), BatchError);
+    QVERIFY_THROWS_EXCEPTION(BatchError, (void)readCutList(savedBytes(list, u"cuts.txt"_s)));
 }
 
 void TestBatchParts::eventsSurviveTheirJson_data()
@@ -779,7 +779,7 @@ void TestBatchParts::completesInEveryShell()
         QVERIFY2(script.contains(shell == "fish"_L1 ? u" -l "_s + name : u"--"_s + name), qPrintable(name));
     }
     QVERIFY(script.contains(u"calm bright regular"_s));
-    QVERIFY_EXCEPTION_THROWN((void)completionFor(u"csh"_s), BatchError);
+    QVERIFY_THROWS_EXCEPTION(BatchError, (void)completionFor(u"csh"_s));
 }
 
 void TestBatchParts::partFileReplacesTheTargetOnCommit()
@@ -870,7 +870,7 @@ void TestBatchParts::partFileRejects()
     QVERIFY(QDir::current().mkpath(u"there"_s));
     savedBytes("old", u"protected.pdf"_s);
     QFile::setPermissions(u"protected.pdf"_s, QFile::ReadOwner);
-    QVERIFY_EXCEPTION_THROWN(PartFile{target}, BatchError);
+    QVERIFY_THROWS_EXCEPTION(BatchError, PartFile{target});
     QFile::setPermissions(u"protected.pdf"_s, QFile::ReadOwner | QFile::WriteOwner);
 }
 

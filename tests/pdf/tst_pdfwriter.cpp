@@ -347,7 +347,7 @@ void TestPdfWriter::reportsFailedDevice()
     SmallDevice device(room);
     PdfWriter writer(&device, options(true));
     writer.addPicture({noisePicture(QSize(300, 300)), {}, {}}, sheetsBetween({0, 100, 300}, 300));
-    QVERIFY_EXCEPTION_THROWN(writer.finish(), PdfError);
+    QVERIFY_THROWS_EXCEPTION(PdfError, writer.finish());
 }
 
 void TestPdfWriter::reportsFailedSpool()
@@ -385,8 +385,8 @@ void TestPdfWriter::refuses()
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
     PdfWriter writer(&buffer, {});
-    QVERIFY_EXCEPTION_THROWN(writer.addPicture({noisePicture(QSize(50, 50)), {}, {}}, {sheet}), std::invalid_argument);
-    QVERIFY_EXCEPTION_THROWN(writer.finish(), std::invalid_argument); // there is no sheet
+    QVERIFY_THROWS_EXCEPTION(std::invalid_argument, writer.addPicture({noisePicture(QSize(50, 50)), {}, {}}, {sheet}));
+    QVERIFY_THROWS_EXCEPTION(std::invalid_argument, writer.finish()); // there is no sheet
 }
 
 void TestPdfWriter::spoolsToFile()
@@ -457,16 +457,15 @@ void TestPdfWriter::passesExceptionsOn()
         }
         return PackedBand();
     };
-    QVERIFY_EXCEPTION_THROWN(packInOrder(1000, threads, fail, [](int, const PackedBand &) {}), std::bad_alloc);
+    QVERIFY_THROWS_EXCEPTION(std::bad_alloc, packInOrder(1000, threads, fail, [](int, const PackedBand &) {}));
     QVERIFY(packed < 100);
     const auto stop = [](int index, const PackedBand &) {
         if (index == 3) {
             throw PdfError(u"stop"_s);
         }
     };
-    QVERIFY_EXCEPTION_THROWN(packInOrder(
-                                 1000, threads, [](int) { return PackedBand(); }, stop),
-                             PdfError);
+    const auto pack = [](int) { return PackedBand(); };
+    QVERIFY_THROWS_EXCEPTION(PdfError, packInOrder(1000, threads, pack, stop));
 }
 
 QUILLMARCH_TEST_MAIN(TestPdfWriter)
