@@ -1,6 +1,7 @@
 # Copies the Qt libraries and plugins that the programs need, and other libraries
 # that not every desktop has, into the folder of the archive, with their licenses.
-# Input variables: programs, qt_plugins, name, version, web_site.
+# Input variables: programs, qt_plugins, name, version, web_site, compiler, objcopy.
+include(${CMAKE_CURRENT_LIST_DIR}/icudata.cmake)
 include(${CMAKE_CURRENT_LIST_DIR}/sbom.cmake)
 set(target "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
 
@@ -11,7 +12,7 @@ set(system_libraries
     libX11 libX11-xcb libxcb libXau libXdmcp libwayland-client libwayland-egl
     libfontconfig libfreetype libharfbuzz libexpat libz libglib
     libdbus-1 libsystemd libudev libcap libselinux
-    libcups libssl libcrypto)
+    libcups libgnutls libgssapi_krb5 libssl libcrypto)
 list(JOIN system_libraries "|" system_libraries)
 
 set(plugins
@@ -91,4 +92,6 @@ foreach(library IN LISTS libraries)
     copy_library(${library} ${target}/lib)
 endforeach()
 copy_licenses(${modules} ${libraries})
+file(GLOB icu_data ${target}/lib/libicudata.so.*)
+icu_shrink_data(${icu_data})
 write_sbom(${target}/sbom.spdx.json)

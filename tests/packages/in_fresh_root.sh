@@ -17,7 +17,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
 # The libraries of a desktop that the portable archive requires.
 desktop=(libx11-xcb1 libgl1 libegl1 libopengl0 libfontconfig1 libfreetype6 libharfbuzz0b libglib2.0-0
-    libdbus-1-3 libwayland-client0 libwayland-egl1 libgbm1 libdrm2 fonts-dejavu-core)
+    libgnutls30 libgssapi-krb5-2 libdbus-1-3 libwayland-client0 libwayland-egl1 libgbm1 libdrm2 fonts-dejavu-core)
 # The tools of the tests.
 tools=(python3 xvfb openbox xdotool x11-utils)
 suite=bookworm

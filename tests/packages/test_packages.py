@@ -5,11 +5,14 @@ import json
 import os
 import pathlib
 import re
+import subprocess
 import tempfile
 import unittest
 
 import packages
+from desktop import wait_until
 from packages import FolderTest, output_of
+from tlsprobe import Proxy
 
 GUIDES = {"guide.md", "guide.zh.md", "batch.md", "cuts.md", "user.ini.sample", "images/window-en.png"}
 
@@ -184,9 +187,39 @@ class PortableArchive(unittest.TestCase):
         return {files[relation["relatedSpdxElement"]]: names[relation["spdxElementId"]]
                 for relation in sbom["relationships"] if relation["relationshipType"] == "CONTAINS"}
 
+    def test_takesAtMostFiftyMebibytes(self):
+        sizes = [len(content) for content in packages.files_below(self.program.parent).values()]
+        self.assertLess(sum(sizes), 50 * 2**20)
+
+    def test_opensEveryFormat(self):
+        seeds = pathlib.Path(os.environ["QUILLMARCH_SOURCE"]) / "tests/fuzz/corpus/image"
+        names = ("bmp-24bit.bmp", "gif.gif", "ico-png.ico", "jpeg-cmyk.jpg", "png-color6-depth16.png", "pnm-p4.pbm",
+                 "pnm-p5.pgm", "pnm-p6.ppm", "svg-text.svg", "svg-lines.svgz", "tiff-lzw.tif", "tiff-jpeg.tif",
+                 "wbmp.wbmp", "webp-lossy.webp", "xbm.xbm", "xpm.xpm")
+        with tempfile.TemporaryDirectory() as folder:
+            output_of(self.program.parent / "quillmarch-batch", *(seeds / name for name in names), "-o", folder + "/")
+            self.assertEqual(len(list(pathlib.Path(folder).glob("*.pdf"))), len(names))
+
+    def test_reachesHttps(self):
+        proxy = Proxy()
+        self.addCleanup(proxy.close)
+        with tempfile.TemporaryDirectory() as home:
+            environment = {**os.environ, "HOME": home, "XDG_CONFIG_HOME": home, "QT_QPA_PLATFORM": "offscreen",
+                           "https_proxy": proxy.address, "no_proxy": ""}
+            program = subprocess.Popen([self.program], env=environment, cwd=home)
+            try:
+                wait_until(lambda: proxy.requests, "a request for the release document")
+            finally:
+                program.kill()
+                program.wait()
+        host, beginning = proxy.requests[0]
+        self.assertTrue(host.endswith(":443"), host)
+        self.assertEqual(beginning[:2], b"\x16\x03")  # a TLS handshake
+
     def test_bringsNothingThatBelongsToTheSystem(self):
         names = {file.name.split(".so")[0] for file in (self.program.parent / "lib").iterdir()}
-        self.assertEqual(names & {"libc", "libm", "libGL", "libX11", "libxcb", "libfontconfig", "libstdc++"}, set())
+        self.assertEqual(names & {"libc", "libm", "libGL", "libX11", "libxcb", "libfontconfig", "libstdc++",
+                                  "libgnutls"}, set())
         self.assertFalse([name for name in names if name.startswith("ld-")])
 
 
