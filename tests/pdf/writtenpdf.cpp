@@ -72,7 +72,8 @@ quint16 sampleAt(const WrittenImage &image, int y, int index)
     const qsizetype stride = (qsizetype(image.size.width()) * image.channels * image.bits + 7) / 8;
     const auto *row = reinterpret_cast<const uchar *>(image.bytes.constData()) + y * stride;
     if (image.bits == 16) {
-        return quint16(row[2 * index] << 8 | row[2 * index + 1]);
+        const auto *sample = row + 2 * qsizetype(index);
+        return quint16(sample[0] << 8 | sample[1]);
     }
     const int shift = 8 - image.bits - index * image.bits % 8;
     const int mask = (1 << image.bits) - 1;
