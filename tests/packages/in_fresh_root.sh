@@ -3,7 +3,7 @@
 #
 #     sudo tests/packages/in_fresh_root.sh [FOLDER [TEST...]]
 #
-# The tests are debian, portable and repository; by default, all of them.
+# The tests are debian, portable, repository and upgrade; by default, all but the last.
 # In one, apt installs the Debian package. In the other, which has the libraries of
 # a desktop but no Qt, the portable archive is unpacked. In both, an unprivileged
 # user changes the margin, and finds it stored when the program starts again. Then
@@ -11,7 +11,8 @@
 # Debian packages come from an apt repository (file://): the command for servers is
 # installed alone, then the window, then both are upgraded and removed. Needs debootstrap,
 # apt-utils, gpg, a network and the packages (cpack). With FOLDER the systems are kept
-# for later runs.
+# for later runs. The test "upgrade" installs the Debian packages of an earlier version
+# from the folder QUILLMARCH_EARLIER in the environment, stores settings, and upgrades.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
@@ -176,6 +177,43 @@ try_repository() {
     gpgconf --kill all
 }
 
+# Starts the installed program as a user, without a display, for as long as it takes to
+# copy itself to the user's folder.
+start_as_user() {
+    inside "$1" su tester -c "QT_QPA_PLATFORM=offscreen timeout 5 quillmarch" || [[ $? -eq 124 ]]
+}
+
+# Installs the packages "$2" and "$3" in "$1", which must leave one version.
+install_both() {
+    cp "$2" "$3" "$1/srv/"
+    inside "$1" apt-get install -q -y --no-install-recommends "/srv/$(basename "$2")" "/srv/$(basename "$3")"
+    [[ $(installed_version "$1" quillmarch) == $(installed_version "$1" quillmarch-batch) ]] \
+        || die "the versions of the packages differ"
+}
+
+try_upgrade() {
+    local system=$folder/upgrade
+    local installed=$system/usr/libexec/quillmarch/quillmarch
+    local own=$system/home/tester/.local/share/quillmarch
+    [[ -n ${QUILLMARCH_EARLIER:-} ]] || die "QUILLMARCH_EARLIER names no folder with earlier packages"
+    make_root "$system"
+    mount_system "$system"
+    prepare "$system"
+    inside "$system" apt-get update -q
+    install_both "$system" "$QUILLMARCH_EARLIER"/quillmarch_*.deb "$QUILLMARCH_EARLIER"/quillmarch-batch_*.deb
+    start_as_user "$system"
+    cmp "$installed" "$own/quillmarch"
+    printf '[config]\nlanguage=en\nmarginsc=5\n' | inside "$system" su tester -c 'cat >~/.local/share/quillmarch/user.ini'
+    cp "$own/user.ini" "$folder/settings"
+    cp "$installed" "$folder/earlier"
+    install_both "$system" "$package" "$batch_package"
+    [[ $(installed_version "$system" quillmarch) == "$version" ]] || die "quillmarch was not upgraded"
+    cmp -s "$installed" "$folder/earlier" && die "both versions contain the same program"
+    start_as_user "$system"
+    cmp "$installed" "$own/quillmarch"
+    cmp "$own/user.ini" "$folder/settings"
+}
+
 [[ $(id -u) -eq 0 ]] || die "must be run as root"
 command -v debootstrap >/dev/null || die "install debootstrap"
 keep=${1:-}
@@ -194,6 +232,7 @@ for test in "${tests[@]}"; do
     debian) try_debian_package ;;
     portable) try_portable_archive ;;
     repository) try_repository ;;
+    upgrade) try_upgrade ;;
     *) die "no such test: $test" ;;
     esac
 done

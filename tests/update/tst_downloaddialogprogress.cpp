@@ -307,7 +307,7 @@ void TestDownloadDialogProgress::showsTheSpeedOfASecond()
     }
     QTRY_VERIFY(!view.speed->text().isEmpty());
     const qint64 speed = speedOf(view.speed->text());
-    QVERIFY2(speed >= 900 * 1000 / (time.elapsed() + 2) && speed < 900, qPrintable(view.speed->text()));
+    QVERIFY2(speed >= 900LL * 1000 / (time.elapsed() + 2) && speed < 900, qPrintable(view.speed->text()));
 }
 
 void TestDownloadDialogProgress::restartsTheMeasurementAfterARetry()
