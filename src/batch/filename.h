@@ -6,10 +6,11 @@
 
 #include <filesystem>
 
-// File names of this program are text in which a byte that is no UTF-8, or belongs to a
+// File names of this program are text in which a byte that is not UTF-8, or belongs to a
 // byte order mark, is a lone surrogate, U+DC80 to U+DCFF. So every name survives JSON and
-// a list of names. Qt would replace such a byte and drop such a mark, and takes a leading colon for a resource: open files
-// through the functions below, never by a QFile of the name.
+// a list of names. Qt would replace such a byte and drop such a mark, and takes a leading
+// colon for a resource: open files through the functions below, never by a QFile of the
+// name.
 
 /// The name with the bytes \a bytes.
 [[nodiscard]] QString nameFromBytes(const QByteArray &bytes);
