@@ -50,7 +50,7 @@ qint64 write(const QImage &image, const QByteArray &jpeg, bool lossless, int thr
     options.quality = quality;
     options.threads = threads;
     PdfWriter writer(&buffer, options);
-    writer.addPicture({image, jpeg, {}}, sheetsOf(image));
+    writer.addPicture({image, lossless ? JpegBands::read(jpeg) : nullptr, {}}, sheetsOf(image));
     writer.finish();
     return buffer.size();
 }

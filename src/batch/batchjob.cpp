@@ -79,6 +79,8 @@ private:
     void convertPicture(const PictureFile &file, const JobImage &image, int index);
     void write(const FilePicture &picture, const LaidOutPicture &laidOut, const QString &name);
     void beginOutput();
+    PictureUse pictureUse() const;
+    PdfPicture pdfPicture(const FilePicture &picture, const QString &title) const;
     bool isWriting() const { return !options.dryRun && !job.output.isEmpty(); }
 
     const BatchJob &job;
@@ -124,12 +126,11 @@ void JobRun::convertFile(const JobImage &image)
 
 void JobRun::convertPicture(const PictureFile &file, const JobImage &image, int index)
 {
-    const DecodeThreads threads = job.threads == 1 ? DecodeThreads::One : decodeThreads();
-    FilePicture picture = file.read(index, options.pages.acceptDamaged, threads);
+    FilePicture picture = file.read(index, pictureUse());
     if (options.pages.trim) {
         trim(picture);
     }
-    LaidOutPicture laidOut = layOut(picture.image, options.pages, image.cuts.value(index), pages + 1);
+    LaidOutPicture laidOut = layOut(picture, options.pages, image.cuts.value(index), pages + 1);
     laidOut.facts.index = index;
     laidOut.facts.offset = picture.offset;
     laidOut.facts.remark = picture.remarks.join(u"; "_s);
@@ -143,11 +144,31 @@ void JobRun::convertPicture(const PictureFile &file, const JobImage &image, int 
     pictures.append({image.name, laidOut.facts});
 }
 
+PictureUse JobRun::pictureUse() const
+{
+    const bool looksEverywhere =
+        options.pages.trim || !options.preview.isEmpty() || options.pages.layout == PageLayout::Window;
+    PictureUse use;
+    use.isDamageAccepted = options.pages.acceptDamaged;
+    use.mayStayPacked = isWriting() && options.pages.lossless && !looksEverywhere;
+    use.threads = job.threads == 1 ? DecodeThreads::One : decodeThreads();
+    return use;
+}
+
+PdfPicture JobRun::pdfPicture(const FilePicture &picture, const QString &title) const
+{
+    if (picture.copied) {
+        return {{}, picture.copied, title, picture.copied->colorSpace()};
+    }
+    const bool isCopied = options.pages.lossless && !picture.jpeg.isEmpty();
+    return {picture.image, isCopied ? JpegBands::read(picture.jpeg) : nullptr, title, picture.image.colorSpace()};
+}
+
 void JobRun::write(const FilePicture &picture, const LaidOutPicture &laidOut, const QString &name)
 {
     const QString reading = std::exchange(current, QString());
     beginOutput();
-    writer->addPicture({picture.image, picture.jpeg, titleOf(name)}, laidOut.sheets, [&](int index) {
+    writer->addPicture(pdfPicture(picture, titleOf(name)), laidOut.sheets, [&](int index) {
         sink(PageDone{index + 1, laidOut.facts.pages});
     });
     current = reading;

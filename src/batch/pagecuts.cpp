@@ -22,20 +22,25 @@ int reachOf(int capacity)
     return std::max(1, int(capacity * windowShare / 2));
 }
 
-CalmRow calmRowIn(const QImage &image, int top, int bottom)
+CalmRow calmRowIn(const PictureRows &picture, int top, int bottom)
 {
     const int reach = (bottom - top) / 2;
-    return calmRow(image, {bottom - reach, reach, reach});
+    const int context = calmContext(picture.size().width());
+    const int first = std::max(0, top - context) / calmAlignment * calmAlignment;
+    const QImage rows = picture.rows(first, std::min(picture.size().height(), bottom + context));
+    CalmRow found = calmRow(rows, {bottom - reach - first, reach, reach});
+    found.row += first;
+    return found;
 }
 
 /// The calm row of the lowest window above \a bottom with a gap: in plain ground, or
 /// else in ground with a pattern, or else an edge of a picture.
-CalmRow lastCalmRow(const QImage &image, int bottom, int capacity)
+CalmRow lastCalmRow(const PictureRows &picture, int bottom, int capacity)
 {
     const int window = 2 * reachOf(capacity);
     std::optional<CalmRow> best;
     for (int i = 0; i < windowCount; ++i) {
-        const CalmRow found = calmRowIn(image, bottom - (i + 1) * window, bottom - i * window);
+        const CalmRow found = calmRowIn(picture, bottom - (i + 1) * window, bottom - i * window);
         if (found.ground == CalmRow::Clear) {
             return found;
         }
@@ -44,13 +49,14 @@ CalmRow lastCalmRow(const QImage &image, int bottom, int capacity)
         }
     }
     // What no window shows may show in all of them together.
-    return best->ground == CalmRow::Content ? calmRowIn(image, bottom - windowCount * window, bottom) : *best;
+    return best->ground == CalmRow::Content ? calmRowIn(picture, bottom - windowCount * window, bottom) : *best;
 }
 
-int lastBrightRow(const QPixmap &pixmap, int bottom, int capacity)
+int lastBrightRow(const PictureRows &picture, int bottom, int capacity)
 {
     const int height = std::min(bottom, windowCount * 2 * reachOf(capacity));
-    return bottom - height + brightestRow(pixmap, QRect(0, bottom - height, pixmap.width(), height));
+    const QImage rows = picture.rows(bottom - height, bottom);
+    return bottom - height + brightestRow(QPixmap::fromImage(rows, Qt::NoFormatConversion), rows.rect());
 }
 
 int cutBelow(const PageItem *strip)
@@ -75,17 +81,16 @@ PlacedCuts cutsOf(const QList<PageItem *> &strips, int height, bool isCalm)
 
 } // namespace
 
-PlacedCuts cutsForFlow(const QImage &image, int capacity, std::optional<CutRule> rule)
+PlacedCuts cutsForFlow(const PictureRows &picture, int capacity, std::optional<CutRule> rule)
 {
-    const QPixmap pixmap = QPixmap::fromImage(image, Qt::NoFormatConversion);
     PlacedCuts cuts;
     QList<int> through;
-    for (int top = 0; image.height() - top > capacity; top = cuts.rows.last()) {
+    for (int top = 0; picture.size().height() - top > capacity; top = cuts.rows.last()) {
         int row = top + capacity;
         if (rule == CutRule::Bright) {
-            row = lastBrightRow(pixmap, row, capacity);
+            row = lastBrightRow(picture, row, capacity);
         } else if (rule == CutRule::Calm) {
-            const CalmRow calm = lastCalmRow(image, row, capacity);
+            const CalmRow calm = lastCalmRow(picture, row, capacity);
             row = std::max(calm.row, top + 1); // where a strip is only some rows high
             through.append(calm.ground == CalmRow::Content ? QList<int>{row} : QList<int>());
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "batch/picturerows.h"
 #include "batch/sheetlayout.h"
 #include "page/cutrule.h"
 
@@ -14,10 +15,10 @@ struct PlacedCuts
     std::optional<QList<int>> through; ///< those of them that go through content; for calm cuts only
 };
 
-/// Cuts \a image into strips of at most \a capacity rows, each as high as possible:
+/// Cuts \a picture into strips of at most \a capacity rows, each as high as possible:
 /// it ends in the last good gap of its lowest part by \a rule, or where it is full if
 /// there is none.
-[[nodiscard]] PlacedCuts cutsForFlow(const QImage &image, int capacity, std::optional<CutRule> rule);
+[[nodiscard]] PlacedCuts cutsForFlow(const PictureRows &picture, int capacity, std::optional<CutRule> rule);
 
 /// The cuts of a picture in the window, and its pages there.
 struct WindowCuts

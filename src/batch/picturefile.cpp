@@ -156,29 +156,52 @@ PictureFile::PictureFile(const QString &name)
     }
 }
 
-FilePicture PictureFile::read(int index, bool isDamageAccepted, DecodeThreads threads) const
+FilePicture PictureFile::read(int index, const PictureUse &use) const
+{
+    FilePicture picture;
+    if (use.mayStayPacked) {
+        picture.copied = packedFile();
+    }
+    if (!picture.copied) {
+        picture = decodeWhole(index, use);
+    }
+    if (!isLargeEnough(picture.size())) {
+        throw unreadable(u"too small: %1 x %2 pixels"_s.arg(picture.size().width()).arg(picture.size().height()));
+    }
+    return picture;
+}
+
+/// The file if it is an upright JPEG file without a fault of which bands can be copied.
+std::shared_ptr<const JpegBits> PictureFile::packedFile() const
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    const bool isUpright =
+        format == "jpeg" && QImageReader(&buffer, format).transformation() == QImageIOHandler::TransformationNone;
+    return isUpright ? JpegBits::read(bytes) : nullptr;
+}
+
+FilePicture PictureFile::decodeWhole(int index, const PictureUse &use) const
 {
     FilePicture picture;
     QString reason;
     {
         const CapturedErrors errors;
         const DecoderMessages messages;
-        picture.image = decode(index, threads, picture);
+        picture.image = decode(index, use.threads, picture);
         reason = errors.firstLine();
     }
     if (picture.image.isNull()) {
         throwDecodeError(reason);
     }
     const QString loss = isBitmapTruncated(bytes, format) ? u"unexpected end of file"_s : damage;
-    if (!loss.isEmpty() && !isDamageAccepted) {
+    if (!loss.isEmpty() && !use.isDamageAccepted) {
         throw unreadable(u"the file is damaged: %1; --accept-damaged converts what can be read"_s.arg(loss));
     }
     if (!loss.isEmpty()) {
         picture.remarks.prepend(u"damaged: %1"_s.arg(loss));
         picture.jpeg.clear(); // the pixels are all that is left
-    }
-    if (!isLargeEnough(picture.image.size())) {
-        throw unreadable(u"too small: %1 x %2 pixels"_s.arg(picture.image.width()).arg(picture.image.height()));
     }
     return picture;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "batch/picturerows.h"
 #include "decode/decodethreads.h"
+#include "pdf/jpegbits.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -9,10 +11,22 @@
 /// An upright picture of an image file.
 struct FilePicture
 {
-    QImage image; ///< in the pixel format of the file
+    QImage image; ///< in the pixel format of the file; null if there is `copied`
     QByteArray jpeg; ///< the bytes of the file if it is a sound JPEG file that was not turned
+    std::shared_ptr<const JpegBits> copied; ///< that file, if it need not be decoded
     int offset = 0; ///< the row of the file that became the first one by a trim
     QStringList remarks; ///< what a user should know of it
+
+    QSize size() const { return rows().size(); }
+    PictureRows rows() const { return copied ? PictureRows(copied) : PictureRows(image); }
+};
+
+/// How a picture is read.
+struct PictureUse
+{
+    bool isDamageAccepted = false;
+    bool mayStayPacked = false; ///< a JPEG file whose pixels need not all be decoded
+    DecodeThreads threads = DecodeThreads::One;
 };
 
 /// The pictures of an image file: one for each page of a TIFF file, and one of any
@@ -27,11 +41,13 @@ public:
     /// How many pictures there are, at least 1.
     int count() const { return pageCount; }
 
-    /// Decodes picture \a index. Throws BatchError if that fails, if the picture is too
-    /// small, and if it is damaged unless \a isDamageAccepted.
-    FilePicture read(int index, bool isDamageAccepted, DecodeThreads threads) const;
+    /// Reads picture \a index for \a use. Throws BatchError if that fails, if the picture
+    /// is too small, and if it is damaged unless that is accepted.
+    FilePicture read(int index, const PictureUse &use) const;
 
 private:
+    FilePicture decodeWhole(int index, const PictureUse &use) const;
+    std::shared_ptr<const JpegBits> packedFile() const;
     QImage decode(int index, DecodeThreads threads, FilePicture &picture) const;
     [[noreturn]] void throwDecodeError(const QString &reason) const;
 

@@ -19,16 +19,17 @@ struct Division
     double scale = 0;
 };
 
-Division inFlow(const QImage &image, const PageOptions &options, const std::optional<QList<int>> &wanted)
+Division inFlow(const FilePicture &source, const PageOptions &options, const std::optional<QList<int>> &wanted)
 {
     const Paper &paper = options.paper;
+    const QSize size = source.size();
     const ColumnSheet sheet{paper.size, marginOn(paper.size, options.margin), options.columns};
     const int capacity =
-        paper.isStrip() ? std::max(1, int(image.width() / stripAspect)) : rowsPerColumn(sheet, image.width());
-    const PlacedCuts cuts = wanted ? PlacedCuts{*wanted, {}} : cutsForFlow(image, capacity, options.cutRule);
-    const CutPicture picture{image.size(), cuts.rows};
+        paper.isStrip() ? std::max(1, int(size.width() / stripAspect)) : rowsPerColumn(sheet, size.width());
+    const PlacedCuts cuts = wanted ? PlacedCuts{*wanted, {}} : cutsForFlow(source.rows(), capacity, options.cutRule);
+    const CutPicture picture{size, cuts.rows};
     return paper.isStrip() ? Division{cuts, stripSheets(picture), stripScale(picture)}
-                           : Division{cuts, columnSheets(picture, sheet), columnScale(sheet, image.width())};
+                           : Division{cuts, columnSheets(picture, sheet), columnScale(sheet, size.width())};
 }
 
 /// The scale of the last strip: in two columns the first pages can be larger.
@@ -77,12 +78,12 @@ void check(const QList<int> &cuts, int height, PageLayout layout)
 
 } // namespace
 
-LaidOutPicture layOut(const QImage &image, const PageOptions &options, const std::optional<QList<int>> &wanted,
+LaidOutPicture layOut(const FilePicture &picture, const PageOptions &options, const std::optional<QList<int>> &wanted,
                       int firstPage)
 {
-    check(wanted.value_or(QList<int>()), image.height(), options.layout);
-    Division division =
-        options.layout == PageLayout::Flow ? inFlow(image, options, wanted) : inWindow(image, options, wanted);
+    check(wanted.value_or(QList<int>()), picture.size().height(), options.layout);
+    Division division = options.layout == PageLayout::Flow ? inFlow(picture, options, wanted)
+                                                           : inWindow(picture.image, options, wanted);
     if (options.pageNumbers) {
         numberSheets(division.sheets, firstPage);
     }

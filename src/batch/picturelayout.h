@@ -2,9 +2,8 @@
 
 #include "batch/batchevent.h"
 #include "batch/batchoptions.h"
+#include "batch/picturefile.h"
 #include "pdf/pdfsheet.h"
-
-#include <QImage>
 
 /// A picture on its sheets.
 struct LaidOutPicture
@@ -13,8 +12,8 @@ struct LaidOutPicture
     PictureFacts facts; // without what only the file knows: index, offset, remark
 };
 
-/// Divides \a image as \a options say, with the cuts \a wanted if there are some. Pages
+/// Divides \a picture as \a options say, with the cuts \a wanted if there are some. Pages
 /// are numbered from \a firstPage on, if at all. Throws BatchError for cuts outside the
 /// picture.
-[[nodiscard]] LaidOutPicture layOut(const QImage &image, const PageOptions &options,
+[[nodiscard]] LaidOutPicture layOut(const FilePicture &picture, const PageOptions &options,
                                     const std::optional<QList<int>> &wanted, int firstPage);

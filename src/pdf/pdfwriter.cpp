@@ -114,7 +114,7 @@ public:
     void addPicture(const PdfPicture &picture, const QList<PdfSheet> &sheets, const SheetDone &done)
     {
         for (const PdfSheet &sheet : sheets) {
-            checkSheet(sheet, picture.image.height());
+            checkSheet(sheet, picture.size().height());
         }
         const PictureBands bands(picture, options);
         const QByteArray profile = bands.colorProfile();

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "pdf/jpegbands.h"
 #include "pdf/pdferror.h"
 #include "pdf/pdfsheet.h"
 
 #include <QByteArray>
+#include <QColorSpace>
 #include <QDateTime>
 #include <QImage>
 #include <QString>
@@ -16,13 +18,16 @@ class QIODevice;
 /// A picture that is divided among sheets.
 struct PdfPicture
 {
-    QImage image; ///< any format
+    QImage image; ///< any format; null if `jpeg` is all there is
 
-    /// The bytes of the JPEG file from which `image` was read without a turn or a
-    /// trim, for lossless output; empty for all other pictures.
-    QByteArray jpeg;
+    /// The JPEG file from which `image` was read without a turn or a trim, for lossless
+    /// output; null for all other pictures.
+    std::shared_ptr<const JpegBands> jpeg;
 
     QString title; ///< of its bookmark
+    QColorSpace colorSpace = image.colorSpace();
+
+    QSize size() const { return image.isNull() && jpeg ? jpeg->size() : image.size(); }
 };
 
 struct PdfOptions

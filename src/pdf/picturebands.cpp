@@ -2,7 +2,7 @@
 
 #include "pdf/flateband.h"
 #include "pdf/jpegband.h"
-#include "pdf/jpegcoefficients.h"
+#include "pdf/jpegbands.h"
 #include "pdf/samplerows.h"
 
 #include <QColorSpace>
@@ -13,14 +13,17 @@ struct PictureBands::Source
     SampleRows samples;
     bool isJpeg;
     int quality;
-    std::unique_ptr<const JpegCoefficients> file; ///< null if the picture is no JPEG file that is copied
+    QColorSpace colorSpace;
+    std::shared_ptr<const JpegBands> file; ///< null if the picture is no JPEG file that is copied
 };
 
 namespace {
 
-std::unique_ptr<const JpegCoefficients> copiedFile(const PdfPicture &picture, bool isLossless)
+/// The JPEG file that \a picture is copied from; null if its pixels are packed.
+std::shared_ptr<const JpegBands> copiedFile(const PdfPicture &picture, bool isLossless)
 {
-    return isLossless && !picture.jpeg.isEmpty() ? JpegCoefficients::read(picture.jpeg, picture.image.size()) : nullptr;
+    const bool isCopied = isLossless && picture.jpeg && picture.jpeg->size() == picture.size();
+    return isCopied ? picture.jpeg : nullptr;
 }
 
 } // namespace
@@ -28,7 +31,7 @@ std::unique_ptr<const JpegCoefficients> copiedFile(const PdfPicture &picture, bo
 PictureBands::PictureBands(const PdfPicture &picture, const PdfOptions &options)
     : source(std::make_unique<const Source>(Source{picture.image, SampleRows(picture.image),
                                                    !options.lossless && isForJpeg(picture.image), options.quality,
-                                                   copiedFile(picture, options.lossless)}))
+                                                   picture.colorSpace, copiedFile(picture, options.lossless)}))
 {
 }
 
@@ -53,6 +56,6 @@ PackedBand PictureBands::pack(int first, int end) const
 
 QByteArray PictureBands::colorProfile() const
 {
-    const QColorSpace space = source->image.colorSpace();
+    const QColorSpace &space = source->colorSpace;
     return space.isValid() && space != QColorSpace(QColorSpace::SRgb) ? space.iccProfile() : QByteArray();
 }

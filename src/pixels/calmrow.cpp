@@ -275,6 +275,11 @@ CutPlace cutPlace(double regular, double stripHeight)
     return {qRound(regular), int(stripHeight * 0.15), int(stripHeight * 0.2)};
 }
 
+int calmContext(int width)
+{
+    return rowsBeyond + profileSpan(width);
+}
+
 CalmRow calmRow(const QImage &source, const CutPlace &place)
 {
     const ChannelRows rows(source);

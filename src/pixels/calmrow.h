@@ -50,3 +50,9 @@ struct CalmRow
 /// Equal pixels give an equal row in every format, and so does a picture that
 /// is mirrored left to right, or has a constant added to all channels.
 CalmRow calmRow(const QImage &source, const CutPlace &place);
+
+/// How many rows above and below the reach can play a part, in an image of \a width
+/// pixels. The cut stays the same if rows beyond them are missing; above, a multiple of
+/// calmAlignment.
+int calmContext(int width);
+constexpr int calmAlignment = 4;

@@ -48,13 +48,18 @@ void appendRows(RowProfile &profile, const ChannelRows &source, int first, int c
 
 } // namespace
 
+int profileSpan(int width)
+{
+    return std::max(4, width / 50);
+}
+
 RowProfile profileOf(const ChannelRows &source, int top, int bottom)
 {
     constexpr int rowsAtATime = 128;
     RowProfile profile;
     profile.top = top;
     profile.width = source.width();
-    profile.span = std::max(4, source.width() / 50);
+    profile.span = profileSpan(source.width());
     for (int first = top; first < bottom; first += rowsAtATime) {
         appendRows(profile, source, first, std::min(rowsAtATime, bottom - first));
     }

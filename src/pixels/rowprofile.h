@@ -21,6 +21,9 @@ struct RowProfile
     std::vector<quint64> down; ///< the changes from the row above
 };
 
+/// The wide distance in an image of \a width pixels.
+int profileSpan(int width);
+
 /// The profile of the rows of \a source from \a top to \a bottom, exclusive.
 /// What it holds of a row does not depend on the window.
 RowProfile profileOf(const ChannelRows &source, int top, int bottom);

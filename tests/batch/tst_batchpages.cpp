@@ -158,6 +158,8 @@ private slots:
     void losslessKeepsEveryPixel_data();
     void losslessKeepsEveryPixel();
     void keepsJpegFilesAsTheyAre();
+    void decodesAsMuchOfAJpegFileAsNeeded_data();
+    void decodesAsMuchOfAJpegFileAsNeeded();
     void flowFillsTheSheets();
     void makesPagesAsLargeAsStrips();
     void usesThePaperThatIsAskedFor_data();
@@ -323,6 +325,46 @@ void TestBatchPages::keepsJpegFilesAsTheyAre()
     QCOMPARE(convert(path, {.columns = 2, .lossless = true}, u"a.pdf"_s).code, 0);
     QVERIFY(QFile(u"a.pdf"_s).size() < QFile(path).size() * 2); // noise as Flate would be far larger
     QVERIFY(contentOf(u"a.pdf"_s).contains("/DCTDecode"));
+}
+
+/// Without these options only the rows beside the cuts are decoded.
+void TestBatchPages::decodesAsMuchOfAJpegFileAsNeeded_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("preview") << QStringList{u"--preview"_s, u"p.png"_s};
+    QTest::newRow("bright cuts") << QStringList{u"--cuts"_s, u"bright"_s};
+    QTest::newRow("regular cuts") << QStringList{u"--cuts"_s, u"regular"_s};
+    QTest::newRow("strips as pages") << QStringList{u"--paper"_s, u"strip"_s};
+    QTest::newRow("columns") << QStringList{u"--columns"_s, u"2"_s};
+    QTest::newRow("layout of the window") << QStringList{u"--layout"_s, u"window"_s};
+    QTest::newRow("trim") << QStringList{u"--trim"_s};
+}
+
+void TestBatchPages::decodesAsMuchOfAJpegFileAsNeeded()
+{
+    QFETCH(QStringList, arguments);
+    savedPicture(article(), u"a.jpg"_s);
+    const BatchEnd plain = runBatchProgram(arguments + QStringList{u"--json"_s, u"a.jpg"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(plain.code, 0);
+    QCOMPARE(plain.errors, QByteArray());
+    const BatchEnd lossless =
+        runBatchProgram(arguments + QStringList{u"--json"_s, u"--lossless"_s, u"a.jpg"_s, u"-o"_s, u"b.pdf"_s});
+    QCOMPARE(lossless.code, 0);
+    QCOMPARE(lossless.errors, QByteArray());
+    const auto cuts = [](const QByteArray &output) {
+        const qsizetype at = output.indexOf("\"cuts\":");
+        return output.mid(at, output.indexOf(']', at) - at);
+    };
+    QVERIFY(!cuts(plain.output).endsWith('['));
+    QCOMPARE(cuts(lossless.output), cuts(plain.output));
+    const PdfFacts expected = pdfFacts(u"a.pdf"_s);
+    QCOMPARE(pdfFacts(u"b.pdf"_s).pageSizes, expected.pageSizes);
+    const QList<QImage> sheets = pdfPictures(u"b.pdf"_s, dotsPerInch);
+    const QList<QImage> expectedSheets = pdfPictures(u"a.pdf"_s, dotsPerInch);
+    QCOMPARE(sheets.size(), expectedSheets.size());
+    for (int i = 0; i < sheets.size(); ++i) {
+        QCOMPARE_LE(visibleDifference(sheets.at(i), expectedSheets.at(i)), mostVisibleDifference);
+    }
 }
 
 void TestBatchPages::flowFillsTheSheets()

@@ -1,6 +1,8 @@
+#include "../decode/jpegbytes.h"
 #include "batch/pagecuts.h"
 #include "batch/paper.h"
 #include "batch/sheetlayout.h"
+#include "pdf/jpegbands.h"
 #include "support/pictures.h"
 #include "support/testmain.h"
 
@@ -64,6 +66,8 @@ private slots:
     void stripsTileThePicture();
     void cutsInTheLastGap_data();
     void cutsInTheLastGap();
+    void cutsAFileAsItsImage_data();
+    void cutsAFileAsItsImage();
     void cutsWhereItIsFullWithoutARule();
     void tellsOfCutsThroughContent();
     void keepsTheBlankEndOfTheWindow();
@@ -257,6 +261,46 @@ void TestSheetLayout::cutsInTheLastGap()
         top = row;
     }
     QVERIFY(top > image.height() - capacity);
+}
+
+void TestSheetLayout::cutsAFileAsItsImage_data()
+{
+    QTest::addColumn<QImage>("picture");
+    QTest::addColumn<JpegKind>("kind");
+    JpegKind full;
+    full.horizontal = 1;
+    full.vertical = 1;
+    JpegKind gray = full;
+    gray.channels = 1;
+    JpegKind progressive;
+    progressive.isProgressive = true;
+    QTest::newRow("stripes") << stripes(350, 3000, 40) << JpegKind();
+    QTest::newRow("stripes, full resolution") << stripes(350, 3000, 37) << full;
+    QTest::newRow("stripes, gray") << stripes(1081, 5003, 53) << gray;
+    QTest::newRow("stripes, progressive") << stripes(350, 3000, 40) << progressive;
+    QTest::newRow("text") << textPicture(417, 4001) << JpegKind();
+    QTest::newRow("soft blocks") << jpegPicture(QSize(611, 3001)) << JpegKind();
+    QTest::newRow("noise") << noisePicture(QSize(200, 1500)) << full;
+}
+
+/// Rows that are decoded one window at a time give the cuts of the whole image.
+void TestSheetLayout::cutsAFileAsItsImage()
+{
+    QFETCH(QImage, picture);
+    QFETCH(JpegKind, kind);
+    const QByteArray file = jpegOf(picture, kind);
+    const QImage image = QImage::fromData(file, "jpeg");
+    const PictureRows packed(JpegBands::read(file));
+    QCOMPARE(packed.size(), image.size());
+    for (const std::optional<CutRule> rule :
+         {std::optional(CutRule::Calm), std::optional(CutRule::Bright), std::optional<CutRule>()}) {
+        for (const int capacity : {image.width() * 3 / 2, image.width() / 3, 40}) {
+            const PlacedCuts cuts = cutsForFlow(packed, capacity, rule);
+            const PlacedCuts expected = cutsForFlow(image, capacity, rule);
+            QCOMPARE(cuts.rows, expected.rows);
+            QCOMPARE(cuts.through, expected.through);
+        }
+    }
 }
 
 void TestSheetLayout::cutsWhereItIsFullWithoutARule()

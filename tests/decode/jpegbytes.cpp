@@ -23,6 +23,7 @@ void setUp(jpeg_compress_struct &info, const QImage &image, const JpegKind &kind
     info.comp_info[0].h_samp_factor = kind.horizontal;
     info.comp_info[0].v_samp_factor = kind.vertical;
     info.restart_in_rows = kind.restartRows;
+    info.optimize_coding = kind.hasOwnTables ? TRUE : FALSE;
     if (kind.isProgressive) {
         jpeg_simple_progression(&info);
     }

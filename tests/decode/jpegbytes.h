@@ -16,6 +16,7 @@ struct JpegKind
     bool isRgb = false; ///< stored as RGB instead of YCbCr
     int restartRows = 0; ///< rows of blocks between restart markers
     int quality = 80;
+    bool hasOwnTables = false; ///< Huffman tables with only those codes that occur
 };
 
 /// Soft blocks with some noise, so that all coefficients occur.

@@ -1,9 +1,12 @@
 #include "../decode/jpegbytes.h"
+#include "pdf/jpegbits.h"
 #include "support/pictures.h"
 #include "support/testmain.h"
 #include "writtenpdf.h"
 
 #include <QBuffer>
+#include <QPainter>
+#include <QRandomGenerator>
 
 using namespace Qt::StringLiterals;
 
@@ -41,6 +44,40 @@ QList<PdfSheet> highSheets()
     return sheets;
 }
 
+/// Gray that grows lighter from left to right, step by step, so that only the first block
+/// of a row differs much from the one before it.
+QImage rampPicture()
+{
+    QImage image(1024, 32, QImage::Format_Grayscale8);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            // The second row of blocks goes back from light to dark.
+            const int block = y / 8 % 2 == 0 ? x / 8 : 127 - x / 8;
+            image.scanLine(y)[x] = uchar(128 + block * 2 / 3);
+        }
+    }
+    return image;
+}
+
+/// What \a band shows of the rows from \a first to before \a end.
+QImage rowsOf(const PackedBand &band, int first, int end)
+{
+    const QImage image = QImage::fromData(band.colors.bytes, "jpeg");
+    return image.copy(0, first - band.firstRow, image.width(), end - first);
+}
+
+/// \a file with some bytes of its header or its scan changed, or its end missing.
+QByteArray damaged(QByteArray file, QRandomGenerator &random)
+{
+    const int changes = random.bounded(1, 4);
+    for (int i = 0; i < changes; ++i) {
+        const bool isInHeader = random.bounded(3) == 0;
+        const qsizetype at = random.bounded(2, int(isInHeader ? 640 : file.size()));
+        file[at] = char(random.bounded(256));
+    }
+    return random.bounded(8) == 0 ? file.left(random.bounded(int(file.size()))) : file;
+}
+
 } // namespace
 
 /// JPEG input: its bands, decoded, are the rows of the decoded file.
@@ -51,6 +88,14 @@ class TestPdfJpeg : public QObject
 private slots:
     void copiesBands_data();
     void copiesBands();
+    void copiesBitsOfPlainFiles_data();
+    void copiesBitsOfPlainFiles();
+    void copiesRowsThatTheTablesCannotBegin();
+    void copiesTheGreatestCoefficients_data();
+    void copiesTheGreatestCoefficients();
+    void copiesDamagedFilesExactlyOrNot_data();
+    void copiesDamagedFilesExactlyOrNot();
+    void keepsTheProfileOfAFileWithoutAnImage();
     void isHardlyLargerThanTheFile_data();
     void isHardlyLargerThanTheFile();
     void keepsPixelsOfOtherFiles_data();
@@ -102,7 +147,7 @@ void TestPdfJpeg::copiesBands()
     const QImage image = QImage::fromData(file, "jpeg");
     QCOMPARE(image.size(), pictureSize);
     const QList<PdfSheet> sheets = highSheets();
-    const WrittenPdf pdf = readPdf(pdfOf({image, file, {}}, sheets, lossless()));
+    const WrittenPdf pdf = readPdf(pdfOf({image, JpegBands::read(file), {}}, sheets, lossless()));
     QCOMPARE(pdf.errors, QByteArray());
     for (qsizetype i = 0; i < sheets.size(); ++i) {
         QCOMPARE(pdf.pages.at(i).bands.at(0).colors.filter, QByteArray("/DCTDecode"));
@@ -111,6 +156,135 @@ void TestPdfJpeg::copiesBands()
         const QImage expected = image.copy(0, strip.firstRow, image.width(), strip.endRow - strip.firstRow);
         QVERIFY2(shownRows(pdf.pages.at(i), sheets.at(i)) == expected, qPrintable(u"strip %1"_s.arg(i)));
     }
+}
+
+void TestPdfJpeg::copiesBitsOfPlainFiles_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<bool>("areBitsCopied");
+    const QImage picture = jpegPicture(pictureSize);
+    const QByteArray plain = jpegOf(picture, {});
+    QTest::addRow("color") << plain << true;
+    QTest::addRow("gray") << jpegOf(picture, {.channels = 1, .horizontal = 1, .vertical = 1}) << true;
+    QTest::addRow("RGB") << jpegOf(picture, {.horizontal = 1, .vertical = 1, .isRgb = true}) << true;
+    QTest::addRow("tables of its own") << jpegOf(picture, {.hasOwnTables = true}) << true;
+    QTest::addRow("more after the end") << plain + "more" << true;
+    QTest::addRow("an Exif segment") << withSegment(plain, 0xe1, exifOf(1)) << true;
+    QTest::addRow("gray, 2x2 samples") << jpegOf(picture, {.channels = 1}) << false;
+    QTest::addRow("progressive") << jpegOf(picture, {.isProgressive = true}) << false;
+    QTest::addRow("restart markers") << jpegOf(picture, {.restartRows = 1}) << false;
+    QTest::addRow("a scan for each channel") << jpegOf(picture, {.hasOneScanAChannel = true}) << false;
+    QTest::addRow("tables that cannot begin a row")
+        << jpegOf(rampPicture(), {.channels = 1, .horizontal = 1, .vertical = 1, .hasOwnTables = true}) << false;
+    QTest::addRow("truncated") << plain.left(plain.size() / 2) << false;
+    QTest::addRow("without an end") << plain.chopped(2) << false;
+    QTest::addRow("bytes before the end") << plain.chopped(2) + "more\xff\xd9" << false;
+    QTest::addRow("the header alone") << plain.left(640) << false;
+    QTest::addRow("no JPEG file") << QByteArray("no JPEG file") << false;
+    QTest::addRow("empty") << QByteArray() << false;
+}
+
+void TestPdfJpeg::copiesBitsOfPlainFiles()
+{
+    QFETCH(const QByteArray, file);
+    QFETCH(const bool, areBitsCopied);
+    const auto bits = JpegBits::read(file);
+    QCOMPARE(bits != nullptr, areBitsCopied);
+    if (bits) {
+        QCOMPARE(bits->size(), pictureSize);
+        QCOMPARE(rowsOf(bits->pack(0, 250), 0, 250), QImage::fromData(file, "jpeg"));
+        QCOMPARE(rowsOf(bits->pack(99, 128), 99, 128), QImage::fromData(file, "jpeg").copy(0, 99, 93, 29));
+    }
+}
+
+void TestPdfJpeg::copiesRowsThatTheTablesCannotBegin()
+{
+    const QImage ramp = rampPicture();
+    const QByteArray file = jpegOf(ramp, {.channels = 1, .horizontal = 1, .vertical = 1, .hasOwnTables = true});
+    const auto bands = JpegBands::read(file);
+    QVERIFY(bands != nullptr);
+    for (int y = 0; y < ramp.height(); y += 8) {
+        QCOMPARE(rowsOf(bands->pack(y, y + 8), y, y + 8), QImage::fromData(file, "jpeg").copy(0, y, ramp.width(), 8));
+    }
+}
+
+void TestPdfJpeg::copiesTheGreatestCoefficients_data()
+{
+    QTest::addColumn<bool>("isProgressive");
+    QTest::addRow("baseline") << false;
+    QTest::addRow("progressive") << true;
+}
+
+void TestPdfJpeg::copiesTheGreatestCoefficients()
+{
+    QFETCH(const bool, isProgressive);
+    QImage picture = noisePicture(QSize(64, 64)).convertToFormat(QImage::Format_RGB32);
+    for (int i = 0; i < 8; ++i) { // black and white: blocks, columns, rows and single pixels
+        QPainter(&picture).fillRect(i % 4 * 16, i / 4 * 16, 8, 8, i % 2 == 0 ? Qt::black : Qt::white);
+        QPainter(&picture).fillRect(i, 32, 1, 8, i % 2 == 0 ? Qt::black : Qt::white);
+        QPainter(&picture).fillRect(32, 32 + i, 8, 1, i % 2 == 0 ? Qt::black : Qt::white);
+    }
+    const QByteArray file =
+        jpegOf(picture, {.horizontal = 1, .vertical = 1, .isProgressive = isProgressive, .quality = 100});
+    const auto bands = JpegBands::read(file);
+    QVERIFY(bands != nullptr);
+    QCOMPARE(rowsOf(bands->pack(16, 64), 16, 64), QImage::fromData(file, "jpeg").copy(0, 16, 64, 48));
+}
+
+void TestPdfJpeg::copiesDamagedFilesExactlyOrNot_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    const QImage picture = jpegPicture(pictureSize);
+    QTest::addRow("4:2:0") << jpegOf(picture, {});
+    QTest::addRow("4:4:4") << jpegOf(picture, {.horizontal = 1, .vertical = 1, .quality = 98});
+    QTest::addRow("4:1:1, own tables") << jpegOf(picture, {.horizontal = 4, .vertical = 1, .hasOwnTables = true});
+    QTest::addRow("gray") << jpegOf(picture, {.channels = 1, .horizontal = 1, .vertical = 1});
+    QTest::addRow("progressive") << jpegOf(picture, {.isProgressive = true});
+}
+
+/// Whatever is copied shows what a decoder makes of the whole file.
+void TestPdfJpeg::copiesDamagedFilesExactlyOrNot()
+{
+    QFETCH(const QByteArray, file);
+    QRandomGenerator random(7);
+    int copied = 0;
+    for (int i = 0; i < 400; ++i) {
+        const QByteArray bytes = damaged(file, random);
+        const auto bands = JpegBands::read(bytes);
+        if (!bands || bands->size().height() > 1000) {
+            continue;
+        }
+        const QImage whole = QImage::fromData(bytes, "jpeg");
+        QCOMPARE(bands->size(), whole.size());
+        for (int y = 0; y < whole.height(); y += 41) {
+            const int end = std::min(whole.height(), y + 41);
+            QVERIFY2(rowsOf(bands->pack(y, end), y, end) == whole.copy(0, y, whole.width(), end - y),
+                     qPrintable(u"change %1, row %2"_s.arg(i).arg(y)));
+        }
+        ++copied;
+    }
+    QVERIFY2(copied > 20, qPrintable(QString::number(copied)));
+}
+
+void TestPdfJpeg::keepsTheProfileOfAFileWithoutAnImage()
+{
+    QImage picture = jpegPicture(pictureSize).convertToFormat(QImage::Format_RGB32);
+    picture.setColorSpace(QColorSpace(QColorSpace::AdobeRgb));
+    QByteArray file;
+    QBuffer buffer(&file);
+    buffer.open(QIODevice::WriteOnly);
+    QVERIFY(picture.save(&buffer, "JPEG"));
+    const QImage image = QImage::fromData(file, "jpeg");
+    QVERIFY(image.colorSpace().isValid());
+    const auto bits = JpegBits::read(file);
+    QVERIFY(bits != nullptr);
+    QCOMPARE(bits->colorSpace(), image.colorSpace());
+    const QList<PdfSheet> sheets = sheetsBetween({0, 100, 250}, 93);
+    const WrittenPdf pdf = readPdf(pdfOf({{}, bits, {}, bits->colorSpace()}, sheets, lossless()));
+    const WrittenPdf decoded = readPdf(pdfOf({image, bits, {}}, sheets, lossless()));
+    QVERIFY(!pdf.pages.at(0).bands.at(0).colors.profile.isEmpty());
+    QCOMPARE(pdf.pages.at(0).bands.at(0).colors.profile, decoded.pages.at(0).bands.at(0).colors.profile);
+    QCOMPARE(pdf.pages.at(1).bands.at(0).colors.bytes, decoded.pages.at(1).bands.at(0).colors.bytes);
 }
 
 void TestPdfJpeg::isHardlyLargerThanTheFile_data()
@@ -135,7 +309,8 @@ void TestPdfJpeg::isHardlyLargerThanTheFile()
     for (int y = 0; y <= 4000; y += 800) {
         pages.append(y + (y > 0 && y < 4000 ? 3 : 0));
     }
-    const QByteArray pdf = pdfOf({QImage::fromData(file, "jpeg"), file, {}}, sheetsBetween(pages, 600), lossless());
+    const QByteArray pdf =
+        pdfOf({QImage::fromData(file, "jpeg"), JpegBands::read(file), {}}, sheetsBetween(pages, 600), lossless());
     QVERIFY2(double(pdf.size()) < 1.05 * double(file.size()),
              qPrintable(u"%1 bytes from %2"_s.arg(pdf.size()).arg(file.size())));
 }
@@ -153,7 +328,8 @@ void TestPdfJpeg::keepsPixelsOfOtherFiles()
 {
     QFETCH(const QByteArray, file);
     const QImage image = jpegPicture(pictureSize).convertToFormat(QImage::Format_RGB32);
-    const WrittenPdf pdf = readPdf(pdfOf({image, file, {}}, sheetsBetween({0, 100, 250}, 93), lossless()));
+    const WrittenPdf pdf =
+        readPdf(pdfOf({image, JpegBands::read(file), {}}, sheetsBetween({0, 100, 250}, 93), lossless()));
     QCOMPARE(pdf.pages.at(0).bands.at(0).colors.filter, QByteArray("/FlateDecode"));
     QCOMPARE(firstDeepDifference(joined(pdf), image.convertToFormat(QImage::Format_RGBA64)), QString());
 }

@@ -202,6 +202,8 @@ private slots:
     void staysInPlaceOnABlankPage();
     void staysWithinReach_data() { seeds(); }
     void staysWithinReach();
+    void looksNoFurtherThanItsContext_data() { seeds(); }
+    void looksNoFurtherThanItsContext();
     void findsTheSameRowMirrored_data() { seeds(); }
     void findsTheSameRowMirrored();
     void findsTheSameRowOfABrighterPicture_data() { seeds(); }
@@ -470,6 +472,23 @@ void TestCalmRow::staysWithinReach()
     for (int regular = 0; regular < 1100; regular += 37) {
         const CalmRow cut = calmRow(image, {regular, 75, 100});
         QVERIFY2(std::abs(cut.row - regular) <= 100, qPrintable(u"%1 for %2"_s.arg(described(cut)).arg(regular)));
+    }
+}
+
+void TestCalmRow::looksNoFurtherThanItsContext()
+{
+    QFETCH(quint32, seed);
+    const QImage image = randomPage(seed);
+    const int context = calmContext(image.width());
+    for (int regular = 100; regular < 1000; regular += 61) {
+        for (const CutPlace &place : {CutPlace{regular, 75, 100}, CutPlace{regular, 30, 30}}) {
+            const int first = std::max(0, regular - place.far - context) / calmAlignment * calmAlignment;
+            const int end = std::min(image.height(), regular + place.far + context);
+            CalmRow found =
+                calmRow(image.copy(0, first, image.width(), end - first), {regular - first, place.near, place.far});
+            found.row += first;
+            QCOMPARE(described(found), described(calmRow(image, place)));
+        }
     }
 }
 
