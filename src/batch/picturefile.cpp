@@ -3,6 +3,7 @@
 #include "batch/batcherror.h"
 #include "batch/capturederrors.h"
 #include "batch/filename.h"
+#include "batch/truncation.h"
 #include "decode/imagedecoder.h"
 #include "pixels/blankborders.h"
 #include "pixels/imagefile.h"
@@ -100,13 +101,6 @@ private:
     QtMessageHandler usual;
 };
 
-/// Whether \a bytes, a file of \a format, end before what its header says.
-bool isBitmapTruncated(const QByteArray &bytes, const QByteArray &format)
-{
-    return format == "bmp" && bytes.size() >= 6
-        && qsizetype(qFromLittleEndian<quint32>(bytes.constData() + 2)) > bytes.size();
-}
-
 /// Whether \a bytes are a PNG file with more rows or columns than can be read.
 bool isPngTooLarge(const QByteArray &bytes)
 {
@@ -195,7 +189,7 @@ FilePicture PictureFile::decodeWhole(int index, const PictureUse &use) const
     if (picture.image.isNull()) {
         throwDecodeError(reason);
     }
-    const QString loss = isBitmapTruncated(bytes, format) ? u"unexpected end of file"_s : damage;
+    const QString loss = isTruncated(bytes, format) ? u"unexpected end of file"_s : damage;
     if (!loss.isEmpty() && !use.isDamageAccepted) {
         throw unreadable(u"the file is damaged: %1; --accept-damaged converts what can be read"_s.arg(loss));
     }

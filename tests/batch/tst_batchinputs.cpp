@@ -340,7 +340,11 @@ void TestBatchInputs::reportsDamage_data()
     const QImage picture = noisePicture(QSize(200, 300));
     const auto truncated = [](const QByteArray &bytes) { return bytes.left(bytes.size() / 2); };
     QTest::newRow("truncated JPEG") << u"a.jpg"_s << truncated(encodedPicture(picture, "JPG"));
-    QTest::newRow("truncated bitmap") << u"a.bmp"_s << truncated(encodedPicture(picture, "BMP"));
+    QTest::newRow("truncated BMP") << u"a.bmp"_s << truncated(encodedPicture(picture, "BMP"));
+    QTest::newRow("truncated XBM") << u"a.xbm"_s << truncated(encodedPicture(picture, "XBM"));
+    QTest::newRow("truncated GIF") << u"a.gif"_s
+                                   << QByteArray::fromHex("474946383961c8002c018000000000 00ffffff"
+                                                          "2c00000000c8002c0100020e848fa9cbed0fa39cb4da8bb3de05");
 }
 
 void TestBatchInputs::reportsDamage()

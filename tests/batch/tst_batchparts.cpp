@@ -7,6 +7,7 @@
 #include "batch/filename.h"
 #include "batch/inputs.h"
 #include "batch/partfile.h"
+#include "batch/truncation.h"
 #include "support/files.h"
 #include "support/pictures.h"
 #include "support/testmain.h"
@@ -165,6 +166,8 @@ private slots:
     void partFileThatIsGoneReplacesNothing();
     void partFileKeepsPermissions();
     void partFileFollowsLinks();
+    void seesWhereAFileIsTruncated_data();
+    void seesWhereAFileIsTruncated();
     void partFileRejects_data();
     void partFileRejects();
 #ifdef Q_OS_LINUX
@@ -848,6 +851,42 @@ void TestBatchParts::partFileFollowsLinks()
     missing.commit();
     QVERIFY(QFileInfo(u"link.pdf"_s).isSymLink());
     QVERIFY(QFile::exists(u"elsewhere/real.pdf"_s));
+}
+
+void TestBatchParts::seesWhereAFileIsTruncated_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<int>("least"); // bytes of a whole picture; 0 if the decoder tells
+    const QByteArray header = QByteArray::fromHex("474946383961100010008000000000 00ffffff");
+    const QByteArray pixels = QByteArray::fromHex("020e848fa9cbed0fa39cb4da8bb3de0500");
+    const QByteArray extension = QByteArray::fromHex("21f9040000000000");
+    const QByteArray frame = QByteArray::fromHex("2c00000000100010000 0") + pixels;
+    const QByteArray ownColors = QByteArray::fromHex("2c0000000010001000800000000 1ffff") + pixels;
+    const auto sizeOf = [](const QByteArray &bytes) { return int(bytes.size()); };
+    QTest::newRow("GIF") << header + frame + ';' << QByteArray("gif") << sizeOf(header + frame);
+    QTest::newRow("GIF, two frames") << header + frame + frame + ';' << QByteArray("gif") << sizeOf(header + frame);
+    QTest::newRow("GIF, extensions") << header + extension + extension + frame << QByteArray("gif")
+                                     << sizeOf(header + extension + extension + frame);
+    QTest::newRow("GIF, colors of the frame")
+        << header + ownColors + ';' << QByteArray("gif") << sizeOf(header + ownColors);
+    const QImage picture = noisePicture(QSize(16, 16));
+    const QByteArray bmp = encodedPicture(picture, "BMP");
+    QTest::newRow("BMP") << bmp << QByteArray("bmp") << sizeOf(bmp);
+    const QByteArray xbm = encodedPicture(picture, "XBM");
+    QTest::newRow("XBM") << xbm << QByteArray("xbm") << int(xbm.lastIndexOf('}')) + 1;
+    QTest::newRow("PNG") << encodedPicture(picture, "PNG") << QByteArray("png") << 0;
+}
+
+void TestBatchParts::seesWhereAFileIsTruncated()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(QByteArray, format);
+    QFETCH(int, least);
+    QVERIFY(!QImage::fromData(file).isNull());
+    for (int size = 6; size <= file.size(); ++size) {
+        QVERIFY2(isTruncated(file.left(size), format) == (size < least), qPrintable(QString::number(size)));
+    }
 }
 
 void TestBatchParts::partFileRejects_data()
