@@ -27,9 +27,6 @@ MemoryAhead::MemoryAhead(uchar *begin, uchar *afterLast)
     : next(startOfPage(begin))
     , end(afterLast)
 {
-    if (next < end) {
-        madvise(next, quintptr(end - next), MADV_HUGEPAGE); // if it fails, the pages are small
-    }
 }
 
 void MemoryAhead::reach(const uchar *to)

@@ -3,8 +3,8 @@
 #include <QtGlobal>
 
 /// Has the system provide memory a piece ahead of where it is written for the
-/// first time, in large pages, which takes less than one page fault for each page.
-/// Does nothing on systems that cannot do that.
+/// first time, which takes less than one page fault for each page. Does nothing
+/// on systems that cannot do that.
 class MemoryAhead
 {
 public:
