@@ -1,6 +1,7 @@
 #include "pdf/jpegband.h"
 
 #include "pdf/jpegcompressor.h"
+#include "pdf/optimaltable.h"
 #include "pixels/rowviews.h"
 
 #include <algorithm>
@@ -11,6 +12,11 @@ namespace {
 
 constexpr int rowsAtATime = 16;
 constexpr int pixelsOfByte = 3; // about, in a file of quality 94
+
+// The sample has one of so many groups of rows, within limits.
+constexpr int groupsOfSampled = 32;
+constexpr int leastGroups = 8;
+constexpr int mostGroups = 1024;
 
 /// How libjpeg reads the rows of an image.
 struct RowLayout
@@ -73,7 +79,9 @@ QImage convertedRows(const QImage &image, int first, int count, QImage::Format f
     return rows;
 }
 
-void begin(JpegCompressor &compressor, QSize size, J_COLOR_SPACE space, int quality)
+/// Writes the header of a file with \a tables, or of one with tables of its own if that
+/// is null.
+void begin(JpegCompressor &compressor, QSize size, J_COLOR_SPACE space, int quality, const JpegTables *tables)
 {
     compressor.run([=](jpeg_compress_struct &info) {
         info.image_width = JDIMENSION(size.width());
@@ -82,6 +90,11 @@ void begin(JpegCompressor &compressor, QSize size, J_COLOR_SPACE space, int qual
         info.input_components = space == JCS_GRAYSCALE ? 1 : space == JCS_EXT_RGB || space == JCS_EXT_BGR ? 3 : 4;
         jpeg_set_defaults(&info);
         jpeg_set_quality(&info, quality, TRUE);
+        info.optimize_coding = tables == nullptr ? TRUE : FALSE;
+        for (size_t i = 0; tables != nullptr && i < tables->first.size(); ++i) {
+            *info.dc_huff_tbl_ptrs[i] = tables->first[i];
+            *info.ac_huff_tbl_ptrs[i] = tables->others[i];
+        }
         jpeg_start_compress(&info, TRUE);
     });
 }
@@ -96,7 +109,87 @@ void writeRows(JpegCompressor &compressor, const QImage &rows)
         [&](jpeg_compress_struct &info) { jpeg_write_scanlines(&info, lines.data(), JDIMENSION(rows.height())); });
 }
 
+/// Writes the rows of \a image from \a first to before \a end.
+void writeImageRows(JpegCompressor &compressor, const QImage &image, int first, int end, QImage::Format format)
+{
+    for (int y = first; y < end; y += rowsAtATime) {
+        const QImage rows = convertedRows(image, y, std::min(rowsAtATime, end - y), format);
+        if (rows.isNull()) {
+            throw std::bad_alloc();
+        }
+        writeRows(compressor, rows);
+    }
+}
+
+/// How often symbols occur in a file for which \a table is the best, by the lengths of
+/// its codes.
+SymbolCounts countsFrom(const JHUFF_TBL &table)
+{
+    SymbolCounts counts{};
+    const UINT8 *symbol = table.huffval;
+    for (int length = 1; length <= 16; ++length) {
+        for (int i = 0; i < table.bits[length]; ++i) {
+            counts[*symbol++] = 1U << unsigned(20 - length);
+        }
+    }
+    return counts;
+}
+
+/// The table \a table with a code for each of the numbers of bits that a first
+/// coefficient can have.
+JHUFF_TBL tableOfFirst(const JHUFF_TBL &table)
+{
+    constexpr size_t mostBits = 11;
+    SymbolCounts counts = countsFrom(table);
+    for (size_t bits = 0; bits <= mostBits; ++bits) {
+        counts[bits] = std::max(1U, counts[bits]);
+    }
+    return optimalTable(counts);
+}
+
+/// The table \a table with a code for each number of zeros that can precede another
+/// coefficient, and each number of bits that it can have.
+JHUFF_TBL tableOfOthers(const JHUFF_TBL &table)
+{
+    constexpr size_t mostZeros = 15;
+    constexpr size_t mostBits = 10;
+    SymbolCounts counts = countsFrom(table);
+    for (size_t zeros = 0; zeros <= mostZeros; ++zeros) {
+        for (size_t bits = 1; bits <= mostBits; ++bits) {
+            counts[zeros << 4U | bits] = std::max(1U, counts[zeros << 4U | bits]);
+        }
+    }
+    counts[0] = std::max(1U, counts[0]); // the rest of the block is zero
+    counts[mostZeros << 4U] = std::max(1U, counts[mostZeros << 4U]); // 16 zeros
+    return optimalTable(counts);
+}
+
 } // namespace
+
+JpegTables jpegTablesFor(const QImage &image, int quality)
+{
+    const RowLayout layout = layoutOf(image);
+    const int groups = std::max(1, image.height() / rowsAtATime);
+    const int sampled = std::min(groups, std::clamp(groups / groupsOfSampled, leastGroups, mostGroups));
+    const int height = std::min(image.height(), rowsAtATime);
+    JpegCompressor compressor(qsizetype(image.width()) * sampled * height / pixelsOfByte);
+    begin(compressor, QSize(image.width(), sampled * height), layout.space, quality, nullptr);
+    for (int i = 0; i < sampled; ++i) {
+        const int first = int(qint64(groups) * i / sampled) * height;
+        writeImageRows(compressor, image, first, first + height, layout.format);
+    }
+    JpegTables tables{};
+    compressor.run([&](jpeg_compress_struct &info) {
+        jpeg_finish_compress(&info);
+        for (size_t i = 0; i < tables.first.size(); ++i) {
+            tables.first[i] = *info.dc_huff_tbl_ptrs[i];
+            tables.others[i] = *info.ac_huff_tbl_ptrs[i];
+        }
+    });
+    std::transform(tables.first.begin(), tables.first.end(), tables.first.begin(), tableOfFirst);
+    std::transform(tables.others.begin(), tables.others.end(), tables.others.begin(), tableOfOthers);
+    return tables;
+}
 
 bool isForJpeg(const QImage &image)
 {
@@ -108,19 +201,13 @@ bool isForJpeg(int rows)
     return rows <= JPEG_MAX_DIMENSION;
 }
 
-PackedImage packJpeg(const QImage &image, int first, int end, int quality)
+PackedImage packJpeg(const QImage &image, int first, int end, int quality, const JpegTables &tables)
 {
     const RowLayout layout = layoutOf(image);
     const QSize size(image.width(), end - first);
     JpegCompressor compressor(qsizetype(size.width()) * size.height() / pixelsOfByte);
-    begin(compressor, size, layout.space, quality);
-    for (int y = first; y < end; y += rowsAtATime) {
-        const QImage rows = convertedRows(image, y, std::min(rowsAtATime, end - y), layout.format);
-        if (rows.isNull()) {
-            throw std::bad_alloc();
-        }
-        writeRows(compressor, rows);
-    }
+    begin(compressor, size, layout.space, quality, &tables);
+    writeImageRows(compressor, image, first, end, layout.format);
     compressor.run([](jpeg_compress_struct &info) { jpeg_finish_compress(&info); });
     PackedImage packed = packedImage(size.width(), size.height(), layout.space == JCS_GRAYSCALE ? 1 : 3, 8);
     packed.coding = PackedImage::Coding::Jpeg;

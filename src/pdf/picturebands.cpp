@@ -7,11 +7,13 @@
 
 #include <QColorSpace>
 
+#include <optional>
+
 struct PictureBands::Source
 {
     QImage image;
     SampleRows samples;
-    bool isJpeg;
+    std::optional<JpegTables> jpegTables; ///< nothing if no band becomes JPEG
     int quality;
     QColorSpace colorSpace;
     std::shared_ptr<const JpegBands> file; ///< null if the picture is no JPEG file that is copied
@@ -26,12 +28,18 @@ std::shared_ptr<const JpegBands> copiedFile(const PdfPicture &picture, bool isLo
     return isCopied ? picture.jpeg : nullptr;
 }
 
+std::optional<JpegTables> tablesOf(const PdfPicture &picture, const PdfOptions &options)
+{
+    const bool isJpeg = !options.lossless && isForJpeg(picture.image);
+    return isJpeg ? std::optional(jpegTablesFor(picture.image, options.quality)) : std::nullopt;
+}
+
 } // namespace
 
 PictureBands::PictureBands(const PdfPicture &picture, const PdfOptions &options)
-    : source(std::make_unique<const Source>(Source{picture.image, SampleRows(picture.image),
-                                                   !options.lossless && isForJpeg(picture.image), options.quality,
-                                                   picture.colorSpace, copiedFile(picture, options.lossless)}))
+    : source(std::make_unique<const Source>(Source{picture.image, SampleRows(picture.image), tablesOf(picture, options),
+                                                   options.quality, picture.colorSpace,
+                                                   copiedFile(picture, options.lossless)}))
 {
 }
 
@@ -43,11 +51,11 @@ PackedBand PictureBands::pack(int first, int end) const
         return source->file->pack(first, end);
     }
     const int width = source->image.width();
-    const bool isJpeg = source->isJpeg && isForJpeg(end - first);
+    const bool isJpeg = source->jpegTables && isForJpeg(end - first);
     PackedBand band;
     band.firstRow = first;
-    band.colors =
-        isJpeg ? packJpeg(source->image, first, end, source->quality) : packColors(source->samples, width, first, end);
+    band.colors = isJpeg ? packJpeg(source->image, first, end, source->quality, *source->jpegTables)
+                         : packColors(source->samples, width, first, end);
     if (source->samples.hasTransparency(first, end)) {
         band.alpha = packAlpha(source->samples, width, first, end);
     }

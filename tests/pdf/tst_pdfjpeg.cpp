@@ -1,5 +1,6 @@
 #include "../decode/jpegbytes.h"
 #include "pdf/jpegbits.h"
+#include "pdf/optimaltable.h"
 #include "support/pictures.h"
 #include "support/testmain.h"
 #include "writtenpdf.h"
@@ -7,6 +8,9 @@
 #include <QBuffer>
 #include <QPainter>
 #include <QRandomGenerator>
+
+#include <algorithm>
+#include <set>
 
 using namespace Qt::StringLiterals;
 
@@ -78,6 +82,31 @@ QByteArray damaged(QByteArray file, QRandomGenerator &random)
     return random.bounded(8) == 0 ? file.left(random.bounded(int(file.size()))) : file;
 }
 
+QByteArray savedByQt(const QImage &image, int quality)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "JPEG", quality);
+    return bytes;
+}
+
+/// The bits of all symbols in the shortest code: each joining of two subtrees adds a bit
+/// to all of their symbols.
+quint64 leastBits(const SymbolCounts &counts)
+{
+    std::multiset<quint64> trees{1}; // for the code that is not used
+    std::copy_if(counts.begin(), counts.end(), std::inserter(trees, trees.end()), [](quint32 n) { return n > 0; });
+    quint64 bits = 0;
+    while (trees.size() > 1) {
+        const quint64 sum = *trees.begin() + *std::next(trees.begin());
+        trees.erase(trees.begin(), std::next(trees.begin(), 2));
+        trees.insert(sum);
+        bits += sum;
+    }
+    return bits;
+}
+
 } // namespace
 
 /// JPEG input: its bands, decoded, are the rows of the decoded file.
@@ -103,6 +132,12 @@ private slots:
     void packsGrayAsOneChannel_data();
     void packsGrayAsOneChannel();
     void halvesTheResolutionOfHue();
+    void packsWhatTheSampleLacks_data();
+    void packsWhatTheSampleLacks();
+    void isSmallerThanByQt_data();
+    void isSmallerThanByQt();
+    void makesOptimalTables_data();
+    void makesOptimalTables();
 };
 
 void TestPdfJpeg::copiesBands_data()
@@ -366,14 +401,111 @@ void TestPdfJpeg::halvesTheResolutionOfHue()
 {
     const QImage image = jpegPicture(QSize(93, 64)).convertToFormat(QImage::Format_RGB32);
     const WrittenPdf pdf = readPdf(pdfOf({image, {}, {}}, sheetsBetween({0, 64}, 93), {}));
-    const QByteArray saved = [&image] {
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::WriteOnly);
-        image.save(&buffer, "JPEG", 94);
-        return bytes;
-    }();
-    QCOMPARE(QImage::fromData(pdf.pages.at(0).bands.at(0).colors.bytes, "jpeg"), QImage::fromData(saved, "jpeg"));
+    QCOMPARE(QImage::fromData(pdf.pages.at(0).bands.at(0).colors.bytes, "jpeg"),
+             QImage::fromData(savedByQt(image, 94), "jpeg"));
+}
+
+void TestPdfJpeg::packsWhatTheSampleLacks_data()
+{
+    QTest::addColumn<QImage::Format>("format");
+    QTest::addColumn<int>("quality");
+    for (const int quality : {1, 50, 94, 100}) {
+        QTest::addRow("color, quality %d", quality) << QImage::Format_RGB32 << quality;
+        QTest::addRow("gray, quality %d", quality) << QImage::Format_Grayscale8 << quality;
+    }
+}
+
+/// White, but for rows of noise and of black and white that the tables are not made from.
+void TestPdfJpeg::packsWhatTheSampleLacks()
+{
+    QFETCH(const QImage::Format, format);
+    QFETCH(const int, quality);
+    QImage image = plainPicture(201, 4096, Qt::white);
+    QPainter painter(&image);
+    painter.drawImage(0, 100, noisePicture(QSize(201, 90)));
+    for (int x = 0; x < 201; x += 2) {
+        painter.fillRect(x, 300, 1, 60, Qt::black);
+        painter.fillRect(0, 620 + x, 201, 1, Qt::black);
+    }
+    painter.end();
+    image.convertTo(format);
+    PdfOptions options;
+    options.quality = quality;
+    const WrittenPdf pdf = readPdf(pdfOf({image, {}, {}}, sheetsBetween({0, 4096}, 201), options));
+    QCOMPARE(QImage::fromData(pdf.pages.at(0).bands.at(0).colors.bytes, "jpeg"),
+             QImage::fromData(savedByQt(image, quality), "jpeg"));
+}
+
+void TestPdfJpeg::isSmallerThanByQt_data()
+{
+    QTest::addColumn<QImage>("image");
+    QTest::addRow("text") << textPicture(400, 2000).convertToFormat(QImage::Format_RGB32);
+    QTest::addRow("gray text") << textPicture(400, 2000).convertToFormat(QImage::Format_Grayscale8);
+    QTest::addRow("soft blocks") << jpegPicture(QSize(400, 2000));
+    QTest::addRow("noise") << noisePicture(QSize(400, 2000)).convertToFormat(QImage::Format_Grayscale8);
+}
+
+void TestPdfJpeg::isSmallerThanByQt()
+{
+    QFETCH(const QImage, image);
+    const WrittenPdf pdf = readPdf(pdfOf({image, {}, {}}, sheetsBetween({0, 2000}, 400), {}));
+    const qsizetype size = pdf.pages.at(0).bands.at(0).colors.bytes.size();
+    const qsizetype byQt = savedByQt(image, 94).size();
+    QVERIFY2(size * 100 < byQt * 99, qPrintable(u"%1 bytes, by Qt %2"_s.arg(size).arg(byQt)));
+}
+
+void TestPdfJpeg::makesOptimalTables_data()
+{
+    QTest::addColumn<SymbolCounts>("counts");
+    QTest::addColumn<bool>("isLimited"); // some codes would be longer than 16 bits
+    SymbolCounts counts{};
+    QTest::addRow("none") << counts << false;
+    counts[7] = 1;
+    QTest::addRow("one") << counts << false;
+    counts[255] = 1000;
+    QTest::addRow("two") << counts << false;
+    counts.fill(1);
+    QTest::addRow("all alike") << counts << false;
+    for (size_t i = 0; i < 32; ++i) {
+        counts[i] = i < 2 ? 1 : counts[i - 1] + counts[i - 2]; // the longest codes
+    }
+    std::fill(counts.begin() + 32, counts.end(), 0);
+    QTest::addRow("Fibonacci numbers") << counts << true;
+    QRandomGenerator random(3);
+    for (int i = 0; i < 50; ++i) {
+        std::generate(counts.begin(), counts.end(),
+                      [&] { return random.bounded(3) == 0 ? 0 : 1U << random.bounded(i % 2 == 0 ? 9 : 16); });
+        QTest::addRow("random %d", i) << counts << (i % 2 != 0);
+    }
+}
+
+void TestPdfJpeg::makesOptimalTables()
+{
+    QFETCH(const SymbolCounts, counts);
+    QFETCH(const bool, isLimited);
+    const JHUFF_TBL table = optimalTable(counts);
+    std::set<int> symbols;
+    quint64 bits = 0;
+    int space = 1 << 16; // codes of 16 bits that are free
+    const UINT8 *symbol = table.huffval;
+    for (int length = 1; length <= 16; ++length) {
+        for (int i = 0; i < table.bits[length]; ++i) {
+            bits += quint64(length) * counts[*symbol];
+            QVERIFY(counts[*symbol] > 0);
+            QVERIFY(symbols.insert(*symbol++).second);
+            space -= 1 << (16 - length);
+        }
+    }
+    QVERIFY(space > 0); // the code of ones
+    QCOMPARE(qsizetype(symbols.size()), std::count_if(counts.begin(), counts.end(), [](quint32 n) { return n > 0; }));
+    if (!isLimited) {
+        int longest = 16;
+        while (longest > 1 && table.bits[longest] == 0) {
+            --longest;
+        }
+        QVERIFY(bits + quint64(longest) >= leastBits(counts));
+        QVERIFY(bits <= leastBits(counts));
+    }
 }
 
 QUILLMARCH_TEST_MAIN(TestPdfJpeg)
