@@ -594,7 +594,7 @@ void TestBatchRun::failedWriteKeepsTheOldFile()
 {
 #ifdef Q_OS_UNIX
     QFETCH(int, limit);
-    savedPicture(blockPicture(350, 1900), u"a.png"_s);
+    savedPicture(noisePicture(QSize(350, 1900)), u"a.png"_s); // a file of more than 20000 bytes
     savedBytes(oldFile, u"a.pdf"_s);
     QProcess process;
     setUpBatch(process, {u"a.png"_s, u"-o"_s, u"a.pdf"_s});
