@@ -20,6 +20,11 @@
 #include <malloc.h>
 #endif
 
+#ifdef Q_OS_UNIX
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -31,6 +36,19 @@ void keepFreedMemory()
 #ifdef M_MMAP_THRESHOLD
     mallopt(M_MMAP_THRESHOLD, 32 << 20);
     mallopt(M_TRIM_THRESHOLD, 64 << 20);
+#endif
+}
+
+/// Takes the numbers of standard streams that are closed: otherwise the next files to be
+/// opened get them, the PDF file among them, and messages are written into it.
+void occupyClosedStreams()
+{
+#ifdef Q_OS_UNIX
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) < 0) {
+            ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY); // using it still fails
+        }
+    }
 #endif
 }
 
@@ -155,6 +173,7 @@ int run(const CommandLine &line)
 
 int runBatch(const QStringList &arguments)
 {
+    occupyClosedStreams();
     exitWhenOutOfMemory(sayOutOfMemory);
     keepFreedMemory();
     prepareEnvironment();

@@ -168,6 +168,8 @@ private slots:
     void printsNothingWhenQuiet();
     void printsFailuresWhenQuiet();
     void fullStandardOutputIsAFailure();
+    void closedStreamsLeaveTheFileComplete_data();
+    void closedStreamsLeaveTheFileComplete();
 
     void needsNoEnvironment();
     void ignoresSettings();
@@ -533,6 +535,45 @@ void TestBatchRun::fullStandardOutputIsAFailure()
     process.start();
     QCOMPARE(endOf(process).code, 4);
     QCOMPARE(pdfFacts(u"a.pdf"_s).pages, 3);
+}
+
+void TestBatchRun::closedStreamsLeaveTheFileComplete_data()
+{
+    QTest::addColumn<QList<int>>("closed");
+    QTest::addColumn<int>("code");
+    QTest::newRow("input") << QList<int>{0} << 0;
+    QTest::newRow("output") << QList<int>{1} << 4;
+    QTest::newRow("errors") << QList<int>{2} << 0;
+    QTest::newRow("input and output") << QList<int>{0, 1} << 4;
+    QTest::newRow("all") << QList<int>{0, 1, 2} << 4;
+}
+
+void TestBatchRun::closedStreamsLeaveTheFileComplete()
+{
+#ifdef Q_OS_UNIX
+    QFETCH(QList<int>, closed);
+    QFETCH(int, code);
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    const QList<QStringList> runs{{u"a.png"_s, u"-o"_s, u"a.pdf"_s}, {u"a.png"_s, u"a.png"_s, u"-o"_s, u"out"_s}};
+    for (const QStringList &arguments : runs) {
+        QProcess process;
+        setUpBatch(process, arguments + QStringList(u"--json"_s));
+        process.setChildProcessModifier([closed] {
+            for (const int stream : closed) {
+                ::close(stream);
+            }
+        });
+        process.start();
+        QCOMPARE(endOf(process).code, code);
+    }
+    for (const QString &name : {u"a.pdf"_s, u"out/a.pdf"_s, u"out/a-2.pdf"_s}) {
+        QCOMPARE(pdfFacts(name).pages, 3);
+        QVERIFY(contentOf(name).startsWith("%PDF-"));
+        QVERIFY(contentOf(name).endsWith("%%EOF\n"));
+    }
+#else
+    QSKIP("has no streams that can be closed this way");
+#endif
 }
 
 void TestBatchRun::needsNoEnvironment()
