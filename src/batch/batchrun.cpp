@@ -66,6 +66,7 @@ void prepareEnvironment()
 /// own.
 void onMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
+    exitIfThreadIsMissing(text);
     if (type == QtCriticalMsg || type == QtFatalMsg) {
         std::fprintf(stderr, "quillmarch-batch: %s\n", qPrintable(text));
     }

@@ -9,6 +9,8 @@
 #include <new>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 std::function<void()> lastCall;
@@ -46,5 +48,12 @@ void exitWhenOutOfMemory(std::function<void()> lastWords)
     lastCall = std::move(lastWords);
     if (usualEnd == nullptr) {
         usualEnd = std::set_terminate(onTerminate);
+    }
+}
+
+void exitIfThreadIsMissing(const QString &warning)
+{
+    if (warning.startsWith("QThread::start: Thread creation error"_L1)) {
+        endForWantOfMemory();
     }
 }

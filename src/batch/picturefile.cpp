@@ -3,6 +3,7 @@
 #include "batch/batcherror.h"
 #include "batch/capturederrors.h"
 #include "batch/filename.h"
+#include "batch/outofmemory.h"
 #include "batch/truncation.h"
 #include "decode/imagedecoder.h"
 #include "pixels/blankborders.h"
@@ -80,6 +81,7 @@ QString damage; // what the JPEG decoder said last
 
 void keepDamage(QtMsgType, const QMessageLogContext &context, const QString &text)
 {
+    exitIfThreadIsMissing(text);
     if (QLatin1StringView(context.category) == "qt.gui.imageio.jpeg"_L1 && tellsOfDamage(text)) {
         damage = text;
     }

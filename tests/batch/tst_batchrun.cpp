@@ -170,6 +170,7 @@ private slots:
     void fullStandardOutputIsAFailure();
     void closedStreamsLeaveTheFileComplete_data();
     void closedStreamsLeaveTheFileComplete();
+    void endsIfNoThreadStarts();
 
     void needsNoEnvironment();
     void ignoresSettings();
@@ -573,6 +574,31 @@ void TestBatchRun::closedStreamsLeaveTheFileComplete()
     }
 #else
     QSKIP("has no streams that can be closed this way");
+#endif
+}
+
+void TestBatchRun::endsIfNoThreadStarts()
+{
+#ifdef Q_OS_LINUX
+    constexpr rlim_t moreThanThereIs = rlim_t(1) << 46; // bytes for the stack of a thread
+    savedBytes(R"svg(<svg xmlns="http://www.w3.org/2000/svg" width="400" height="400">
+        <linearGradient id="g"><stop offset="0" stop-color="red"/><stop offset="1"/></linearGradient>
+        <rect width="400" height="400" fill="url(#g)"/></svg>)svg",
+               u"gradient.svg"_s); // Qt draws it with threads
+    for (const QStringList &images : {QStringList(u"gradient.svg"_s), {u"gradient.svg"_s, u"gradient.svg"_s}}) {
+        QProcess process;
+        setUpBatch(process, images + QStringList{u"-o"_s, u"out/"_s});
+        process.setChildProcessModifier([] {
+            const rlimit limit{moreThanThereIs, RLIM_INFINITY};
+            ::setrlimit(RLIMIT_STACK, &limit);
+        });
+        process.start();
+        const BatchEnd end = endOf(process);
+        QCOMPARE(end.code, 5);
+        QCOMPARE(end.errors.count("gradient.svg: too large: out of memory\n"), images.size());
+    }
+#else
+    QSKIP("has no limit of threads that is certain");
 #endif
 }
 
