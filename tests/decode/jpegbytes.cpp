@@ -90,12 +90,3 @@ QByteArray withSegment(const QByteArray &jpeg, int marker, const QByteArray &dat
     const auto length = quint16(data.size() + 2);
     return jpeg.left(at) + '\xff' + char(marker) + char(length >> 8) + char(length & 0xff) + data + jpeg.mid(at);
 }
-
-QByteArray exifOf(int orientation, bool bigEndian)
-{
-    const QByteArray big =
-        QByteArray("MM\0\x2a\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0", 19) + char(orientation) + QByteArray(6, '\0');
-    const QByteArray little =
-        QByteArray("II\x2a\0\x08\0\0\0\x01\0\x12\x01\x03\0\x01\0\0\0", 18) + char(orientation) + QByteArray(7, '\0');
-    return QByteArray("Exif\0\0", 6) + (bigEndian ? big : little);
-}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/exifbytes.h"
+
 #include <QByteArray>
 #include <QImage>
 
@@ -27,6 +29,3 @@ QByteArray jpegOf(const QImage &image, const JpegKind &kind);
 /// \a jpeg with the segment \a marker of \a data at its start, after the JFIF
 /// segment.
 QByteArray withSegment(const QByteArray &jpeg, int marker, const QByteArray &data);
-
-/// The content of an EXIF segment that holds \a orientation.
-QByteArray exifOf(int orientation, bool bigEndian = true);

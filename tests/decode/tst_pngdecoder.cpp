@@ -1,5 +1,5 @@
 #include "decodecomparison.h"
-#include "pngbytes.h"
+#include "support/pngbytes.h"
 #include "support/testmain.h"
 
 #include <QBuffer>

@@ -1,6 +1,6 @@
 #include "decode/decodecomparison.h"
-#include "decode/pngbytes.h"
 #include "fuzzing.h"
+#include "support/pngbytes.h"
 
 #include <QBuffer>
 

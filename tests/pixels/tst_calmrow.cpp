@@ -3,6 +3,7 @@
 #include "pixels/rowchanges.h"
 #include "support/calmcuts.h"
 #include "support/pictures.h"
+#include "support/plainprofile.h"
 #include "support/testmain.h"
 
 #include <QPainter>
@@ -26,15 +27,6 @@ std::vector<uchar> randomBytes(qsizetype length, QRandomGenerator &random)
     std::vector<uchar> bytes(static_cast<size_t>(length));
     std::generate(bytes.begin(), bytes.end(), [&random] { return uchar(random.bounded(256)); });
     return bytes;
-}
-
-quint64 plainSquares(const uchar *a, const uchar *b, qsizetype first, qsizetype end)
-{
-    quint64 sum = 0;
-    for (qsizetype i = first; i < end; ++i) {
-        sum += quint64((a[i] - b[i]) * (a[i] - b[i]));
-    }
-    return sum;
 }
 
 /// The rounded average of channel \a i of a row in the square at \a y.

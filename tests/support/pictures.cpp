@@ -136,6 +136,16 @@ QPixmap keptPixmap(const QImage &image)
     return QPixmap::fromImage(image, Qt::NoFormatConversion);
 }
 
+QPixmap withoutPalette(const QPixmap &pixmap)
+{
+    const QImage image = pixmap.toImage();
+    if (image.colorTable().isEmpty()) {
+        return pixmap;
+    }
+    return keptPixmap(
+        image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32));
+}
+
 QByteArray encodedPicture(const QImage &image, const char *format)
 {
     QBuffer buffer;

@@ -44,6 +44,9 @@
 /// A pixmap that keeps the format of \a image.
 [[nodiscard]] QPixmap keptPixmap(const QImage &image);
 
+/// The colors of \a pixmap in a copied part of it, if the copy kept the palette.
+[[nodiscard]] QPixmap withoutPalette(const QPixmap &pixmap);
+
 /// \a image as a file of \a format.
 [[nodiscard]] QByteArray encodedPicture(const QImage &image, const char *format);
 

@@ -7,20 +7,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QPixmap withoutPalette(const QPixmap &source)
-{
-    const QImage image = source.toImage();
-    if (image.colorTable().isEmpty()) {
-        return source;
-    }
-    return keptPixmap(
-        image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32));
-}
-
-} // namespace
-
 void plainDrawBand(QPainter *painter, const QRectF &target, const QPixmap &source, const QRect &band,
                    const QSizeF &size)
 {
