@@ -45,6 +45,8 @@ QString nameFromBytes(const QByteArray &bytes)
         const qsizetype length = characterLength(bytes, at);
         if (length == 0) {
             name += QChar(ushort(firstByteSign + uchar(bytes.at(at))));
+        } else if (length == 1) {
+            name += QLatin1Char(bytes.at(at));
         } else {
             name += QString::fromUtf8(bytes.constData() + at, length);
         }
@@ -60,6 +62,8 @@ QByteArray bytesOfName(const QString &name)
         const bool isPair = name.at(at).isHighSurrogate() && at + 1 < name.size();
         if (!isPair && isByteSign(name.at(at))) {
             bytes += char(name.at(at).unicode() - firstByteSign);
+        } else if (name.at(at).unicode() < 0x80) {
+            bytes += name.at(at).toLatin1();
         } else {
             bytes += QStringView(name).mid(at, isPair ? 2 : 1).toUtf8();
         }

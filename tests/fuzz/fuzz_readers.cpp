@@ -1,8 +1,10 @@
+#include "app/startup.h"
 #include "batch/batcherror.h"
 #include "batch/batchevent.h"
 #include "batch/cutlist.h"
 #include "batch/filename.h"
 #include "batch/inputs.h"
+#include "batch/paper.h"
 #include "fuzzing.h"
 #include "update/updatedocuments.h"
 
@@ -10,6 +12,7 @@
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 
 using namespace Qt::StringLiterals;
@@ -30,12 +33,12 @@ void readVocabulary(const QString &text)
     static_cast<void>(platformDisplayName(text));
 }
 
+/// The platform is chosen by the length.
 void readRelease(const QByteArray &body)
 {
-    for (const QString &platform : {u"macos"_s, u"linux"_s, QString()}) {
-        const std::optional<ReleaseInfo> release = readReleaseDocument(body, platform);
-        require(!release || release->platform == platform, "a release is for the requested platform");
-    }
+    const QString platform = std::array{u"macos"_s, u"linux"_s, QString()}.at(size_t(body.size()) % 3);
+    const std::optional<ReleaseInfo> release = readReleaseDocument(body, platform);
+    require(!release || release->platform == platform, "a release is for the requested platform");
 }
 
 void readReport(const QJsonObject &object)
@@ -108,19 +111,64 @@ void readArguments(const QByteArray &text)
     }
 }
 
+/// The values of settings and options that a text alone decides.
+void readSetting(const QString &text)
+{
+    const QString language = languageNamed(text);
+    require(language == "en"_L1 || language == "zh"_L1, "there are two languages");
+    require(cutRuleNamed(text).has_value() == (text == "bright"_L1 || text == "calm"_L1),
+            "there are two rules for cuts");
+    const QByteArray lower = text.toUtf8().toLower();
+    require(isAutoPageValue(text) == (lower != "0" && lower != "false"), "two values turn automatic cuts off");
+    const std::optional<Paper> paper = paperNamed(text);
+    require(!paper || paper->isStrip() || std::min(paper->size.width(), paper->size.height()) > 28,
+            "paper is at least 10 mm wide");
+    const std::optional<Margin> margin = marginNamed(text);
+    require(!margin || (margin->value >= 0 && margin->value <= 100), "a margin is at most 100 mm");
+}
+
+/// A JSON document, or lines of them, goes to the readers that look for one of its keys.
+void readJson(const QByteArray &bytes)
+{
+    if (bytes.contains("\"releases\"")) {
+        readRelease(bytes);
+    }
+    if (bytes.contains("\"event\"")) {
+        requireSurvival(bytes, eventFromJson);
+    }
+    if (bytes.contains("\"images\"")) {
+        requireSurvival(bytes, jobFromJson);
+    }
+    if (bytes.contains("\"cuts\"")) {
+        readCuts(bytes);
+    }
+    if (!bytes.contains("\"event\"")) {
+        readReport(QJsonDocument::fromJson(bytes).object());
+    }
+}
+
+bool isJson(const QByteArray &bytes)
+{
+    const QByteArray text = bytes.startsWith("\xef\xbb\xbf") ? bytes.mid(3) : bytes.trimmed();
+    return text.startsWith('{') || text.startsWith('[');
+}
+
 } // namespace
 
 /// All readers of texts that need no window: release documents, version reports and the
-/// values in them; the jobs and events, lists of cuts and command lines of the batch program.
+/// values in them; settings; the jobs and events, lists of cuts and command lines of the
+/// batch program. How a text begins decides who reads it, or most of the time would be
+/// spent on refusing it.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QByteArray bytes = bytesOf(data, size);
-    readVocabulary(QString::fromUtf8(bytes));
-    readRelease(bytes);
-    readReport(QJsonDocument::fromJson(bytes).object());
-    requireSurvival(bytes, eventFromJson);
-    requireSurvival(bytes, jobFromJson);
-    readCuts(bytes);
-    readArguments(bytes);
+    if (isJson(bytes)) {
+        readJson(bytes);
+    } else if (bytes.startsWith('-') || bytes.contains('\n')) {
+        readArguments(bytes);
+    } else {
+        readVocabulary(QString::fromUtf8(bytes));
+        readSetting(QString::fromUtf8(bytes));
+    }
     return 0;
 }
