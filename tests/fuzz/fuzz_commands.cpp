@@ -1,5 +1,6 @@
 #include "app/mainwindow.h"
 #include "fuzzing.h"
+#include "inputbytes.h"
 #include "page/pageitem.h"
 #include "support/pictures.h"
 #include "support/windowprobe.h"
@@ -22,34 +23,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int maxCommands = 40;
-
-/// Reads the bytes of an input one by one; 0 after the last one.
-class Script
-{
-public:
-    Script(const uint8_t *data, size_t size)
-        : next(data)
-        , end(data + size)
-    {
-    }
-
-    bool atEnd() const { return next == end; }
-    int byte() { return atEnd() ? 0 : *next++; }
-    double share() { return byte() / 255.0; }
-
-    QString text()
-    {
-        QByteArray bytes;
-        for (int left = byte() % 64; left > 0 && !atEnd(); --left) {
-            bytes += char(byte());
-        }
-        return QString::fromUtf8(bytes);
-    }
-
-private:
-    const uint8_t *next;
-    const uint8_t *end;
-};
 
 /// Pictures of several shapes and formats, and three files that are rejected.
 const QStringList &files()
@@ -87,7 +60,7 @@ void sendMouse(QGraphicsView *view, QEvent::Type type, QPointF place, Qt::MouseB
     QApplication::sendEvent(view->viewport(), &event);
 }
 
-void click(QGraphicsView *view, Script &script)
+void click(QGraphicsView *view, InputBytes &script)
 {
     const QPointF place(script.share() * view->viewport()->width(), script.share() * view->viewport()->height());
     sendMouse(view, QEvent::MouseMove, place, Qt::NoButton);
@@ -97,7 +70,7 @@ void click(QGraphicsView *view, Script &script)
 }
 
 /// Drags the handle of a strip to some position.
-void dragCut(MainWindow &window, Script &script)
+void dragCut(MainWindow &window, InputBytes &script)
 {
     MainView *view = mainViewOf(window);
     const QList<PageItem *> strips = stripsOf(window);
@@ -122,7 +95,7 @@ void dragCut(MainWindow &window, Script &script)
 
 /// Downloads a package without the network; its name and contents come from the
 /// input.
-void download(MainWindow &window, Script &script)
+void download(MainWindow &window, InputBytes &script)
 {
     const QString url = "data:application/zip,"_L1 + script.text();
     window.onVersionInfoReceived(script.text(), true, url, script.text(), script.text(), script.text());
@@ -139,60 +112,62 @@ void download(MainWindow &window, Script &script)
     }
 }
 
-void resizeWindow(MainWindow &window, Script &script)
+void resizeWindow(MainWindow &window, InputBytes &script)
 {
     const int width = script.byte() * 8;
     window.resize(width, script.byte() * 8);
 }
 
-void reportVersion(MainWindow &window, Script &script)
+void reportVersion(MainWindow &window, InputBytes &script)
 {
     const QString version = script.text();
     const bool hasUpdate = script.byte() % 2 == 0;
     window.onVersionInfoReceived(version, hasUpdate, QString(), script.text());
 }
 
-void moveSplitter(MainWindow &window, Script &script)
+void moveSplitter(MainWindow &window, InputBytes &script)
 {
     const int left = script.byte();
     splitterOf(window)->setSizes({left, script.byte()});
 }
 
 /// Whether the next file gets automatic cuts, and by which rule.
-void choosePlacement(MainWindow &window, Script &script)
+void choosePlacement(MainWindow &window, InputBytes &script)
 {
     const int choice = script.byte();
     window.setAutoPage(choice % 2 == 0);
     window.setCutRule(choice / 2 % 2 == 0 ? CutRule::Bright : CutRule::Calm);
 }
 
-using Command = void (*)(MainWindow &window, Script &script);
+using Command = void (*)(MainWindow &window, InputBytes &script);
 
 // A byte of the input selects one of these.
 constexpr Command commands[]{
-    [](MainWindow &window, Script &script) { window.loadImageFile(files().at(script.byte() % files().size())); },
-    [](MainWindow &window, Script &) { window.onAutoTrimClicked(); },
-    [](MainWindow &window, Script &) { window.onTwoColsClicked(); },
-    [](MainWindow &window, Script &) { window.onExtandClicked(); },
-    [](MainWindow &window, Script &) { window.onShrinkClicked(); },
-    [](MainWindow &window, Script &) { window.onPageNumClicked(); },
-    [](MainWindow &window, Script &) { window.onZoominClicked(); },
-    [](MainWindow &window, Script &) { window.onZoomoutClicked(); },
-    [](MainWindow &window, Script &) { window.onAutoCutClicked(); },
+    [](MainWindow &window, InputBytes &script) { window.loadImageFile(files().at(script.byte() % files().size())); },
+    [](MainWindow &window, InputBytes &) { window.onAutoTrimClicked(); },
+    [](MainWindow &window, InputBytes &) { window.onTwoColsClicked(); },
+    [](MainWindow &window, InputBytes &) { window.onExtandClicked(); },
+    [](MainWindow &window, InputBytes &) { window.onShrinkClicked(); },
+    [](MainWindow &window, InputBytes &) { window.onPageNumClicked(); },
+    [](MainWindow &window, InputBytes &) { window.onZoominClicked(); },
+    [](MainWindow &window, InputBytes &) { window.onZoomoutClicked(); },
+    [](MainWindow &window, InputBytes &) { window.onAutoCutClicked(); },
     dragCut,
     dragCut, // twice as often as the others
-    [](MainWindow &window, Script &script) { click(leftViewOf(window), script); },
-    [](MainWindow &window, Script &script) { click(mainViewOf(window), script); },
+    [](MainWindow &window, InputBytes &script) { click(leftViewOf(window), script); },
+    [](MainWindow &window, InputBytes &script) { click(mainViewOf(window), script); },
     resizeWindow,
     choosePlacement,
     reportVersion,
     download,
     moveSplitter,
-    [](MainWindow &window, Script &script) { mainViewOf(window)->verticalScrollBar()->setValue(script.byte() * 16); },
-    [](MainWindow &window, Script &) { drawAndExport(window); },
+    [](MainWindow &window, InputBytes &script) {
+        mainViewOf(window)->verticalScrollBar()->setValue(script.byte() * 16);
+    },
+    [](MainWindow &window, InputBytes &) { drawAndExport(window); },
 };
 
-void runCommand(MainWindow &window, Script &script)
+void runCommand(MainWindow &window, InputBytes &script)
 {
     commands[size_t(script.byte()) % std::size(commands)](window, script);
 }
@@ -202,7 +177,7 @@ void runCommand(MainWindow &window, Script &script)
 /// Runs a sequence of user commands.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    Script script(data, size);
+    InputBytes script(data, size);
     MainWindow &window = usedWindow();
     resetWindow(window);
     for (int i = 0; i < maxCommands && !script.atEnd(); ++i) {

@@ -337,9 +337,15 @@ def reader_seeds():
         "paper": ["--paper", "100x200mm", "--margin", "12.5mm", "--landscape", "-o", "-", "-"],
         "unknown": ["--no-such-option"], "lossless": ["--lossless", "--quality", "101"],
         "list": ["--files-from", "list", "-0", "--jobs", "64", "-o", "out/"],
-        "full-width": ["\uff11.png", "\uff12.png"], "completion": ["--completion", "fish"],
+        "full-width": ["\uff11.png", "\uff12.png"], "byte-order-mark": ["-o", "a.pdf", "\ufeffa.png"],
+        "completion": ["--completion", "fish"],
     }.items():
         write("readers", "arguments-" + name + ".txt", "\n".join(arguments))
+    for name, text in {
+        "language": "en", "autopage": "FALSE", "rule": "calm", "paper": "100x200mm", "paper-name": "letter",
+        "paper-narrow": "9.9x4in", "margin": "12.5mm", "margin-percent": "30", "version": "2.7.2", "size": "1536KB",
+    }.items():
+        write("readers", "value-" + name + ".txt", text)
 
 
 def config_seeds():
@@ -389,6 +395,32 @@ def command_seeds():
         write("commands", f"random{number}", random.randbytes(60))
 
 
+def search_seeds():
+    """The parts of an input of fuzz_searches: places, format, size, kind, and pixels."""
+    places = struct.pack(">HHHBHBBHB", 8, 30, 8, 30, 60, 60, 30, 70, 12)
+    blank, text, bar, photo, noise, gradient = range(6)
+    page = b"".join(bytes(stripe) for stripe in (
+        (text, 20, 5), (blank, 9, 0), (text, 17, 4), (bar, 0, 0), (text, 11, 6), (gradient, 30, 8), (photo, 25, 0),
+        (192 + photo, 30, 0, 4, 90, 5, 30, 40, 200), (blank, 5, 0), (noise, 40, 0)))
+    white_and_black = bytes((1, 250, 1, 10))
+    colors = bytes((5, 240, 230, 200, 4, 130, 20, 60, 90))
+    def search(name, form, width, height, kind, pixels):
+        picture = struct.pack(">BHHB", form, width - 1, height - 1, kind)
+        write("searches", name, places + picture + pixels)
+    random.seed(2)
+    for form in range(33):
+        search(f"stripes-format{form:02}", form, 60, 150, 2, bytes([form]) + white_and_black + page)
+        search(f"bits-format{form:02}", form, 67, 90, 0, random.randbytes(100))
+    for number, (width, height) in enumerate(((1, 1), (1, 500), (600, 20), (257, 40), (64, 180), (11, 300), (333, 36))):
+        search(f"colors-{width}x{height}", number * 5, width, height, 3, bytes([number]) + colors + page)
+    for name, count in (("none", 0), ("one", 1), ("short", 20), ("whole", 256)):
+        table = struct.pack(">H", count) + random.randbytes(4 * count)
+        search(f"palette-{name}", 0, 50, 160, 0, table + random.randbytes(60))
+        search(f"palette-{name}-stripes", 0, 50, 160, 1, b"\1" + white_and_black + page * 2 + table)
+    for name, pixel in (("white", b"\xff"), ("black", b"\0"), ("one-dot", b"\xff" * 80 + b"\0")):
+        search(f"bits-{name}", 23, 40, 200, 0, pixel)
+
+
 png_seeds()
 bmp_seeds()
 pnm_seeds()
@@ -400,3 +432,4 @@ report_seeds()
 reader_seeds()
 config_seeds()
 command_seeds()
+search_seeds()
