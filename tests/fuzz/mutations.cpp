@@ -1,6 +1,9 @@
 #include "mutations.h"
 
+#include "jpegmutations.h"
 #include "jsonmutations.h"
+#include "pngmutations.h"
+#include "support/pngbytes.h"
 
 #include <algorithm>
 #include <array>
@@ -52,9 +55,27 @@ qsizetype below(std::mt19937 &random, qsizetype end)
     return end > 0 ? qsizetype(random() % quint32(end)) : 0;
 }
 
+QByteArray anyBytes(std::mt19937 &random, qsizetype most)
+{
+    QByteArray bytes(below(random, most + 1), '\0');
+    const quint32 fill = quint32(below(random, 3));
+    for (char &byte : bytes) {
+        byte = char(below(random, 2) == 0 ? fill * 0xff : random());
+    }
+    return bytes;
+}
+
+QByteArray mutatedStructure(const QByteArray &input, std::mt19937 &random)
+{
+    if (input.startsWith(pngSignature)) {
+        return mutatedPng(input, random);
+    }
+    return input.startsWith("\xff\xd8") ? mutatedJpeg(input, random) : mutatedJson(input, random);
+}
+
 QByteArray mutated(const QList<QByteArray> &corpus, qsizetype index, std::mt19937 &random)
 {
-    QByteArray bytes = below(random, 2) == 0 ? mutatedJson(corpus.at(index), random) : QByteArray();
+    QByteArray bytes = below(random, 2) == 0 ? mutatedStructure(corpus.at(index), random) : QByteArray();
     if (!bytes.isEmpty()) {
         return bytes;
     }
