@@ -33,6 +33,18 @@ void writeChanged(const QString &path, const QByteArray &bytes)
     file.setFileTime(stamp, QFileDevice::FileModificationTime);
 }
 
+bool isQuick(QSize size, qint64 mostPixels, int mostStrips)
+{
+    constexpr qint64 impossiblePixels = qint64(1) << 44;
+    const qint64 pixels = qint64(size.width()) * size.height();
+    if (!size.isValid() || size.isEmpty() || pixels > impossiblePixels) {
+        return true;
+    }
+    const QSize turned = size.transposed(); // the orientation in the file may rotate it
+    return pixels <= mostPixels && size.height() / size.width() < mostStrips
+        && turned.height() / turned.width() < mostStrips;
+}
+
 void draw(QWidget &widget)
 {
     require(!widget.grab().isNull(), "a widget can be drawn");

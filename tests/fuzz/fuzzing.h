@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QSize>
 #include <QString>
 
 #include <cstddef>
@@ -20,6 +21,10 @@ void require(bool holds, const char *message);
 /// Writes \a bytes to \a path with a new time stamp: QSettings reads a file again
 /// only if it looks changed.
 void writeChanged(const QString &path, const QByteArray &bytes);
+
+/// Whether an image that declares \a size takes little time: it has at most \a mostPixels
+/// and \a mostStrips, or so many pixels that every machine rejects it.
+[[nodiscard]] bool isQuick(QSize size, qint64 mostPixels, int mostStrips);
 
 /// Draws \a widget and its children.
 void draw(QWidget &widget);

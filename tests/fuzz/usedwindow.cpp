@@ -74,14 +74,19 @@ void drawAndExport(MainWindow &window)
     require(painter.end(), "the export succeeds");
 }
 
-void requireConsistentDocument(const MainWindow &window)
+void requireCompleteChain(const QList<PageItem *> &strips)
 {
-    const QList<PageItem *> strips = stripsOf(window);
     for (qsizetype i = 0; i < strips.size(); ++i) {
         require(strips.at(i)->pageIndex() == i, "strips are counted from 0");
         require(strips.at(i)->nextItem() == strips.value(i + 1), "each strip links to the next one");
         require(strips.at(i)->prevItem() == strips.value(i - 1), "each strip links to the previous one");
     }
+}
+
+void requireConsistentDocument(const MainWindow &window)
+{
+    const QList<PageItem *> strips = stripsOf(window);
+    requireCompleteChain(strips);
     const qsizetype pages = pagesOf(window).size();
     require(pages == strips.size() || pages == (strips.size() + 3) / 4, "each strip has its page");
 }

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <QString>
+#include <QList>
 
 class MainWindow;
+class PageItem;
 
 /// The only window of a driver, which is visible. The program never destroys the
 /// scenes of a window, so one window per input would fill the memory.
@@ -14,6 +15,9 @@ void resetWindow(MainWindow &window);
 
 /// Draws the whole window, and exports the first pages of the current layout.
 void drawAndExport(MainWindow &window);
+
+/// Aborts unless \a strips are counted from 0 and linked both ways.
+void requireCompleteChain(const QList<PageItem *> &strips);
 
 /// Aborts if the strips and pages of \a window are inconsistent: the chain with its
 /// links and indexes, and a page for each strip.
