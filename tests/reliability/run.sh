@@ -12,6 +12,7 @@ sequences=${1:-10000}
 first=${2:-1}
 portion=100 # sequences per process, which limits what the program never frees
 export QT_QPA_PLATFORM=offscreen LANG=C.UTF-8
+export QTEST_FUNCTION_TIMEOUT=36000000 # milliseconds; all sequences of a process are one function
 
 # Writing settings safely takes most of the time unless the disk is in memory.
 work=$(mktemp -d -p /dev/shm 2>/dev/null || mktemp -d)

@@ -201,7 +201,7 @@ void TestEndurance::showingDoesNotLeak()
     report(qPrintable(what), times, before, after);
     QCOMPARE(shown, times);
     QVERIFY(after.objects <= before.objects);
-    QCOMPARE(after.handles, before.handles);
+    QVERIFY(after.handles <= before.handles); // threads of Qt end after half a minute without work
     QVERIFY2(after.heap - before.heap < times * 64 + 128 * 1024, "memory grows");
 }
 
@@ -217,6 +217,7 @@ int main(int argc, char *argv[])
         times = std::max(1, arguments.value(option + 1).toInt());
         arguments.remove(option, 2);
     }
+    arguments += {u"-maxwarnings"_s, u"0"_s}; // or nothing is printed after 2000 warnings of the platform
     TestEndurance test;
     QTEST_SET_MAIN_SOURCE_PATH
     return QTest::qExec(&test, arguments);
