@@ -1,26 +1,57 @@
 #!/usr/bin/env bash
-# Fuzzes with libFuzzer: tests/fuzz/run.sh MINUTES [DRIVER...]
-# MINUTES is the time for each driver; without names all seven run in turn.
-# Findings are in build/fuzz/findings, the extended corpus in build/fuzz/corpus.
+# Fuzzes with libFuzzer, one driver after the other, at low priority:
+#   tests/fuzz/run.sh MINUTES [OPTION...] [DRIVER...]
+#   tests/fuzz/run.sh --inputs N [OPTION...] [DRIVER...]
+# The limit is for each driver; without names all of them run. Options:
+#   --seed S      begin with this seed, to continue a run on another machine; default 1
+#   --corpus DIR  keep the corpus that grows in DIR; default build/fuzz/corpus
+# Findings are in build/fuzz/findings. The last lines, one for each driver, are for
+# sums.py, which adds them to docs/reliability.md.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
-if [[ ! ${1:-} =~ ^[0-9]+$ ]]; then
-    die "usage: tests/fuzz/run.sh MINUTES [image|decode|readers|release|report|config|commands...]"
-fi
-seconds=$(($1 * 60))
-shift
-drivers=("$@")
-if [[ ${#drivers[@]} -eq 0 ]]; then
-    drivers=(image decode readers release report config commands)
-fi
+all_drivers=(readers searches decode document image release report config commands)
 preset=fuzz
 build_folder=$root/build/$preset
 findings=$build_folder/findings
+corpus=$build_folder/corpus
+seed=1
+limit=()
+drivers=()
+
+wrong_use() {
+    die "usage: tests/fuzz/run.sh MINUTES|--inputs N [--seed S] [--corpus DIR] [${all_drivers[*]}]"
+}
+
+is_number() {
+    [[ ${1:-} =~ ^[0-9]+$ ]]
+}
+
+while [[ $# -gt 0 ]]; do
+    case $1 in
+    --inputs) is_number "${2:-}" || wrong_use; limit=("-runs=$2"); shift ;;
+    --seed) is_number "${2:-}" || wrong_use; seed=$2; shift ;;
+    --corpus) [[ -n ${2:-} ]] || wrong_use; mkdir -p "$2"; corpus=$(cd "$2" && pwd); shift ;;
+    *)
+        if is_number "$1"; then
+            limit=("-max_total_time=$(($1 * 60))")
+        elif [[ " ${all_drivers[*]} " == *" $1 "* ]]; then
+            drivers+=("$1")
+        else
+            wrong_use
+        fi
+        ;;
+    esac
+    shift
+done
+[[ ${#limit[@]} -gt 0 ]] || wrong_use
+[[ ${#drivers[@]} -gt 0 ]] || drivers=("${all_drivers[@]}")
 
 max_input_size() {
     case $1 in
     image | decode) echo 16384 ;;
+    document) echo 8192 ;;
+    searches | readers) echo 1024 ;;
     commands) echo 256 ;;
     *) echo 4096 ;;
     esac
@@ -29,41 +60,57 @@ max_input_size() {
 # The folders of tests/fuzz/corpus with the seeds of a driver.
 seeds_of() {
     case $1 in
-    decode) echo image ;;
+    decode | document) echo image ;;
     readers) echo readers release report ;;
     *) echo "$1" ;;
     esac
 }
 
 # The limits of libFuzzer are above what one input needs by design; an image may
-# request more memory than there is, and must then be rejected.
+# request more memory than there is, and must then be rejected. Freed memory is kept
+# from reuse only up to 16 MB, and of each allocation only the caller is known, since
+# both take longer than a short input; to run a finding again shows the whole stack.
 fuzz() {
     local kind=$1
-    local grown=$build_folder/corpus/$kind
     local -a seeds
     read -r -a seeds <<<"$(seeds_of "$kind")"
-    mkdir -p "$grown" "$findings/$kind"
-    say "Fuzzing $kind for $((seconds / 60)) minutes"
+    mkdir -p "$corpus/$kind" "$findings/$kind"
+    say "Fuzzing $kind: ${limit[*]}, seed $seed"
     QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES='*=false' LANG=C.UTF-8 \
-        ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+        ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1:quarantine_size_mb=16:malloc_context_size=1 \
+        UBSAN_OPTIONS=print_stacktrace=1 \
         LSAN_OPTIONS=suppressions=$root/tests/fuzz/leaks.txt:print_suppressions=0 \
         nice -n 15 "$build_folder/tests/fuzz/fuzz_$kind.dir/fuzz_$kind" \
-        -max_total_time="$seconds" -max_len="$(max_input_size "$kind")" -timeout=60 \
+        "${limit[@]}" -seed="$seed" -max_len="$(max_input_size "$kind")" -timeout=60 -report_slow_units=2 \
         -rss_limit_mb=6000 -malloc_limit_mb=100000000 -print_final_stats=1 \
-        -artifact_prefix="$findings/$kind/" "$grown" "${seeds[@]/#/$root/tests/fuzz/corpus/}" \
+        -artifact_prefix="$findings/$kind/" "$corpus/$kind" "${seeds[@]/#/$root/tests/fuzz/corpus/}" \
         >"$build_folder/fuzz_$kind.log" 2>&1
 }
 
+commit=$(git -C "$root" describe --always --dirty=+ 2>/dev/null || echo unknown)
+
+# The line for sums.py: driver, commit, date, seed, inputs, seconds of processor time,
+# findings.
+result_of() {
+    local inputs
+    inputs=$(awk '/^stat::number_of_executed_units:/ { print $2 }' "$build_folder/fuzz_$1.log")
+    printf 'run\t%s\t%s\t%s\t%s\t%s\t%s\t%s\n' "$1" "$commit" "$(date -u +%F)" "$seed" "${inputs:-0}" "$2" "$3"
+}
+
 install_packages build run test fuzz
-for kind in "${drivers[@]}"; do
-    build "$preset" "fuzz_$kind"
-done
+build "$preset" "${drivers[@]/#/fuzz_}"
+results=()
 failed=()
+TIMEFORMAT='%1U %1S'
 for kind in "${drivers[@]}"; do
-    fuzz "$kind" || failed+=("$kind")
-    grep -E "stat::number_of_executed_units|cov: .*DONE|ERROR|Requirement not met" "$build_folder/fuzz_$kind.log" | tail -n 4 || true
+    found=0
+    { used=$({ time fuzz "$kind" >&3; } 2>&1) || found=1; } 3>&1
+    used=$(awk '{ seconds = $1 + $2 } END { print seconds }' <<<"$used")
+    [[ $found -eq 0 ]] || failed+=("$kind")
+    grep -aE "DONE .*cov:|ERROR|Requirement not met" "$build_folder/fuzz_$kind.log" | tail -n 4 || true
+    results+=("$(result_of "$kind" "$used" "$found")")
 done
+printf '%s\n' "${results[@]}"
 if [[ ${#failed[@]} -gt 0 ]]; then
     die "failed: ${failed[*]}; inputs are in $findings, logs in $build_folder/fuzz_*.log"
 fi
-say "No failures"
