@@ -136,6 +136,25 @@ QImage pictureOfBits(QSize size, QImage::Format format, InputBytes &input)
 
 } // namespace
 
+bool hasImpossibleColors(const QImage &image)
+{
+    const bool isDeep = image.format() == QImage::Format_RGBA64_Premultiplied;
+    if (!isDeep && image.format() != QImage::Format_ARGB32_Premultiplied) {
+        return false;
+    }
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar *row = image.constScanLine(y);
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgba64 color = isDeep ? reinterpret_cast<const QRgba64 *>(row)[x]
+                                         : QRgba64::fromArgb32(reinterpret_cast<const QRgb *>(row)[x]);
+            if (std::max({color.red(), color.green(), color.blue()}) > color.alpha()) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 QImage pictureFrom(InputBytes &input)
 {
     const QImage::Format format = formatFrom(input);

@@ -8,3 +8,6 @@ class InputBytes;
 /// any, its size, its color table, and pixels that are arbitrary bits or look like lines
 /// of text, gaps, photos and noise. Takes all of \a input.
 [[nodiscard]] QImage pictureFrom(InputBytes &input);
+
+/// Whether a premultiplied color of \a image exceeds its alpha.
+[[nodiscard]] bool hasImpossibleColors(const QImage &image);

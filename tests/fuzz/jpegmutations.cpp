@@ -220,6 +220,12 @@ void changeScanHeader(QByteArray &data, std::mt19937 &random)
     }
 }
 
+/// \a piece of coded data, without the half of a stuffed byte or marker at its end.
+QByteArray wholeBytes(const QByteArray &piece)
+{
+    return piece.endsWith('\xff') ? piece.chopped(1) : piece;
+}
+
 /// Coded data: no byte becomes or stops being a marker, but for restarts.
 void changeScan(QByteArray &scan, std::mt19937 &random)
 {
@@ -245,7 +251,7 @@ void changeScan(QByteArray &scan, std::mt19937 &random)
         scan.truncate(at);
         break;
     default:
-        scan.insert(at, scan.mid(at, below(random, 32)));
+        scan.insert(at, wholeBytes(scan.mid(at, below(random, 32))));
         break;
     }
 }
