@@ -25,18 +25,22 @@ QImage allocatedImage(QSize size, QImage::Format format)
     return isAllocated ? image : QImage();
 }
 
-void copyMetadata(const QImage &model, QImage &image)
+bool copyMetadata(const QImage &model, QImage &image)
 {
+    const QStringList keys = model.textKeys();
+    if (keys.contains(QString())) {
+        return false; // QImage returns all texts for this key
+    }
     image.setColorTable(model.colorTable());
     image.setColorSpace(model.colorSpace());
     image.setDotsPerMeterX(model.dotsPerMeterX());
     image.setDotsPerMeterY(model.dotsPerMeterY());
     image.setOffset(model.offset());
     image.setDevicePixelRatio(model.devicePixelRatio());
-    const QStringList keys = model.textKeys();
     for (const QString &key : keys) {
         image.setText(key, model.text(key));
     }
+    return true;
 }
 
 QImage readByQt(const QByteArray &file, const QByteArray &format)

@@ -7,8 +7,9 @@
 /// warning, since QImageReader will do so.
 QImage allocatedImage(QSize size, QImage::Format format);
 
-/// Sets all of \a image but its size, format and pixels to what \a model has.
-void copyMetadata(const QImage &model, QImage &image);
+/// Sets all of \a image but its size, format and pixels to what \a model has. Returns
+/// false if that is impossible, for a text without a key.
+[[nodiscard]] bool copyMetadata(const QImage &model, QImage &image);
 
 /// What QImageReader reads from \a file, a file of \a format, turned upright.
 QImage readByQt(const QByteArray &file, const QByteArray &format);

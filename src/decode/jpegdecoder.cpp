@@ -145,8 +145,7 @@ QImage JpegDecoder::read(DecodeThreads threads)
     if (!isRead) {
         return {};
     }
-    copyMetadata(standIn, image);
-    return image;
+    return copyMetadata(standIn, image) ? image : QImage();
 }
 
 /// Gray files gain less than the second pass costs, and progressive ones must be

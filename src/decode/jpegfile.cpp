@@ -128,7 +128,7 @@ private:
     bool keep(int marker, std::span<const uchar> body)
     {
         if (file.scans > 0) {
-            return true; // Qt looks at none of these
+            return marker != FirstApplication; // Qt takes the resolution from it, and nothing from the others
         }
         file.segments.append(char(Fill)).append(char(marker));
         file.segments.append(reinterpret_cast<const char *>(body.data()), qsizetype(body.size()));

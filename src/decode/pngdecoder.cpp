@@ -71,8 +71,7 @@ QImage PngDecoder::read(DecodeThreads threads)
     if (image.isNull() || !readRows(image, standIn.colorCount(), threads)) {
         return {};
     }
-    copyMetadata(standIn, image);
-    return image;
+    return copyMetadata(standIn, image) ? image : QImage();
 }
 
 bool PngDecoder::readRows(QImage &image, qsizetype colors, DecodeThreads threads)

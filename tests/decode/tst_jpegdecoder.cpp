@@ -179,6 +179,9 @@ void TestJpegDecoder::leavesToQt_data()
     QTest::addColumn<QByteArray>("file");
     const QByteArray file = jpegOf(jpegPicture({40, 30}), {});
     QTest::newRow("end is missing") << file.chopped(2);
+    const QByteArray resolution("\xff\xe0\0\x10JFIF\0\1\1\1\0\x4f\0\x0c\0\0", 18);
+    QTest::newRow("resolution after the scan") << file.chopped(2) + resolution + file.last(2);
+    QTest::newRow("comment with an empty key") << withSegment(file, comment, ": a comment");
     QTest::newRow("half is missing") << file.chopped(60);
     const QByteArray adobe = withSegment(file.left(2) + file.mid(20), 0xee, QByteArray("Adobe\0\x64\0\0\0\0\x09", 12));
     QTest::newRow("unknown color transform") << adobe;

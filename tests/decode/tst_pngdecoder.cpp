@@ -258,6 +258,7 @@ void TestPngDecoder::leavesToQt_data()
         QTest::addRow("type %d of 16 bits", type) << randomPng(size, {.colorType = type, .depth = 16});
     }
     QTest::newRow("gray with alpha") << randomPng(size, {.colorType = 4});
+    QTest::newRow("text without a key") << randomPng(size, {}, pngChunk("tEXt", QByteArray("\0text", 5)));
     for (const int type : {0, 2, 3, 4, 6}) {
         QTest::addRow("type %d, interlaced", type) << randomPng({1, 1}, {.colorType = type, .interlace = 1});
     }

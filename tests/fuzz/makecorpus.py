@@ -80,6 +80,7 @@ def png_seeds():
     write("image", "png-gamma.png", png(2, 8, extra=chunk(b"gAMA", struct.pack(">I", 1))))
     write("image", "png-text.png", png(0, 8, extra=chunk(b"tEXt", b"Comment\0" + b"a" * 40)
                                        + chunk(b"pHYs", struct.pack(">IIB", 1, 4_000_000_000, 1))))
+    write("image", "png-text-without-key.png", png(2, 8, extra=chunk(b"tEXt", b"Key\0value") + chunk(b"tEXt", b"\0text")))
     write("image", "png-transparent-color.png", png(2, 8, extra=chunk(b"tRNS", bytes(6))))
     write("image", "png-truncated.png", gray[:len(gray) // 2])
     write("image", "png-only-signature.png", gray[:8])
