@@ -579,6 +579,9 @@ void TestBatchRun::closedStreamsLeaveTheFileComplete()
 
 void TestBatchRun::endsIfNoThreadStarts()
 {
+#ifdef __SANITIZE_THREAD__
+    QSKIP("The sanitizer does not start with such stacks");
+#endif
 #ifdef Q_OS_LINUX
     constexpr rlim_t moreThanThereIs = rlim_t(1) << 46; // bytes for the stack of a thread
     savedBytes(R"svg(<svg xmlns="http://www.w3.org/2000/svg" width="400" height="400">
@@ -652,7 +655,10 @@ void TestBatchRun::ignoresSettings()
 void TestBatchRun::failedWriteKeepsTheOldFile_data()
 {
     QTest::addColumn<int>("limit"); // maximum size of a file in bytes
-    for (const int limit : {0, 1, 4096, 20000}) {
+#ifndef __SANITIZE_THREAD__ // which writes a file before it starts
+    QTest::newRow("0 bytes") << 0;
+#endif
+    for (const int limit : {1, 4096, 20000}) {
         QTest::addRow("%d bytes", limit) << limit;
     }
 }
