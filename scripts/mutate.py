@@ -31,6 +31,7 @@ WORK = ROOT / "build" / "mutation"
 SOURCE = WORK / "source"
 BUILD = SOURCE / "build" / "release"
 COVERAGE = SOURCE / "build" / "coverage"
+REACH = WORK / "reach.json"
 TABLE = ROOT / "docs" / "mutation.tsv"
 COLUMNS = ("file", "place", "change", "outcome", "by", "reason")
 LAYERS = ("quillmarch_window", "quillmarch_batch")
@@ -218,20 +219,19 @@ def examine(judge, scratch, store, guard):
             for name, (known, _) in lines.items():
                 store["known"][name] = sorted(known | set(store["known"].get(name, [])))
             store["judges"][judge.name] = entry
+            REACH.write_text(json.dumps(store))
         say(f"{judge.name}: {entry['seconds']:.1f} s {trouble}")
     judge.seconds = entry["seconds"]
     judge.reached = {name: set(lines) for name, lines in entry["reached"].items()}
     return not entry["trouble"]
 
 
-def examined_judges(jobs):
+def examined_judges(jobs, left_out):
     """The judges that pass, and {file: its lines with code}."""
-    path = WORK / "reach.json"
-    store = json.loads(path.read_text()) if path.exists() else {"known": {}, "judges": {}}
-    found, guard = judges(), threading.Lock()
+    store = json.loads(REACH.read_text()) if REACH.exists() else {"known": {}, "judges": {}}
+    found, guard = [judge for judge in judges() if not left_out.match(judge.name)], threading.Lock()
     with concurrent.futures.ThreadPoolExecutor(jobs, initializer=take_scratch) as pool:
         passed = list(pool.map(lambda judge: examine(judge, scratch_folder(), store, guard), found))
-    path.write_text(json.dumps(store))
     for judge, ok in zip(found, passed):
         if not ok:
             say(f"{judge.name} is no judge: it fails without a change")
@@ -480,6 +480,7 @@ def parse_arguments():
     parser.add_argument("--count", type=int, default=500, help="changes that compile (default: 500)")
     parser.add_argument("--minutes", type=float, default=600, help="start no further change after this time")
     parser.add_argument("--longest", type=float, default=20, help="leave out tests of more seconds (default: 20)")
+    parser.add_argument("--without", type=re.compile, default="$.", help="leave out tests whose name begins like this")
     parser.add_argument("--again", action="store_true", help="repeat those that survived and have no reason")
     parser.add_argument("--jobs", type=int, default=2)
     return parser.parse_args()
@@ -494,7 +495,7 @@ def main():
     build("release", BUILD)
     build("coverage", COVERAGE, *LAYERS)
     say("Running the tests without a change")
-    all_judges, known = examined_judges(options.jobs)
+    all_judges, known = examined_judges(options.jobs, options.without)
     run(options, Compiler(), all_judges, known)
 
 
