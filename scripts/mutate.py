@@ -35,11 +35,11 @@ REACH = WORK / "reach.json"
 TABLE = ROOT / "docs" / "mutation.tsv"
 COLUMNS = ("file", "place", "change", "outcome", "by", "reason")
 LAYERS = ("quillmarch_window", "quillmarch_batch")
+PATIENCE = (3600, 3600)
 
 # Those that read the build or the documents instead of running the code, or need a real window.
-NO_JUDGES = re.compile(r"hardening_|layers_|docs_|packages_|scripts_|e2e_|batch_manual|cutquality|.*dpi$|tst_release$")
-MOST_MEMORY = 6 << 30 # an endless loop may allocate
-MOST_WRITTEN = 2 << 30
+NO_JUDGES = re.compile(r"hardening_|layers_|docs_|packages_|scripts_|e2e_|batch_manual|cutquality|.*dpi$|tst_release$|tst_nonetwork$")
+LIMITS = {resource.RLIMIT_DATA: 6 << 30, resource.RLIMIT_FSIZE: 2 << 30, resource.RLIMIT_CORE: 0} # of endless loops
 
 
 @dataclasses.dataclass
@@ -50,15 +50,17 @@ class Judge:
     command: list
     environment: dict
     folder: str
-    seconds: float = 0.0
+    seconds: float = 0.0 # of the clock, which also counts what else the machine does
+    work: float = 0.0 # seconds of the processor
     reached: dict = dataclasses.field(default_factory=dict) # {file: its lines}
     lock: threading.Lock = dataclasses.field(default_factory=threading.Lock)
 
     def stamp(self):
         return hashlib.sha256(pathlib.Path(self.command[0]).read_bytes()).hexdigest()
 
-    def limit(self):
-        return 3 * self.seconds + 10
+    def limits(self):
+        """Seconds of the clock and of the processor after which a test has become too slow."""
+        return 3 * self.seconds + 60, 3 * self.work + 10
 
 
 def say(text):
@@ -123,43 +125,58 @@ def judges():
     return found
 
 
-def limit_resources():
-    resource.setrlimit(resource.RLIMIT_DATA, (MOST_MEMORY, MOST_MEMORY))
-    resource.setrlimit(resource.RLIMIT_FSIZE, (MOST_WRITTEN, MOST_WRITTEN))
-    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+def limit_resources(work):
+    """Soft limits only: some tests set their own."""
+    for kind, most in [*LIMITS.items(), (resource.RLIMIT_CPU, int(work))]:
+        resource.setrlimit(kind, (most, resource.getrlimit(kind)[1]))
 
 
 def has_failed(output):
     return re.search(rb"^FAIL!  ", output.read_bytes(), re.MULTILINE) is not None
 
 
-def run_judge(judge, libraries, scratch, limit, more=None):
-    """Returns what was wrong, or nothing if the test passed. Does not wait for the end of a
-    test that has failed."""
+def stop(process):
+    """Ends a process and those that it started. Returns what the processor did for it."""
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    return usage.ru_utime + usage.ru_stime
+
+
+def has_ended(process):
+    return os.waitid(os.P_PID, process.pid, os.WEXITED | os.WNOHANG | os.WNOWAIT) is not None
+
+
+def run_judge(judge, libraries, scratch, limits, more=None):
+    """Returns what was wrong, or "" if the test passed, and the work. Does not wait for the
+    end of a test that has failed."""
     output, folder = scratch / "output", scratch / "tmp"
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
+    folder.chmod(0o1777) # some tests give up their privileges
     environment = {**os.environ, **judge.environment, **(more or {}), "TMPDIR": str(folder)}
+    environment["QTEST_FUNCTION_TIMEOUT"] = "3600000" # the limit is ours
     environment["LD_LIBRARY_PATH"] = ":".join(map(str, libraries))
     with judge.lock, open(output, "wb") as file:
         process = subprocess.Popen(
             judge.command, cwd=judge.folder, env=environment, stdin=subprocess.DEVNULL, stdout=file, stderr=file,
-            start_new_session=True, preexec_fn=limit_resources,
+            start_new_session=True, preexec_fn=lambda: limit_resources(limits[1]),
         )
-        deadline = time.monotonic() + limit
+        deadline = time.monotonic() + limits[0]
         trouble = ""
-        while process.poll() is None and not trouble:
+        while not trouble and not has_ended(process):
             time.sleep(0.02)
             if has_failed(output):
                 trouble = "failed"
             elif time.monotonic() > deadline:
                 trouble = "too slow"
-        try:
-            os.killpg(process.pid, signal.SIGKILL) # with the processes that it started
-        except ProcessLookupError:
-            pass
-        process.wait()
-    return trouble or ("failed" if process.returncode else "")
+        work = stop(process)
+    if process.returncode == -signal.SIGXCPU:
+        return "too slow", work
+    return trouble or ("failed" if process.returncode else ""), work
 
 
 # What the tests reach
@@ -199,7 +216,7 @@ def measure_reach(judge, scratch):
         link = counters / notes.relative_to("/")
         link.parent.mkdir(parents=True, exist_ok=True)
         link.symlink_to(notes)
-    run_judge(judge, [COVERAGE / "src"], scratch, 1800, {"GCOV_PREFIX": str(counters)})
+    run_judge(judge, [COVERAGE / "src"], scratch, PATIENCE, {"GCOV_PREFIX": str(counters)})
     lines = reached_lines(read_counts(counters))
     shutil.rmtree(counters)
     return lines
@@ -209,10 +226,11 @@ def examine(judge, scratch, store, guard):
     """Time and reach of a judge, from the last run if its program is the same."""
     stamp = judge.stamp()
     entry = store["judges"].get(judge.name)
-    if entry is None or entry["stamp"] != stamp:
+    if entry is None or entry["stamp"] != stamp or entry["trouble"]:
         start = time.monotonic()
-        trouble = run_judge(judge, [BUILD / "src"], scratch, 1800)
-        entry = {"stamp": stamp, "seconds": time.monotonic() - start, "trouble": trouble, "reached": {}}
+        trouble, work = run_judge(judge, [BUILD / "src"], scratch, PATIENCE)
+        seconds = time.monotonic() - start
+        entry = {"stamp": stamp, "seconds": seconds, "work": work, "trouble": trouble, "reached": {}}
         lines = {} if trouble else measure_reach(judge, scratch)
         entry["reached"] = {name: sorted(reached) for name, (_, reached) in lines.items() if reached}
         with guard:
@@ -220,8 +238,10 @@ def examine(judge, scratch, store, guard):
                 store["known"][name] = sorted(known | set(store["known"].get(name, [])))
             store["judges"][judge.name] = entry
             REACH.write_text(json.dumps(store))
-        say(f"{judge.name}: {entry['seconds']:.1f} s {trouble}")
-    judge.seconds = entry["seconds"]
+        if trouble:
+            shutil.copy(scratch / "output", WORK / f"{judge.name}.failed")
+        say(f"{judge.name}: {seconds:.1f} s {trouble}")
+    judge.seconds, judge.work = entry["seconds"], entry["work"]
     judge.reached = {name: set(lines) for name, lines in entry["reached"].items()}
     return not entry["trouble"]
 
@@ -247,10 +267,25 @@ def judges_of(file, line, all_judges, known):
         if (line in judge.reached.get(file, ()) if has_code else file in judge.reached or file not in known)
     ]
     folder = f"/tests/{file.split('/')[1]}"
-    return sorted(found, key=lambda judge: (not judge.folder.endswith(folder), judge.seconds))
+    return sorted(found, key=lambda judge: (not judge.folder.endswith(folder), judge.work))
 
 
 # Compiling a change
+
+
+def words_before_output(command):
+    words = shlex.split(command)
+    return [word for word in words[: words.index("-o")] if word != "-Werror"]
+
+
+def library_headers(sources):
+    """The directives of some sources for headers of Qt and the standard library."""
+    found = set()
+    for path in sources:
+        for file in (path, path.with_suffix(".h")):
+            if file.exists():
+                found.update(re.findall(r"^#include <(?:Q\w+|[a-z_]+)>\n", file.read_text(encoding="utf-8"), re.MULTILINE))
+    return sorted(found)
 
 
 class Compiler:
@@ -263,8 +298,23 @@ class Compiler:
             match = re.search(r"-o (src/CMakeFiles/(quillmarch_\w+)\.dir/\S+)", entry["command"])
             if match:
                 self.commands[match.group(1)] = (match.group(2), entry["command"], entry["file"])
+        self.headers = {layer: self.precompiled(layer) for layer in {entry[0] for entry in self.commands.values()}}
         self.links = {layer: self.link_command(layer) for layer in {entry[0] for entry in self.commands.values()}}
         self.users = self.users_of_files()
+
+    def precompiled(self, layer):
+        """A header with all headers of Qt and of the standard library that a layer uses:
+        parsing them takes most of the time of a compilation."""
+        entries = [entry for entry in self.commands.values() if entry[0] == layer]
+        text = "".join(library_headers([pathlib.Path(entry[2]) for entry in entries]))
+        words = words_before_output(entries[0][1])
+        path = WORK / "headers" / hashlib.sha256(repr((words, text)).encode()).hexdigest() / "all.h"
+        if not path.with_suffix(".h.gch").exists():
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(text)
+            command = [*words, "-w", "-x", "c++-header", str(path), "-o", str(path.with_suffix(".h.gch"))]
+            subprocess.run(command, cwd=BUILD, check=True)
+        return path
 
     @staticmethod
     def link_command(layer):
@@ -288,11 +338,11 @@ class Compiler:
 
     def compile(self, target, text, output, overlay):
         """Compiles \a text in place of the source of an object; headers of \a overlay come first."""
-        words = shlex.split(self.commands[target][1])
-        at = words.index("-o")
-        words = [word for word in words[:at] if word != "-Werror"]
+        layer, command, _ = self.commands[target]
+        words = words_before_output(command)
         first = ["-I", str(overlay)] if overlay else []
-        command = [words[0], *first, *words[1:], "-w", "-x", "c++", "-", "-c", "-o", str(output)]
+        shared = ["-include", str(self.headers[layer])]
+        command = [words[0], *first, *words[1:], *shared, "-w", "-x", "c++", "-", "-c", "-o", str(output)]
         done = subprocess.run(command, cwd=BUILD, input=text.encode(), capture_output=True)
         return done.returncode == 0
 
@@ -406,10 +456,10 @@ def verdict(file, line, scratch, all_judges, known, longest):
     libraries = [scratch / "lib", BUILD / "src"]
     left = ""
     for judge in judges_of(file, line, all_judges, known):
-        if judge.seconds > longest:
+        if judge.work > longest:
             left = f"not run: tests of more than {longest:g} s"
             continue
-        trouble = run_judge(judge, libraries, scratch, judge.limit())
+        trouble, _ = run_judge(judge, libraries, scratch, judge.limits())
         if trouble:
             return "noticed", judge.name + (" (too slow)" if trouble == "too slow" else "")
     return "survived", left

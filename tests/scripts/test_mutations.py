@@ -114,8 +114,9 @@ class Drawing(unittest.TestCase):
 
 
 class Choosing(unittest.TestCase):
-    def judge(self, name, folder, seconds, lines):
-        return mutate.Judge(name, [], {}, f"/build/tests/{folder}", seconds, {"src/page/cut.cpp": set(lines)})
+    def judge(self, name, folder, work, lines):
+        reached = {"src/page/cut.cpp": set(lines)}
+        return mutate.Judge(name, [], {}, f"/build/tests/{folder}", work=work, reached=reached)
 
     def test_runs_the_tests_that_reach_the_line(self):
         tests = [
