@@ -134,6 +134,11 @@ class Choosing(unittest.TestCase):
         self.assertEqual(names(5), [])
         self.assertEqual(names(9), ["quick", "slow", "elsewhere"]) # a constant, for example
 
+    def test_expects_failures_of_tests_about_linking(self):
+        output = b"FAIL!  : TestA::needsNoEnvironment() '!a'\nPASS   : TestA::b()\nFAIL!  : TestA::c() '!a'\n"
+        self.assertEqual(mutate.failures(output), (1, 1))
+        self.assertEqual(mutate.failures(b"PASS   : TestA::c()\nXFAIL  : TestA::d()\n"), (0, 0))
+
     def test_reads_counts_of_sources_only(self):
         counts = [
             {"files": [{"file": "./src/page/cut.cpp", "lines": [{"line_number": 3, "count": 2}]}]},
