@@ -140,6 +140,12 @@ def failures(output):
     return len(lines) - expected, expected
 
 
+def failed_function(output):
+    """The first function of a Qt Test program that failed, or an ending without one."""
+    match = re.search(r"^FAIL!  : \w+::(\w+)", output, re.MULTILINE)
+    return match.group(1) if match else "ends early or is too slow"
+
+
 def stop(process):
     """Ends a process and those that it started. Returns what the processor did for it."""
     try:
@@ -459,14 +465,16 @@ def write_table(rows, order):
 def verdict(file, line, scratch, all_judges, known, longest):
     """The outcome of a change whose layers are in scratch/lib, and who noticed it."""
     libraries = [scratch / "lib", BUILD / "src"]
-    left = ""
-    for judge in judges_of(file, line, all_judges, known):
+    reaching = judges_of(file, line, all_judges, known)
+    left = "" if reaching else "no test reaches it"
+    for judge in reaching:
         if judge.work > longest:
             left = f"not run: tests of more than {longest:g} s"
             continue
-        trouble, _ = run_judge(judge, libraries, scratch, judge.limits())
+        # Twice, since a test that waits for something may fail on a busy machine.
+        trouble = all(run_judge(judge, libraries, scratch, judge.limits())[0] for _ in range(2))
         if trouble:
-            return "noticed", judge.name + (" (too slow)" if trouble == "too slow" else "")
+            return "noticed", f"{judge.name} {failed_function((scratch / 'output').read_text(errors='replace'))}"
     return "survived", left
 
 
