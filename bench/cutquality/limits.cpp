@@ -16,10 +16,7 @@ struct Exception
     double deepPercent;
 };
 constexpr std::array exceptions{
-    Exception{"subtitles", 7},
-    Exception{"dark chat", 7},
-    Exception{"JPEG dark chat", 7},
-    Exception{"strips of subtitles", 25},
+    Exception{"strips of subtitles", 13},
 };
 
 double deepPercent(const PictureKind &kind)

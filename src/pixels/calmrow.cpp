@@ -1,6 +1,7 @@
 #include "pixels/calmrow.h"
 
 #include "pixels/averagedrows.h"
+#include "pixels/finecut.h"
 #include "pixels/pictureedge.h"
 #include "pixels/rowruns.h"
 
@@ -20,6 +21,9 @@ constexpr int farLoss = 20;
 // So many rows beyond the reach tell what ends there.
 constexpr int rowsBeyond = 8;
 
+// So many rows beside a gap tell whether it ends where they become busier.
+constexpr int rowsBeside = 3;
+
 // By so many octaves rows beside a gap must be busier than its calmest one.
 constexpr int usualRise = 2;
 constexpr int riseOfEqualRows = 4;
@@ -36,11 +40,25 @@ bool isBusy(const RowProfile &profile, const RowRun &beside, int seam, int level
         || std::any_of(row + beside.first, row + beside.end, [level](int other) { return other >= level; });
 }
 
+/// Whether rows close above and below row \a y are busier by \a rise octaves. In a sky
+/// that gets lighter from row to row they are not.
+bool isBetweenBusyRows(const RowProfile &profile, int y, int rise)
+{
+    const auto row = profile.row.begin();
+    const int busy = row[y] + rise * RowProfile::octave;
+    const auto areBusy = [&](int first, int end) {
+        return first == end || std::any_of(row + first, row + end, [busy](int level) { return level >= busy; });
+    };
+    return areBusy(std::max(0, y - rowsBeside), y) && areBusy(y + 1, std::min(profile.height, y + 1 + rowsBeside));
+}
+
 /// Whether \a gap ends at both sides where rows become busier by \a rise octaves,
 /// or at an end of the window. Inside a photo it does not.
 bool hasSharpEnds(const RowProfile &profile, const RowRun &gap, int rise)
 {
-    constexpr int rowsBeside = 3;
+    if (gap.length() == 1) {
+        return isBetweenBusyRows(profile, gap.first, rise);
+    }
     const bool isAtTop = gap.first == 0;
     const bool isAtBottom = gap.end == profile.height;
     const RowRun above{std::max(0, gap.first - rowsBeside), gap.first};
@@ -132,6 +150,24 @@ std::optional<CalmRow> cutInEqualRows(const ChannelRows &source, const RowProfil
     return edge ? edge : throughMiddle(profile, *gap, pull, CalmRow::Clear);
 }
 
+/// Whether \a gap begins or ends at the edge of a picture beyond which rows are calmer:
+/// it is a plain part of that picture, such as its sky.
+bool isInPicture(const ChannelRows &source, const RowProfile &profile, const RowRun &gap)
+{
+    const int calmer = lowestLevel(profile, gap) - RowProfile::octave;
+    const auto isEdge = [&](int end) {
+        return isPictureEdge(source, profile, end) && levelBeyond(profile, gap, end) < calmer;
+    };
+    return isEdge(gap.first) || isEdge(gap.end);
+}
+
+/// Whether \a gap is ground between pieces of content. A single row must be blank.
+bool isGround(const ChannelRows &source, const RowProfile &profile, const RowRun &gap)
+{
+    return (gap.length() > 1 || lowestLevel(profile, gap) <= blankLevel()) && hasSharpEnds(profile, gap, usualRise)
+        && isPlain(source, profile, gap) && !isInPicture(source, profile, gap);
+}
+
 /// The cut at \a gap if it goes through nothing: in plain ground, or where one
 /// end of the gap is that of a picture.
 std::optional<CalmRow> clearCutAt(const ChannelRows &source, const RowProfile &profile, const RowRun &gap,
@@ -140,10 +176,10 @@ std::optional<CalmRow> clearCutAt(const ChannelRows &source, const RowProfile &p
     if (const auto edge = edgeAt(source, profile, gap, pull, anyLevel)) {
         return edge;
     }
-    if (hasSharpEnds(profile, gap, usualRise) && isPlain(source, profile, gap)) {
-        return throughMiddle(profile, gap, pull, CalmRow::Clear);
+    if (!isGround(source, profile, gap)) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    return throughMiddle(profile, gap, pull, CalmRow::Clear);
 }
 
 struct FoundCut
@@ -233,8 +269,39 @@ std::optional<CalmRow> cutBelowNoise(const ChannelRows &source, const RowProfile
     return CalmRow{cut.row + shift, cut.gap + averagedSide - 1, CalmRow::Clear};
 }
 
-/// A clear gap is worth the way; then the edge of a picture; then a gap below noise;
-/// then the best gap, or the calmest rows.
+/// The seam at the end of \a gap at row \a y, or next to it; -1 if there is none.
+int seamAt(const ChannelRows &source, const RowProfile &profile, int y)
+{
+    for (const int row : {y, y - 1, y + 1, y - 2, y + 2}) {
+        if (isSeam(source, profile, row, anyLevel)) {
+            return row;
+        }
+    }
+    return -1;
+}
+
+/// \a best, which may go through a plain part of a picture, or the seam that its gap ends
+/// at, or the nearest one. A gap between two seams is no part of a picture.
+CalmRow orSeam(const ChannelRows &source, const RowProfile &profile, const CalmRow &best, const RowPull &pull)
+{
+    const int y = std::clamp(best.row - profile.top, 0, profile.height - 1);
+    const int seam = nearestSeam(source, profile, pull, profile.row[size_t(y)] + 3 * RowProfile::octave);
+    if (seam < 0) {
+        return best;
+    }
+    const RowRun gap = gapAround(profile, RowJoin::Alike, y);
+    const int above = best.ground == CalmRow::Content ? -1 : seamAt(source, profile, gap.first);
+    const int below = best.ground == CalmRow::Content ? -1 : seamAt(source, profile, gap.end);
+    if (above >= 0 && below >= 0) {
+        return best;
+    }
+    const int end = std::max(above, below);
+    const bool isAllowed = end >= 0 && pull.allows(profile.top + end);
+    return {profile.top + (isAllowed ? end : seam), 0, CalmRow::Edge};
+}
+
+/// A clear gap is worth the way; then the edge of a picture; then a gap below noise; then
+/// a seam; then the best gap, or the calmest rows.
 CalmRow cutInFarReach(const ChannelRows &source, const RowProfile &profile, const CutPlace &place)
 {
     const RowPull pull{place.regular, std::max(place.near, place.far), place.near, farLoss};
@@ -250,7 +317,16 @@ CalmRow cutInFarReach(const ChannelRows &source, const RowProfile &profile, cons
         return *cut;
     }
     const RowPull nearer{place.regular, pull.farthest, place.near, nearLoss};
-    return orCalmestRows(profile, findCut(source, profile, nearer).cut, nearer);
+    const CalmRow best = orCalmestRows(profile, findCut(source, profile, nearer).cut, nearer);
+    return orSeam(source, profile, best, nearer);
+}
+
+/// Whether \a cut is in a gap of a ground that is plain but not blank, such as paper or
+/// a flat part of a picture.
+bool isInTexture(const RowProfile &profile, const CalmRow &cut)
+{
+    const int y = std::min(cut.row - profile.top, profile.height - 1);
+    return cut.ground == CalmRow::Clear && profile.row[size_t(y)] > blankLevel() + 2 * RowProfile::octave;
 }
 
 /// The rows of an image of \a height rows within \a reach of \a regular.
@@ -289,9 +365,12 @@ CalmRow calmRow(const QImage &source, const CutPlace &place)
     const RowRun window = rowsAround(source.height(), place.regular, place.near + rowsBeyond);
     const RowProfile near = profileOf(rows, window.first, window.end);
     const FoundCut found = findCut(rows, near, {place.regular, place.near, place.near, nearLoss});
-    if (found.isClear) {
-        return found.cut;
+    if (found.isClear && !isInTexture(near, found.cut)) {
+        return fineCut(rows, near, found.cut, place);
     }
     const RowRun reach = rowsAround(source.height(), place.regular, std::max(place.near, place.far) + rowsBeyond);
-    return cutInFarReach(rows, grown(rows, near, reach), place);
+    const RowProfile wide = grown(rows, near, reach);
+    const RowPull pull{place.regular, std::max(place.near, place.far), place.near, farLoss};
+    const CalmRow cut = found.isClear ? orSeam(rows, wide, found.cut, pull) : cutInFarReach(rows, wide, place);
+    return fineCut(rows, wide, cut, place);
 }

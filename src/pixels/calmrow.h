@@ -24,7 +24,7 @@ struct CalmRow
     enum Ground {
         Clear, ///< a gap in plain ground: paper, a page, a bubble
         Busy, ///< a gap in ground with noise or a pattern, between busier rows
-        Edge, ///< the edge of a picture that reaches across the image
+        Edge, ///< the edge of a picture, or of a part of the page
         Content, ///< none of these: the cut goes through content
     };
 
@@ -43,9 +43,9 @@ struct CalmRow
 /// the better; the cut goes through its middle.
 ///
 /// Rows that are exactly equal come first, even if they are few; then gaps in
-/// plain ground and edges of pictures at the ends of gaps, near and then within
-/// the far reach; then the nearest edge between two pictures; at last the best
-/// gap of any ground, or the calmest rows.
+/// plain ground and edges of pictures at the ends of gaps, near and then within the far
+/// reach; then the nearest edge between two pictures, and the nearest seam, at which only a
+/// part of the width changes; at last the best gap of any ground, or the calmest rows.
 ///
 /// Equal pixels give an equal row in every format, and so does a picture that
 /// is mirrored left to right, or has a constant added to all channels.

@@ -2,6 +2,9 @@
 
 #include <QImage>
 
+/// So many rows above and below an edge steppedPixels() reads.
+constexpr int stepSurroundings = 6;
+
 /// The rows of an image as bytes, one a channel, and their differences.
 ///
 /// Colors are premultiplied, so that on transparent ground text differs by its
@@ -24,6 +27,14 @@ public:
     /// How many pixels of row \a b differ from those of row \a a by more than
     /// \a least, a sum of squares as well.
     int changedPixels(int a, int b, quint64 least) const;
+    /// How many pixels of row \a y are at a sharp horizontal edge: they differ by more
+    /// than \a least from the one above, and by far more than the next pixels above and
+    /// below do. Only long runs of such pixels count, since shorter ones may be letters.
+    /// Those at a line of up to stepSurroundings rows are subtracted.
+    int steppedPixels(int y, quint64 least) const;
+    /// How much of what changes along the row above \a y goes on in row \a y: at each
+    /// pixel the smaller squared difference from the left neighbor, added up.
+    quint64 continuedChange(int y) const;
 
 private:
     QImage source;

@@ -52,29 +52,54 @@ bool changesAcross(const ChannelRows &source, int y, quint64 usual)
     return source.changedPixels(y - 1, y, least) > source.width() * 17 / 20 && differsBeyondHairline(source, y, least);
 }
 
-} // namespace
-
-bool isPictureEdge(const ChannelRows &source, const RowProfile &profile, int y)
+/// The nearest row that \a pull allows of those of which \a isWanted is true; -1 if there is none.
+template <typename IsWanted>
+int nearestRow(const RowProfile &profile, const RowPull &pull, IsWanted isWanted)
 {
-    if (y <= thickestHairline || y >= profile.height - thickestHairline) {
-        return false;
-    }
-    const quint64 beside = changeBeside(profile, y);
-    return profile.down[size_t(y)] >= 3 * beside + 64 * quint64(profile.width)
-        && changesAcross(source, profile.top + y, beside);
-}
-
-int nearestPictureEdge(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
-{
-    const int wanted = pull.regular - profile.top;
+    const int regular = pull.regular - profile.top;
     int best = -1;
     for (int y = 1; y < profile.height; ++y) {
-        const bool isNearer = best < 0 || std::abs(y - wanted) < std::abs(best - wanted);
-        if (isNearer && pull.allows(profile.top + y) && isPictureEdge(source, profile, y)) {
+        const bool isNearer = best < 0 || std::abs(y - regular) < std::abs(best - regular);
+        if (isNearer && pull.allows(profile.top + y) && isWanted(y)) {
             best = y;
         }
     }
     return best;
+}
+
+} // namespace
+
+bool isPictureEdge(const ChannelRows &source, const RowProfile &profile, int y)
+{
+    const int row = profile.top + y;
+    if (y <= 3 || y + 3 >= profile.height || row < thickestHairline || row + thickestHairline > source.height()) {
+        return false;
+    }
+    const quint64 beside = changeBeside(profile, y);
+    return profile.down[size_t(y)] >= 3 * beside + 64 * quint64(profile.width) && changesAcross(source, row, beside);
+}
+
+int nearestPictureEdge(const ChannelRows &source, const RowProfile &profile, const RowPull &pull)
+{
+    return nearestRow(profile, pull, [&](int y) { return isPictureEdge(source, profile, y); });
+}
+
+bool isSeam(const ChannelRows &source, const RowProfile &profile, int y, int busiest)
+{
+    const int row = profile.top + y;
+    if (y <= 3 || y + 3 >= profile.height || row <= stepSurroundings || row + stepSurroundings >= source.height()
+        || std::max(profile.row[size_t(y - 1)], profile.row[size_t(y)]) > busiest
+        || 5 * profile.down[size_t(y)] < clearDifference * quint64(profile.width)) {
+        return false;
+    }
+    const quint64 beside = std::max(greatestChange(profile, y - 3, y - 1), greatestChange(profile, y + 1, y + 3));
+    return 2 * profile.down[size_t(y)] >= 3 * beside
+        && 5 * source.steppedPixels(row, clearDifference) >= source.width();
+}
+
+int nearestSeam(const ChannelRows &source, const RowProfile &profile, const RowPull &pull, int busiest)
+{
+    return nearestRow(profile, pull, [&](int y) { return isSeam(source, profile, y, busiest); });
 }
 
 bool isHairline(const ChannelRows &source, const RowProfile &profile, int y)

@@ -128,6 +128,67 @@ QImage touchingPhotos(int edge)
     return image;
 }
 
+/// Flat pictures of one scene with a line of text in each; each is \a height rows high,
+/// and one begins at row \a edge.
+QImage framesOfOneScene(int edge, int height)
+{
+    QImage image(300, 1000, QImage::Format_RGB32);
+    image.fill(QColor(70, 110, 120));
+    QPainter painter(&image);
+    painter.setPen(Qt::NoPen);
+    painter.fillRect(140, 0, 30, 1000, QColor(30, 90, 40));
+    for (int y = edge % height; y < 1000; y += height) {
+        painter.setBrush(QColor(190, 80, 70));
+        painter.drawPolygon(QPolygon{QPoint(10, y), QPoint(50, y - height / 2), QPoint(90, y)});
+        painter.setBrush(QColor(110, 60, 160));
+        painter.drawPolygon(QPolygon{QPoint(190, y), QPoint(240, y - height / 3), QPoint(280, y)});
+    }
+    painter.end();
+    for (int y = edge % height; y < 1000; y += height) {
+        drawMarks(image, std::max(0, y - 40), std::max(0, y - 20), qRgb(255, 255, 255));
+    }
+    QRandomGenerator random(11);
+    for (int y = 0; y < 1000; ++y) {
+        for (int x = 0; x < 300; ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            const int step = int(random.bounded(9)) - 4;
+            const auto moved = [step](int level) { return std::clamp(level + step, 0, 255); };
+            image.setPixel(x, y, qRgb(moved(qRed(pixel)), moved(qGreen(pixel)), moved(qBlue(pixel))));
+        }
+    }
+    return image;
+}
+
+/// Rows of one color each from row \a first to \a end; each is clearly lighter than the one above.
+void drawSteppedSky(QImage &image, int first, int end)
+{
+    for (int y = first; y < end; ++y) {
+        const int level = 100 + 5 * ((y - first) % 30);
+        std::fill_n(reinterpret_cast<QRgb *>(image.scanLine(y)), image.width(), qRgb(level, level, level));
+    }
+}
+
+/// A panel of a comic on white: a frame four rows thick around a flat picture.
+void drawFramedPanel(QImage &image, int first, int end)
+{
+    QPainter painter(&image);
+    painter.fillRect(0, first - 4, image.width(), end - first + 8, Qt::white);
+    painter.fillRect(6, first, image.width() - 12, end - first, Qt::black);
+    painter.fillRect(10, first + 4, image.width() - 20, end - first - 8, QColor(120, 170, 90));
+    for (int x = 30; x < 270; x += 40) {
+        painter.fillRect(x, first + 4, 12, end - first - 8, QColor(90, 60, 140));
+    }
+}
+
+/// Vertical strokes in the rows from \a first to \a end, one right of another from \a left on.
+void drawStems(QImage &image, int left, int first, int end)
+{
+    QPainter painter(&image);
+    for (int x = left; x < left + 120; x += 24) {
+        painter.fillRect(x, first, 2, end - first, QColor(20, 20, 20));
+    }
+}
+
 /// A camera picture of paper that is written over but for the rows from \a first
 /// to \a end and those beside a ruled line, which is five rows thick, at \a line.
 QImage writtenPaper(int first, int end, int line)
@@ -190,6 +251,10 @@ private slots:
     void takesARuledLineUnderHandwritingForNoGap();
     void takesAHairlineOfAGridForNoGap();
     void seesNoEdgeAtTheEndOfTheReach();
+    void cutsWhereFramesOfOneSceneMeet();
+    void takesNoRowOfASteppedSkyForAGap();
+    void cutsOutsideTheFrameOfAPanel();
+    void cutsBetweenTheLettersOfTwoColumns();
     void admitsThatItCutsThroughContent();
     void staysInPlaceOnABlankPage();
     void staysWithinReach_data() { seeds(); }
@@ -440,6 +505,36 @@ void TestCalmRow::takesAHairlineOfAGridForNoGap()
 void TestCalmRow::seesNoEdgeAtTheEndOfTheReach()
 {
     QCOMPARE(described(calmRow(writtenPaper(480, 490, 597), middle)), described({485, 10, CalmRow::Busy}));
+}
+
+void TestCalmRow::cutsWhereFramesOfOneSceneMeet()
+{
+    QCOMPARE(described(calmRow(framesOfOneScene(540, 120), middle)), described({540, 0, CalmRow::Edge}));
+}
+
+void TestCalmRow::takesNoRowOfASteppedSkyForAGap()
+{
+    QImage image = touchingPhotos(560);
+    drawSteppedSky(image, 470, 490);
+    QCOMPARE(described(calmRow(image, middle)), described({490, 0, CalmRow::Edge}));
+}
+
+void TestCalmRow::cutsOutsideTheFrameOfAPanel()
+{
+    QImage image(300, 1000, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    drawPhoto(image, 0, 1000, 10);
+    drawFramedPanel(image, 300, 420);
+    drawFramedPanel(image, 424, 700);
+    QCOMPARE(described(calmRow(image, middle)), described({422, 4, CalmRow::Clear}));
+}
+
+void TestCalmRow::cutsBetweenTheLettersOfTwoColumns()
+{
+    QImage image = textWithGap(498, 501);
+    drawStems(image, 20, 495, 500); // letters of a left column that end in the gap
+    drawStems(image, 160, 500, 505); // and of a right one that begin there
+    QCOMPARE(calmRow(image, middle).row, 500);
 }
 
 void TestCalmRow::admitsThatItCutsThroughContent()
