@@ -1,5 +1,6 @@
 #include "pixels/grayscan.h"
 
+#include "pixels/grayimage.h"
 #include "pixels/graytable.h"
 #include "pixels/rowviews.h"
 
@@ -145,7 +146,7 @@ bool GrayScan::scan()
     if (source.format() == QImage::Format_Indexed8) {
         return scanIndexes();
     }
-    gray = source.convertToFormat(QImage::Format_Grayscale8);
+    gray = grayImage(source);
     m_histogram = grayHistogram(gray);
     return !gray.isNull();
 }
@@ -193,7 +194,7 @@ bool GrayScan::convertRows(int top, int bottom)
         gray = QImage(source.size(), QImage::Format_Grayscale8);
     }
     const QRect part(0, top, source.width(), bottom - top);
-    const QImage rows = rowsView(source, part).convertToFormat(QImage::Format_Grayscale8);
+    const QImage rows = grayImage(rowsView(source, part));
     if (gray.isNull() || rows.isNull()) {
         return false;
     }

@@ -1,5 +1,7 @@
 #include "pixels/graytable.h"
 
+#include "pixels/grayimage.h"
+
 #include <array>
 #include <cstring>
 
@@ -68,7 +70,7 @@ bool GrayTable::convert()
     }
     QImage line(reinterpret_cast<const uchar *>(colors.data()), int(colors.size()), 1, format);
     line.setColorSpace(colorSpace);
-    const QImage gray = line.convertToFormat(QImage::Format_Grayscale8);
+    const QImage gray = grayImage(line);
     if (gray.isNull()) {
         return false;
     }

@@ -136,23 +136,29 @@ QImage pictureOfBits(QSize size, QImage::Format format, InputBytes &input)
 
 } // namespace
 
-bool hasImpossibleColors(const QImage &image)
+QImage withPossibleColors(QImage image)
 {
     const bool isDeep = image.format() == QImage::Format_RGBA64_Premultiplied;
     if (!isDeep && image.format() != QImage::Format_ARGB32_Premultiplied) {
-        return false;
+        return image;
     }
-    for (int y = 0; y < image.height(); ++y) {
-        const uchar *row = image.constScanLine(y);
-        for (int x = 0; x < image.width(); ++x) {
+    const QRect all = image.rect();
+    for (int y = 0; y < all.height(); ++y) {
+        uchar *row = image.scanLine(y);
+        for (int x = 0; x < all.width(); ++x) {
             const QRgba64 color = isDeep ? reinterpret_cast<const QRgba64 *>(row)[x]
                                          : QRgba64::fromArgb32(reinterpret_cast<const QRgb *>(row)[x]);
-            if (std::max({color.red(), color.green(), color.blue()}) > color.alpha()) {
-                return true;
+            const quint16 most = color.alpha();
+            const QRgba64 possible = QRgba64::fromRgba64(std::min(color.red(), most), std::min(color.green(), most),
+                                                         std::min(color.blue(), most), most);
+            if (isDeep) {
+                reinterpret_cast<QRgba64 *>(row)[x] = possible;
+            } else {
+                reinterpret_cast<QRgb *>(row)[x] = possible.toArgb32();
             }
         }
     }
-    return false;
+    return image;
 }
 
 QImage pictureFrom(InputBytes &input)

@@ -9,5 +9,5 @@ class InputBytes;
 /// of text, gaps, photos and noise. Takes all of \a input.
 [[nodiscard]] QImage pictureFrom(InputBytes &input);
 
-/// Whether a premultiplied color of \a image exceeds its alpha.
-[[nodiscard]] bool hasImpossibleColors(const QImage &image);
+/// \a image without premultiplied colors that exceed their alpha: they are as high as it.
+[[nodiscard]] QImage withPossibleColors(QImage image);

@@ -4,8 +4,10 @@
 
 #include <QColorSpace>
 #include <QPainter>
+#include <QRandomGenerator>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 using namespace Qt::StringLiterals;
@@ -52,6 +54,8 @@ class TestGrayScan : public QObject
 private slots:
     void equalsTheConversion_data();
     void equalsTheConversion();
+    void limitsColorsToTheirAlpha_data();
+    void limitsColorsToTheirAlpha();
     void followsTheColorSpace();
     void countsEachLevel();
 };
@@ -114,6 +118,56 @@ void TestGrayScan::equalsTheConversion()
         QVERIFY(std::memcmp(scan.levels(y, from, to), row + from, size_t(to - from)) == 0);
     }
     QCOMPARE(scan.histogram(), histogram);
+}
+
+void TestGrayScan::limitsColorsToTheirAlpha_data()
+{
+    QTest::addColumn<QImage::Format>("format");
+    QTest::addColumn<QSize>("size");
+    for (const QSize size : {QSize(30, 40), QSize(400, 500)}) { // few colors, and too many for the table
+        const auto row = [&](const char *name, QImage::Format format) {
+            QTest::addRow("%s, %d x %d", name, size.width(), size.height()) << format << size;
+        };
+        row("ARGB", QImage::Format_ARGB32_Premultiplied);
+        row("RGBA", QImage::Format_RGBA8888_Premultiplied);
+        row("16 bits", QImage::Format_RGBA64_Premultiplied);
+    }
+}
+
+/// Files can hold premultiplied colors above their alpha, for which Qt has no gray level.
+void TestGrayScan::limitsColorsToTheirAlpha()
+{
+    QFETCH(QImage::Format, format);
+    QFETCH(QSize, size);
+    QImage image(size, format);
+    QImage limited(size, format);
+    QRandomGenerator random(5);
+    const bool isDeep = image.depth() == 64;
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < 4 * size.width(); x += 4) {
+            std::array<quint16, 4> pixel{};
+            std::generate(pixel.begin(), pixel.end(), [&] { return quint16(random.bounded(isDeep ? 65536 : 256)); });
+            for (int i = 0; i < 4; ++i) {
+                const quint16 channel = std::min(pixel[size_t(i)], pixel[3]);
+                if (isDeep) {
+                    reinterpret_cast<quint16 *>(image.scanLine(y))[x + i] = pixel[size_t(i)];
+                    reinterpret_cast<quint16 *>(limited.scanLine(y))[x + i] = channel;
+                } else {
+                    image.scanLine(y)[x + i] = uchar(pixel[size_t(i)]);
+                    limited.scanLine(y)[x + i] = uchar(channel);
+                }
+            }
+        }
+    }
+    const QImage expected = limited.convertToFormat(QImage::Format_Grayscale8);
+    const QImage before = image.copy();
+    const GrayScan scan(image);
+    for (int y = 0; y < size.height(); ++y) {
+        const uchar *levels = scan.levels(y, 0, size.width());
+        QVERIFY2(std::equal(levels, levels + size.width(), expected.constScanLine(y)), qPrintable(QString::number(y)));
+    }
+    QCOMPARE(scan.histogram(), grayHistogram(expected));
+    QVERIFY(image == before);
 }
 
 void TestGrayScan::followsTheColorSpace()
