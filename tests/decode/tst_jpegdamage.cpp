@@ -2,6 +2,7 @@
 #include "jpegbytes.h"
 #include "support/testmain.h"
 
+#include <QBuffer>
 #include <QRandomGenerator>
 
 using namespace Qt::StringLiterals;
@@ -22,6 +23,8 @@ private slots:
 
     void truncated_data() { addFiles(); }
     void truncated();
+    void becomesShorter_data() { addFiles(); }
+    void becomesShorter();
     void everyByteChanged_data() { addFiles(); }
     void everyByteChanged();
     void randomBits_data() { addFiles(); }
@@ -49,6 +52,21 @@ void TestJpegDamage::truncated()
     QVERIFY(!readByDecoder(file, "jpeg").isNull());
     for (qsizetype length = 0; length < file.size(); ++length) {
         QVERIFY(readByDecoder(file.left(length), "jpeg").isNull());
+    }
+}
+
+/// Another program can write to the file while it is read.
+void TestJpegDamage::becomesShorter()
+{
+    QFETCH(QByteArray, file);
+    for (qsizetype length = 0; length < file.size(); length += 5) {
+        QBuffer buffer;
+        buffer.setData(file);
+        buffer.open(QIODevice::ReadOnly);
+        const auto decoder = makeImageDecoder(buffer, "jpeg");
+        QVERIFY(decoder);
+        buffer.buffer().truncate(length);
+        QVERIFY(decoder->read(DecodeThreads::One).isNull());
     }
 }
 

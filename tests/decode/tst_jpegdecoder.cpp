@@ -159,6 +159,8 @@ void TestJpegDecoder::keepsSegmentsAsQt_data()
         add("EXIF without a direction", withSegment(file, exif, exifOf(1)));
         add("broken EXIF", withSegment(file, exif, exifOf(6).left(20)));
         add("other data", withSegment(file, 0xed, "anything"));
+        const QByteArray large(60000, 'x'); // three of them are more than the buffer of the decoder
+        add("much other data", withSegment(withSegment(withSegment(file, 0xed, large), 0xed, large), 0xed, large));
         add("no JFIF", file.left(2) + file.mid(20));
         for (const char unit : {'\0', '\1', '\2', '\3'}) {
             const QByteArray name = "unit " + QByteArray::number(unit);
