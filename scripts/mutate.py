@@ -55,6 +55,7 @@ class Judge:
     seconds: float = 0.0 # of the clock, which also counts what else the machine does
     work: float = 0.0 # seconds of the processor
     reached: dict = dataclasses.field(default_factory=dict) # {file: its lines}
+    is_last: bool = False # measures time, so it is asked only if no other test notices
     lock: threading.Lock = dataclasses.field(default_factory=threading.Lock)
 
     def stamp(self):
@@ -120,10 +121,13 @@ def judges():
     found = []
     for test in json.loads(listed.stdout)["tests"]:
         properties = {entry["name"]: entry["value"] for entry in test["properties"]}
-        if NO_JUDGES.match(test["name"]) or set(properties.get("LABELS", [])) & {"clock", "slow"}:
+        labels = properties.get("LABELS", [])
+        if NO_JUDGES.match(test["name"]) or "slow" in labels:
             continue
         pairs = [entry.split("=", 1) for entry in properties.get("ENVIRONMENT", [])]
-        found.append(Judge(test["name"], test["command"], dict(pairs), properties["WORKING_DIRECTORY"]))
+        judge = Judge(test["name"], test["command"], dict(pairs), properties["WORKING_DIRECTORY"])
+        judge.is_last = "clock" in labels
+        found.append(judge)
     return found
 
 
@@ -281,7 +285,7 @@ def judges_of(file, line, all_judges, known):
         if (line in judge.reached.get(file, ()) if has_code else file in judge.reached or file not in known)
     ]
     folder = f"/tests/{file.split('/')[1]}"
-    return sorted(found, key=lambda judge: (not judge.folder.endswith(folder), judge.work))
+    return sorted(found, key=lambda judge: (judge.is_last, not judge.folder.endswith(folder), judge.work))
 
 
 # Compiling a change
