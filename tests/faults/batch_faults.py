@@ -378,6 +378,7 @@ def arguments():
 def main():
     options = arguments()
     program = str(pathlib.Path(os.environ["QUILLMARCH_BATCH"]).resolve())
+    os.environ["FONTCONFIG_FILE"] = str(pathlib.Path(__file__).resolve().with_name("nofonts.conf"))
     started = time.monotonic()
     failures = 0
     ends = collections.Counter()
