@@ -56,6 +56,7 @@ void occupyClosedStreams()
 /// it before there is an application object.
 void prepareEnvironment()
 {
+    qputenv("QT_NO_GLIB", "1"); // GLib aborts the program if memory is short
     qputenv("QT_QPA_PLATFORM", "offscreen"); // even if another one is set
     qunsetenv("QT_QPA_PLATFORMTHEME"); // some themes exit without a display
     qputenv("CUPS_SERVER", "/dev/null"); // PDF output needs no printer, so no server is asked

@@ -149,6 +149,7 @@ private slots:
     void reportsTooManyRows();
     void reads16BitsOverTheOldLimit();
     void runsOutOfMemory();
+    void threadsRunOutOfMemory();
     void quitSignalLeavesNothing_data();
     void quitSignalLeavesNothing();
     void endsWithAClosedPipe();
@@ -454,6 +455,30 @@ void TestBatchInputs::runsOutOfMemory()
         QCOMPARE(contentOf(u"a.pdf"_s), "%PDF-of before");
     }
     QVERIFY(ended > 0);
+}
+
+void TestBatchInputs::threadsRunOutOfMemory()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    QSKIP("The sanitizer reserves more memory than any limit");
+#endif
+    savedBytes(R"svg(<svg xmlns="http://www.w3.org/2000/svg" width="400" height="400">
+        <linearGradient id="g"><stop offset="0" stop-color="red"/><stop offset="1"/></linearGradient>
+        <rect width="400" height="400" fill="url(#g)"/></svg>)svg",
+               u"gradient.svg"_s); // Qt draws it with threads
+    const auto codeWithin = [](int kibibytes) {
+        return runShell(u"ulimit -c 0 -v %1; \"$batch\" gradient.svg -o a.pdf"_s.arg(kibibytes)).code;
+    };
+    int enough = 60 << 10;
+    while (codeWithin(enough) != 0) {
+        QVERIFY(enough < 1024 << 10);
+        enough += 1 << 10;
+    }
+    for (int size = enough - (2 << 10); size < enough; size += 16) { // the last threads start, but have no more memory
+        const int code = codeWithin(size);
+        QVERIFY2(code >= 0 && code <= 5, qPrintable(u"%1 KiB: %2"_s.arg(size).arg(code)));
+        QCOMPARE(partFiles(), QStringList());
+    }
 }
 
 void TestBatchInputs::quitSignalLeavesNothing_data()
