@@ -346,11 +346,12 @@ class Run:
 
 
 def least_memory_of(program):
-    """The smallest address space, in steps, in which the program starts at all."""
-    for size in range(8 * MEBIBYTE, 4096 * MEBIBYTE, 8 * MEBIBYTE):
+    """An address space in which the program starts: a step more than the smallest."""
+    step = 8 * MEBIBYTE
+    for size in range(step, 4096 * MEBIBYTE, step):
         limit = functools.partial(resource.setrlimit, resource.RLIMIT_AS, (size, size))
         if subprocess.run([program, "--version"], capture_output=True, preexec_fn=limit, check=False).returncode == 0:
-            return size
+            return size + step
     return 0  # a sanitizer takes more than any limit
 
 
