@@ -206,15 +206,14 @@ def source_name(path):
 
 
 def reached_lines(counts):
-    """From the data of gcov for one program: {file: (all lines, reached lines)}."""
+    """From the data of gcov for one program: {file: its reached lines}."""
     lines = {}
     for document in counts:
         for entry in document["files"]:
             name = source_name(entry["file"])
-            if name:
-                known, reached = lines.setdefault(name, (set(), set()))
-                known.update(line["line_number"] for line in entry["lines"])
-                reached.update(line["line_number"] for line in entry["lines"] if line["count"])
+            reached = {line["line_number"] for line in entry["lines"] if line["count"]}
+            if name and reached:
+                lines.setdefault(name, set()).update(reached)
     return lines
 
 
@@ -227,7 +226,7 @@ def read_counts(folder):
 
 
 def measure_reach(judge, scratch):
-    """Runs a test with the layers compiled for gcov: its lines, and all lines there are."""
+    """Runs a test with the layers compiled for gcov: the lines that it reaches."""
     counters = scratch / "counters"
     shutil.rmtree(counters, ignore_errors=True)
     for notes in (COVERAGE / "src").rglob("*.gcno"):
@@ -243,18 +242,16 @@ def measure_reach(judge, scratch):
 def examine(judge, scratch, store, guard):
     """Time and reach of a judge, from the last run if its program is the same."""
     stamp = judge.stamp()
-    entry = store["judges"].get(judge.name)
+    entry = store.get(judge.name)
     if entry is None or entry["stamp"] != stamp or entry["trouble"]:
         start = time.monotonic()
         trouble, work = run_judge(judge, [BUILD / "src"], scratch, PATIENCE)
         seconds = time.monotonic() - start
         entry = {"stamp": stamp, "seconds": seconds, "work": work, "trouble": trouble, "reached": {}}
         lines = {} if trouble else measure_reach(judge, scratch)
-        entry["reached"] = {name: sorted(reached) for name, (_, reached) in lines.items() if reached}
+        entry["reached"] = {name: sorted(reached) for name, reached in lines.items()}
         with guard:
-            for name, (known, _) in lines.items():
-                store["known"][name] = sorted(known | set(store["known"].get(name, [])))
-            store["judges"][judge.name] = entry
+            store[judge.name] = entry
             REACH.write_text(json.dumps(store))
         if trouble:
             shutil.copy(scratch / "output", WORK / f"{judge.name}.failed")
@@ -265,26 +262,24 @@ def examine(judge, scratch, store, guard):
 
 
 def examined_judges(jobs, left_out):
-    """The judges that pass, and {file: its lines with code}."""
-    store = json.loads(REACH.read_text()) if REACH.exists() else {"known": {}, "judges": {}}
+    """The judges that pass."""
+    store = json.loads(REACH.read_text()) if REACH.exists() else {}
     found, guard = [judge for judge in judges() if not left_out.match(judge.name)], threading.Lock()
     with concurrent.futures.ThreadPoolExecutor(jobs, initializer=take_scratch) as pool:
         passed = list(pool.map(lambda judge: examine(judge, scratch_folder(), store, guard), found))
     for judge, ok in zip(found, passed):
         if not ok:
             say(f"{judge.name} is no judge: it fails without a change")
-    return [judge for judge, ok in zip(found, passed) if ok], store["known"]
+    return [judge for judge, ok in zip(found, passed) if ok]
 
 
-def judges_of(file, line, all_judges, known):
-    """Those that reach a line, or its file if it has no code of its own, the likeliest and quickest first."""
-    has_code = line in known.get(file, ())
-    found = [
-        judge
-        for judge in all_judges
-        if (line in judge.reached.get(file, ()) if has_code else file in judge.reached or file not in known)
-    ]
+def judges_of(file, line, all_judges):
+    """Those that reach a line, the likeliest and quickest first. If none does, those that
+    reach its file or belong to its folder: the line may be a constant, or run in a process
+    that ends without writing down what it has reached."""
     folder = f"/tests/{file.split('/')[1]}"
+    found = [judge for judge in all_judges if line in judge.reached.get(file, ())]
+    found = found or [judge for judge in all_judges if file in judge.reached or judge.folder.endswith(folder)]
     return sorted(found, key=lambda judge: (judge.is_last, not judge.folder.endswith(folder), judge.work))
 
 
@@ -466,14 +461,14 @@ def write_table(rows, order):
     temporary.replace(TABLE)
 
 
-def verdict(file, line, scratch, all_judges, known, longest):
+def verdict(file, line, scratch, all_judges, longest):
     """The outcome of a change whose layers are in scratch/lib, and who noticed it."""
     libraries = [scratch / "lib", BUILD / "src"]
-    reaching = judges_of(file, line, all_judges, known)
-    left = "" if reaching else "no test reaches it"
+    reaching = judges_of(file, line, all_judges)
+    left = "" if any(line in judge.reached.get(file, ()) for judge in reaching) else "no test reaches the line"
     for judge in reaching:
         if judge.work > longest:
-            left = f"not run: tests of more than {longest:g} s"
+            left = left or f"not run: tests of more than {longest:g} s"
             continue
         # Twice, since a test that waits for something may fail on a busy machine.
         trouble = all(run_judge(judge, libraries, scratch, judge.limits())[0] for _ in range(2))
@@ -482,13 +477,13 @@ def verdict(file, line, scratch, all_judges, known, longest):
     return "survived", left
 
 
-def measure(row, file, text, change, compiler, all_judges, known, longest):
+def measure(row, file, text, change, compiler, all_judges, longest):
     scratch = scratch_folder()
     outcome = compiler.prepare(file, change.applied(text), scratch)
     by = ""
     if not outcome:
         line = mutations.line_of(text, change.start)
-        outcome, by = verdict(file, line, scratch, all_judges, known, longest)
+        outcome, by = verdict(file, line, scratch, all_judges, longest)
     return {**row, "outcome": outcome, "by": by, "reason": row.get("reason", "")}
 
 
@@ -503,7 +498,7 @@ def report(rows):
         f"{outcomes.count('does not compile')} more do not compile")
 
 
-def run(options, compiler, all_judges, known):
+def run(options, compiler, all_judges):
     rows, sources = read_table(), all_sources()
     texts = {name: text for files in sources.values() for name, text in files.items()}
     planned = [(row_of(file, texts[file], change), file, change)
@@ -529,7 +524,7 @@ def run(options, compiler, all_judges, known):
             if task is None:
                 return
             row, file, change = task
-            row = measure(row, file, texts[file], change, compiler, all_judges, known, options.longest)
+            row = measure(row, file, texts[file], change, compiler, all_judges, options.longest)
             with guard:
                 rows[key(row)] = row
                 write_table(rows, order)
@@ -562,8 +557,7 @@ def main():
     build("release", BUILD)
     build("coverage", COVERAGE, *LAYERS)
     say("Running the tests without a change")
-    all_judges, known = examined_judges(options.jobs, options.without)
-    run(options, Compiler(), all_judges, known)
+    run(options, Compiler(), examined_judges(options.jobs, options.without))
 
 
 if __name__ == "__main__":
