@@ -157,6 +157,8 @@ private slots:
     void highestFailureDecides();
     void replacesProgressOnATerminal();
     void fitsProgressIntoTheTerminal();
+    void countsRunningFilesForTheTimeLeft_data();
+    void countsRunningFilesForTheTimeLeft();
     void writesNoProgressElsewhere();
     void completesInEveryShell_data();
     void completesInEveryShell();
@@ -750,6 +752,26 @@ void TestBatchParts::fitsProgressIntoTheTerminal()
     BatchReport report(BatchOptions(), 2, output.handle(), errors.handle(), {ProgressPlace::Terminal, 12});
     report.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), PageDone{1, 2});
     QCOMPARE(errors.text(), "\r\033[K0 of 2 file");
+}
+
+void TestBatchParts::countsRunningFilesForTheTimeLeft_data()
+{
+    QTest::addColumn<int>("page"); // of 100, of the first of two files
+    QTest::addColumn<QString>("progress");
+    QTest::newRow("too few pages") << 1 << u"0 of 2 files, 1 page$"_s;
+    QTest::newRow("enough pages") << 50 << u"0 of 2 files, 50 pages, [0-9]+ s left$"_s;
+}
+
+void TestBatchParts::countsRunningFilesForTheTimeLeft()
+{
+    QFETCH(int, page);
+    QFETCH(QString, progress);
+    const Stream output;
+    const Stream errors;
+    BatchReport report(BatchOptions(), 2, output.handle(), errors.handle(), {ProgressPlace::Terminal, 80});
+    report.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), PageDone{page, 100});
+    const QString text = QString::fromUtf8(errors.text());
+    QVERIFY2(QRegularExpression(progress).match(text).hasMatch(), qPrintable(text));
 }
 
 void TestBatchParts::writesNoProgressElsewhere()
