@@ -1,6 +1,7 @@
 #include "batch/batchrun.h"
 
 #include "base/buildconfig.h"
+#include "base/keptforever.h"
 #include "batch/batchreport.h"
 #include "batch/batchworkers.h"
 #include "batch/completion.h"
@@ -184,9 +185,11 @@ int runBatch(const QStringList &arguments)
 
     // Without the arguments: this program does not have the options of Qt.
     static char name[] = "quillmarch-batch";
-    char *ownArguments[] = {name, nullptr};
-    int count = 1;
-    const QGuiApplication app(count, ownArguments);
+    static char *ownArguments[] = {name, nullptr};
+    static int count = 1;
+    // Its destructor would read the configuration of all fonts, which takes a quarter of a
+    // short run, and can crash for lack of memory when all files are written.
+    keepForever(new QGuiApplication(count, ownArguments));
 
     try {
         return run(readCommandLine(arguments));

@@ -173,6 +173,8 @@ private slots:
     void endsIfNoThreadStarts();
 
     void needsNoEnvironment();
+    void readsNoFonts_data();
+    void readsNoFonts();
     void ignoresSettings();
 
     void failedWriteKeepsTheOldFile_data();
@@ -628,6 +630,29 @@ void TestBatchRun::needsNoEnvironment()
         QCOMPARE(end.errors, QByteArray());
         QCOMPARE(QString::fromUtf8(end.output), u"名.png -> 名.pdf: 3 pages\n"_s);
     }
+}
+
+void TestBatchRun::readsNoFonts_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("one image") << QStringList{u"a.png"_s, u"--page-numbers"_s, u"-o"_s, u"a.pdf"_s};
+    QTest::newRow("with a worker") << QStringList{u"a.png"_s, u"a.png"_s, u"-o"_s, u"out"_s};
+    QTest::newRow("version") << QStringList{u"--version"_s};
+}
+
+void TestBatchRun::readsNoFonts()
+{
+    QFETCH(QStringList, arguments);
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"FONTCONFIG_FILE"_s, QDir::current().filePath(savedBytes("broken", u"fonts.conf"_s)));
+    QProcess process;
+    setUpBatch(process, arguments);
+    process.setProcessEnvironment(environment);
+    process.start();
+    const BatchEnd end = endOf(process);
+    QCOMPARE(end.code, 0);
+    QCOMPARE(end.errors, QByteArray()); // it would complain of the configuration
 }
 
 void TestBatchRun::ignoresSettings()
