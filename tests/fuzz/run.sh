@@ -68,16 +68,17 @@ seeds_of() {
 
 # The limits of libFuzzer are above what one input needs by design; an image may
 # request more memory than there is, and must then be rejected. Freed memory is kept
-# from reuse only up to 16 MB, and of each allocation only the caller is known, since
-# both take longer than a short input; to run a finding again shows the whole stack.
+# from reuse only up to 1 MB, which stays in the caches of the processor and is more
+# than most inputs need, and of each allocation only the caller is known; to run a
+# finding again shows the whole stack.
 fuzz() {
-    local kind=$1
+    local kind=$1 little_quarantine=quarantine_size_mb=1:thread_local_quarantine_size_kb=64
     local -a seeds
     read -r -a seeds <<<"$(seeds_of "$kind")"
     mkdir -p "$corpus/$kind" "$findings/$kind"
     say "Fuzzing $kind: ${limit[*]}, seed $seed"
     QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES='*=false' LANG=C.UTF-8 \
-        ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1:quarantine_size_mb=16:malloc_context_size=1 \
+        ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1:malloc_context_size=1:$little_quarantine \
         UBSAN_OPTIONS=print_stacktrace=1 \
         LSAN_OPTIONS=suppressions=$root/tests/fuzz/leaks.txt:print_suppressions=0 \
         nice -n 15 "$build_folder/tests/fuzz/fuzz_$kind.dir/fuzz_$kind" \
