@@ -7,6 +7,7 @@
 #include <QGraphicsScene>
 #include <QMainWindow>
 #include <QMimeData>
+#include <QRegularExpression>
 #include <QScrollBar>
 #include <QSplitter>
 
@@ -411,6 +412,7 @@ void TestViews::paintsLikeThePlainView_data()
 
 void TestViews::paintsLikeThePlainView()
 {
+    QTest::failOnWarning(QRegularExpression(u"QPainter"_s)); // a saved state that is not restored
     QFETCH(Kind, kind);
     QFETCH(double, scale);
     QGraphicsScene scene(0, 0, 333, 1777);
