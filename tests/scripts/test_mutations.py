@@ -139,7 +139,7 @@ class Choosing(unittest.TestCase):
         self.assertEqual(mutate.failures(b"PASS   : TestA::c()\nXFAIL  : TestA::d()\n"), (0, 0))
 
     def test_names_the_function_that_failed(self):
-        output = "PASS   : TestA::b()\nFAIL!  : TestA::c(row 1) '!a' returned FALSE. ()\n"
+        output = "FAIL!  : TestA::needsNoEnvironment() '!a'\nFAIL!  : TestA::c(row 1) '!a' returned FALSE. ()\n"
         self.assertEqual(mutate.failed_function(output), "c")
         self.assertEqual(mutate.failed_function("PASS   : TestA::b()\n"), "ends early or is too slow")
 
