@@ -33,6 +33,8 @@ private slots:
     void convertsTheRequestedRows_data();
     void convertsTheRequestedRows();
     void takesImagesOfChangingSizes();
+    void takesChangingFormats();
+    void usesNewMemoryOnceCleared();
 };
 
 void TestRowConverter::equalsTheConversionOfTheWholeImage_data()
@@ -90,9 +92,30 @@ void TestRowConverter::convertsTheRequestedRows()
 void TestRowConverter::takesImagesOfChangingSizes()
 {
     RowConverter converter;
-    for (const QSize &part : {QSize(61, 130), QSize(61, 20), QSize(20, 130), QSize(61, 90), QSize(1, 1)}) {
+    for (const QSize &part :
+         {QSize(20, 130), QSize(61, 90), QSize(61, 20), QSize(20, 130), QSize(61, 90), QSize(1, 1)}) {
         const QImage image = noisePicture(part, QImage::Format_RGB888, 5);
         const QImage converted = converter.convert(image, {QImage::Format_RGB32}, {0, part.height() - 1});
+        QCOMPARE(firstDifference(converted, image.convertToFormat(QImage::Format_RGB32)), QString());
+    }
+}
+
+void TestRowConverter::takesChangingFormats()
+{
+    RowConverter converter;
+    const QImage image = noisePicture(size, QImage::Format_RGB888, 6);
+    for (const QImage::Format format : {QImage::Format_Grayscale8, QImage::Format_RGB32, QImage::Format_RGBX64}) {
+        const QImage converted = converter.convert(image, {format}, {0, size.height() - 1});
+        QCOMPARE(firstDifference(converted, image.convertToFormat(format)), QString());
+    }
+}
+
+void TestRowConverter::usesNewMemoryOnceCleared()
+{
+    RowConverter converter;
+    const QImage image = noisePicture(size, QImage::Format_RGB888, 7);
+    for (int i = 0; i < 2; ++i) {
+        const QImage converted = converter.convert(image, {QImage::Format_RGB32}, {0, size.height() - 1});
         QCOMPARE(firstDifference(converted, image.convertToFormat(QImage::Format_RGB32)), QString());
         converter.clear();
     }
