@@ -155,6 +155,8 @@ private slots:
     void hidesControlCharacters();
     void highestFailureDecides_data();
     void highestFailureDecides();
+    void reportsPicturesWithARemark();
+    void showsProgressFromTheStart();
     void replacesProgressOnATerminal();
     void fitsProgressIntoTheTerminal();
     void countsRunningFilesForTheTimeLeft_data();
@@ -727,6 +729,31 @@ void TestBatchParts::highestFailureDecides()
     }
     QCOMPARE(report.finish(), code);
     QCOMPARE(errors.text().count('\n'), failures.size() - failures.count(0));
+}
+
+void TestBatchParts::reportsPicturesWithARemark()
+{
+    const Stream output;
+    const Stream errors;
+    BatchReport report(BatchOptions(), 1, output.handle(), errors.handle(), {});
+    const BatchJob job = jobOf(0, u"a.png"_s, u"a.pdf"_s);
+    PictureFacts facts;
+    facts.pages = 3;
+    report.report(job, PictureDone{u"a.png"_s, facts});
+    QCOMPARE(output.text(), QByteArray());
+    facts.index = 1;
+    facts.remark = u"a remark"_s;
+    report.report(job, PictureDone{u"b.png"_s, facts});
+    QCOMPARE(output.text(), "b.png, picture 2: 3 pages (a remark)\n");
+}
+
+void TestBatchParts::showsProgressFromTheStart()
+{
+    const Stream output;
+    const Stream errors;
+    BatchReport report(BatchOptions(), 2, output.handle(), errors.handle(), {ProgressPlace::Terminal, 80});
+    report.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), JobBegun());
+    QCOMPARE(errors.text(), "\r\033[K0 of 2 files, 0 pages");
 }
 
 void TestBatchParts::replacesProgressOnATerminal()
