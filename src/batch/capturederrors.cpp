@@ -9,6 +9,7 @@
 namespace {
 
 int realErrors = -1; // the error stream of the process while another one takes its place
+bool hasRealFailure = false; // of that stream
 
 } // namespace
 
@@ -19,6 +20,7 @@ CapturedErrors::CapturedErrors()
 {
     if (file != nullptr) {
         std::fflush(stderr);
+        hasRealFailure = std::ferror(stderr) != 0;
         realErrors = ::dup(STDERR_FILENO);
         ::dup2(::fileno(file), STDERR_FILENO);
     }
@@ -47,6 +49,9 @@ void CapturedErrors::restore()
         ::dup2(realErrors, STDERR_FILENO);
         ::close(realErrors);
         realErrors = -1;
+        if (!hasRealFailure) {
+            std::clearerr(stderr); // the collection may have failed, as on a full disk
+        }
     }
 }
 

@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <algorithm>
 #include <cstdlib>
@@ -179,6 +181,7 @@ private slots:
 
     void failedWriteKeepsTheOldFile_data();
     void failedWriteKeepsTheOldFile();
+    void fullDiskDoesNotBreakStandardError();
     void killKeepsTheOldFile();
     void signalRemovesTheUnfinishedFile_data();
     void signalRemovesTheUnfinishedFile();
@@ -706,6 +709,26 @@ void TestBatchRun::failedWriteKeepsTheOldFile()
     QVERIFY2(end.errors.contains("cannot write \"a.pdf\""), end.errors.constData());
     QCOMPARE(contentOf(u"a.pdf"_s), QByteArray(oldFile));
     QCOMPARE(partFiles(), QStringList());
+#else
+    QSKIP("There are no limits of this kind");
+#endif
+}
+
+void TestBatchRun::fullDiskDoesNotBreakStandardError()
+{
+#ifdef Q_OS_UNIX
+    savedBytes("\x89PNG\r\n\x1a\n", u"a.png"_s); // libpng writes to standard error itself
+    QProcess process;
+    setUpBatch(process, {u"--json"_s, u"a.png"_s, u"-o"_s, u"-"_s});
+    process.setChildProcessModifier([] {
+        const rlimit size{1, 1};
+        ::setrlimit(RLIMIT_FSIZE, &size);
+    });
+    process.start();
+    const BatchEnd end = endOf(process);
+    QCOMPARE(end.code, 3);
+    const QList<QByteArray> lines = end.errors.trimmed().split('\n');
+    QCOMPARE(QJsonDocument::fromJson(lines.last()).object()["exit"_L1].toInt(), 3);
 #else
     QSKIP("There are no limits of this kind");
 #endif
