@@ -6,6 +6,7 @@
 #include <QScopeGuard>
 #include <QTest>
 
+#include <array>
 #include <memory>
 #include <utility>
 
@@ -13,12 +14,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr std::array<quint32, 4> failedSeeds = {3712, 7330, 9786, 90036}; // once; fixed since
+
 struct Plan
 {
     quint32 firstSeed = 1;
     quint32 sequences = 200;
     int steps = 50;
     bool isVerbose = false; // print every step before it is checked
+    bool hasFailedSeeds = true;
 };
 
 /// Removes the options of this program from \a arguments.
@@ -37,6 +41,7 @@ Plan takePlan(QStringList &arguments)
     if (take(u"--seed"_s, plan.firstSeed)) {
         plan.sequences = 1;
         plan.isVerbose = true;
+        plan.hasFailedSeeds = false;
     }
     if (take(u"--sequences"_s, plan.sequences)) {
         plan.isVerbose = false;
@@ -116,6 +121,11 @@ void TestRandomUser::keepsTheInvariants_data()
     QTest::addColumn<quint32>("seed");
     for (quint32 i = 0; i < plan.sequences; ++i) {
         QTest::addRow("--seed %u", plan.firstSeed + i) << plan.firstSeed + i;
+    }
+    for (const quint32 seed : failedSeeds) {
+        if (plan.hasFailedSeeds) {
+            QTest::addRow("--seed %u", seed) << seed;
+        }
     }
 }
 

@@ -33,9 +33,8 @@
     return request;
 }
 
-/// The widgets and layouts of a download dialog, found by their object names.
-/// Construct it before a download finishes: until then the close button is the
-/// only one without a name.
+/// The widgets and layouts of a download dialog, found by their object names, and the
+/// close button, whose name changes, by its place.
 struct DialogView
 {
     explicit DialogView(const DownloadUpdateDialog &dialog)
@@ -61,7 +60,7 @@ struct DialogView
         , later(childOf<QPushButton>(dialog, "laterButton"))
         , update(childOf<QPushButton>(dialog, "primaryButton"))
         , openFolder(childOf<QPushButton>(dialog, "openFolderButton"))
-        , close(unnamedButtonOf(dialog))
+        , close(lastButtonOf(*buttonLayout))
         , retry(childOf<QPushButton>(dialog, "retryButton"))
     {
     }
@@ -105,11 +104,10 @@ struct DialogView
     }
 
 private:
-    static QPushButton *unnamedButtonOf(const DownloadUpdateDialog &dialog)
+    static QPushButton *lastButtonOf(const QHBoxLayout &row)
     {
-        const auto buttons = dialog.findChildren<QPushButton *>();
-        for (QPushButton *button : buttons) {
-            if (button->objectName().isEmpty()) {
+        for (int i = row.count() - 1; i >= 0; --i) {
+            if (auto *button = qobject_cast<QPushButton *>(row.itemAt(i)->widget())) {
                 return button;
             }
         }
