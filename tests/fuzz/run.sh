@@ -4,23 +4,22 @@
 #   tests/fuzz/run.sh --inputs N [OPTION...] [DRIVER...]
 # The limit is for each driver; without names all of them run. Options:
 #   --seed S      begin with this seed, to continue a run on another machine; default 1
+#   --quick       with the undefined behavior sanitizer alone (preset fuzz-undefined)
 #   --corpus DIR  keep the corpus that grows in DIR; default build/fuzz/corpus
-# Findings are in build/fuzz/findings. The last lines, one for each driver, are for
+# Findings are in the folder findings of the build. The last lines, one for each driver, are for
 # sums.py, which adds them to docs/reliability.md.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
 all_drivers=(readers searches decode document image release report config commands)
 preset=fuzz
-build_folder=$root/build/$preset
-findings=$build_folder/findings
-corpus=$build_folder/corpus
+corpus=$root/build/fuzz/corpus
 seed=1
 limit=()
 drivers=()
 
 wrong_use() {
-    die "usage: tests/fuzz/run.sh MINUTES|--inputs N [--seed S] [--corpus DIR] [${all_drivers[*]}]"
+    die "usage: tests/fuzz/run.sh MINUTES|--inputs N [--seed S] [--quick] [--corpus DIR] [${all_drivers[*]}]"
 }
 
 is_number() {
@@ -31,6 +30,7 @@ while [[ $# -gt 0 ]]; do
     case $1 in
     --inputs) is_number "${2:-}" || wrong_use; limit=("-runs=$2"); shift ;;
     --seed) is_number "${2:-}" || wrong_use; seed=$2; shift ;;
+    --quick) preset=fuzz-undefined ;;
     --corpus) [[ -n ${2:-} ]] || wrong_use; mkdir -p "$2"; corpus=$(cd "$2" && pwd); shift ;;
     *)
         if is_number "$1"; then
@@ -46,6 +46,8 @@ while [[ $# -gt 0 ]]; do
 done
 [[ ${#limit[@]} -gt 0 ]] || wrong_use
 [[ ${#drivers[@]} -gt 0 ]] || drivers=("${all_drivers[@]}")
+build_folder=$root/build/$preset
+findings=$build_folder/findings
 
 max_input_size() {
     case $1 in
@@ -90,12 +92,13 @@ fuzz() {
 
 commit=$(git -C "$root" describe --always --dirty=+ 2>/dev/null || echo unknown)
 
-# The line for sums.py: driver, commit, date, seed, inputs, seconds of processor time,
-# findings.
+# The line for sums.py: driver, preset, commit, date, seed, inputs, seconds of processor
+# time, findings.
 result_of() {
     local inputs
     inputs=$(awk '/^stat::number_of_executed_units:/ { print $2 }' "$build_folder/fuzz_$1.log")
-    printf 'run\t%s\t%s\t%s\t%s\t%s\t%s\t%s\n' "$1" "$commit" "$(date -u +%F)" "$seed" "${inputs:-0}" "$2" "$3"
+    printf 'run\t%s\t%s\t%s\t%s\t%s\t%s\t%s\t%s\n' \
+        "$1" "$preset" "$commit" "$(date -u +%F)" "$seed" "${inputs:-0}" "$2" "$3"
 }
 
 install_packages build run test fuzz

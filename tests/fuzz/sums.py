@@ -16,7 +16,7 @@ RUNS = DOCS / "reliability-runs.tsv"
 DOCUMENT = DOCS / "reliability.md"
 BEGIN = "<!-- sums of the fuzz runs, by tests/fuzz/sums.py -->\n"
 END = "<!-- end of the sums -->\n"
-COLUMNS = ("driver", "commit", "date", "seed", "inputs", "seconds", "findings")
+COLUMNS = ("driver", "preset", "commit", "date", "seed", "inputs", "seconds", "findings")
 
 
 def runs_in(text):
@@ -34,20 +34,20 @@ def known_runs():
 
 
 def rows_of(runs):
-    """One row for each driver, in the order of the first runs."""
-    for driver in dict.fromkeys(run[0] for run in runs):
-        own = [run for run in runs if run[0] == driver]
-        inputs = sum(int(run[4]) for run in own)
-        seconds = sum(float(run[5]) for run in own)
-        findings = sum(int(run[6]) for run in own)
+    """One row for each driver in each build, in the order of the first runs."""
+    for driver, preset in dict.fromkeys(run[:2] for run in runs):
+        own = [run for run in runs if run[:2] == (driver, preset)]
+        inputs = sum(int(run[5]) for run in own)
+        seconds = sum(float(run[6]) for run in own)
+        findings = sum(int(run[7]) for run in own)
         rate = inputs / seconds if seconds else 0
-        yield (f"| `fuzz_{driver}` | {len(own)} | {inputs:,} | {seconds / 3600:.2f} | {rate:,.0f} | {findings} "
-               f"| {max(run[2] for run in own)} |\n")
+        yield (f"| `fuzz_{driver}` | `{preset}` | {len(own)} | {inputs:,} | {seconds / 3600:.2f} | {rate:,.0f} "
+               f"| {findings} | {max(run[3] for run in own)} |\n")
 
 
 def table_of(runs):
-    head = "| Driver | Runs | Inputs | Processor hours | Inputs a second | Findings | Last run |\n"
-    return head + "|---|---:|---:|---:|---:|---:|---|\n" + "".join(rows_of(runs))
+    head = "| Driver | Preset | Runs | Inputs | Processor hours | Inputs a second | Findings | Last run |\n"
+    return head + "|---|---|---:|---:|---:|---:|---:|---|\n" + "".join(rows_of(runs))
 
 
 def main():
