@@ -3,6 +3,7 @@
 #include "support/windowprobe.h"
 #include "ui/popup.h"
 
+#include <QAnimationDriver>
 #include <QElapsedTimer>
 #include <QGridLayout>
 #include <QLabel>
@@ -44,6 +45,28 @@ QImage expectedPanel(QSize size)
     return image;
 }
 
+/// A clock for animations that goes on only by its steps.
+class StepDriver : public QAnimationDriver
+{
+public:
+    StepDriver() { install(); }
+    ~StepDriver() override { uninstall(); }
+    Q_DISABLE_COPY_MOVE(StepDriver)
+
+    qint64 elapsed() const override { return time; }
+
+    void step(qint64 milliseconds)
+    {
+        QCoreApplication::processEvents(); // new animations wait for that
+        time += milliseconds;
+        advance();
+        QCoreApplication::processEvents(); // as do those that step() lets start
+    }
+
+private:
+    qint64 time = 0;
+};
+
 } // namespace
 
 class TestPopUp : public QObject
@@ -63,6 +86,8 @@ private slots:
     void paintsThePanelInsideAMargin();
     void takesNoFocus();
     void hidesOnlyAtOpacityZero();
+    void fadesInLinearly();
+    void fadesOutLinearly();
     void fadesInStaysAndFadesOut();
     void showingAgainWhileVisibleRestarts();
     void showingAgainWhileFadingOutRestarts();
@@ -245,6 +270,42 @@ void TestPopUp::hidesOnlyAtOpacityZero()
     }
     toast.setPopupOpacity(0.0F);
     toast.hide();
+    QVERIFY(!toast.isVisible());
+}
+
+void TestPopUp::fadesInLinearly()
+{
+    QWidget parent;
+    parent.resize(400, 300);
+    PopUp toast(&parent);
+    StepDriver clock;
+    toast.show();
+    clock.step(0);
+    QCOMPARE(toast.popupOpacity(), 0.0F);
+    clock.step(75);
+    QCOMPARE(toast.popupOpacity(), 0.5F);
+    clock.step(74);
+    QCOMPARE(toast.popupOpacity(), float(149.0 / 150));
+    clock.step(1);
+    QCOMPARE(toast.popupOpacity(), 1.0F);
+}
+
+void TestPopUp::fadesOutLinearly()
+{
+    QWidget parent;
+    parent.resize(400, 300);
+    PopUp toast(&parent);
+    StepDriver clock;
+    toast.QWidget::show();
+    toast.hideAnimation();
+    clock.step(0);
+    QCOMPARE(toast.popupOpacity(), 1.0F);
+    clock.step(500);
+    QCOMPARE(toast.popupOpacity(), 0.5F);
+    clock.step(499);
+    QCOMPARE(toast.popupOpacity(), float(1 - 999.0 / 1000));
+    QVERIFY(toast.isVisible());
+    clock.step(1);
     QVERIFY(!toast.isVisible());
 }
 
