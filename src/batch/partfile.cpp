@@ -4,6 +4,7 @@
 #include "batch/filename.h"
 
 #include <QRandomGenerator>
+#include <QScopeGuard>
 
 #include <array>
 #include <cerrno>
@@ -196,12 +197,19 @@ void PartFile::create()
     for (int i = 0; i < namesToTry; ++i) {
         const quint32 number = QRandomGenerator::global()->generate();
         path = target.parent_path() / u"quillmarch-%1.pdf.part"_s.arg(number).toStdString();
+        unfinishedFiles.push_back(&path); // now: memory can also run out once the file is there
+        auto undo = qScopeGuard([this] {
+            std::error_code failure;
+            fs::remove(path, failure);
+            unfinishedFiles.pop_back();
+        });
         mistake = openFile(file, name(), QIODevice::WriteOnly | QIODevice::NewOnly);
+        undo.dismiss();
         if (mistake.isEmpty()) {
-            unfinishedFiles.push_back(&path);
             exists = true;
             return;
         }
+        unfinishedFiles.pop_back();
     }
     throw unwritable(mistake);
 }
