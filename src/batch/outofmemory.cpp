@@ -4,8 +4,10 @@
 #include "batch/capturederrors.h"
 #include "batch/partfile.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -14,16 +16,19 @@ using namespace Qt::StringLiterals;
 namespace {
 
 std::function<void()> lastCall;
+std::unique_ptr<char[]> reserve; // memory for the last call
+constexpr size_t reserveSize = 128 << 10;
 std::terminate_handler usualEnd = nullptr;
 
 [[noreturn]] void endForWantOfMemory()
 {
     removePartFiles();
     CapturedErrors::restore();
+    reserve.reset();
     try {
         lastCall();
-    } catch (const std::bad_alloc &) {
-        // Not even enough memory for the message: the exit code must do.
+    } catch (const std::bad_alloc &) { // it needs more than the reserve
+        std::fputs("quillmarch-batch: there is not enough memory\n", stderr);
     }
     std::_Exit(int(BatchFailure::TooLarge));
 }
@@ -48,6 +53,7 @@ void exitWhenOutOfMemory(std::function<void()> lastWords)
     lastCall = std::move(lastWords);
     if (usualEnd == nullptr) {
         usualEnd = std::set_terminate(onTerminate);
+        reserve = std::make_unique<char[]>(reserveSize);
     }
 }
 

@@ -149,6 +149,7 @@ private slots:
     void reportsTooManyRows();
     void reads16BitsOverTheOldLimit();
     void runsOutOfMemory();
+    void saysThatMemoryRanOut();
     void threadsRunOutOfMemory();
     void quitSignalLeavesNothing_data();
     void quitSignalLeavesNothing();
@@ -453,6 +454,34 @@ void TestBatchInputs::runsOutOfMemory()
                  qPrintable(u"%1 MiB: %2 %3"_s.arg(megabytes).arg(end.code).arg(QString::fromUtf8(end.errors))));
         ended += end.code == 5 ? 1 : 0;
         QCOMPARE(contentOf(u"a.pdf"_s), "%PDF-of before");
+    }
+    QVERIFY(ended > 0);
+}
+
+void TestBatchInputs::saysThatMemoryRanOut()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    QSKIP("The sanitizer reserves more memory than any limit");
+#endif
+    savedPicture(textPicture(200, 6000).convertToFormat(QImage::Format_Grayscale8), u"a.pgm"_s);
+    savedBytes("<fontconfig/>", u"fonts.conf"_s); // or it stores a list of the few fonts that fitted
+    const auto endWithin = [](int kibibytes) {
+        return runShell(
+            u"ulimit -c 0 -v %1; FONTCONFIG_FILE=$PWD/fonts.conf \"$batch\" a.pgm -o a.pdf"_s.arg(kibibytes));
+    };
+    int enough = 60 << 10;
+    while (endWithin(enough).code != 0) {
+        QVERIFY(enough < 1024 << 10);
+        enough += 1 << 10;
+    }
+    int ended = 0;
+    for (int size = enough - (4 << 10); size < enough; size += 32) {
+        const BatchEnd end = endWithin(size);
+        if (end.code == 5) {
+            QVERIFY2(end.errors.contains("memory"),
+                     qPrintable(u"%1 KiB: %2"_s.arg(size).arg(QString::fromUtf8(end.errors))));
+            ++ended;
+        }
     }
     QVERIFY(ended > 0);
 }
