@@ -181,6 +181,15 @@ void *operator new[](size_t size)
     return allocate(size);
 }
 
+void *operator new(size_t size, const std::nothrow_t &) noexcept
+{
+    try {
+        return allocate(size);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
 void operator delete(void *memory) noexcept
 {
     release(memory);
