@@ -2,6 +2,7 @@
 
 #include <QColorSpace>
 
+#include <memory>
 #include <numeric>
 
 namespace {
@@ -11,8 +12,9 @@ namespace {
 QImage viewOf(const QImage &image, const uchar *first, const QSize &size, QImage::Format format)
 {
     const auto release = [](void *owner) { delete static_cast<QImage *>(owner); };
-    auto *owner = new QImage(image); // released with the last copy of the view
-    QImage view(first, size.width(), size.height(), image.bytesPerLine(), format, release, owner);
+    auto owner = std::make_unique<QImage>(image);
+    QImage view(first, size.width(), size.height(), image.bytesPerLine(), format, release, owner.get());
+    static_cast<void>(owner.release()); // the last copy of the view deletes it
     view.setColorSpace(image.colorSpace());
     return view;
 }
