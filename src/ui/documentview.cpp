@@ -4,6 +4,8 @@
 #include <QResizeEvent>
 #include <QScrollBar>
 
+#include <utility>
+
 namespace {
 
 /// No frame, and slim scroll bars with a rounded handle.
@@ -62,8 +64,11 @@ void DocumentView::scrollToTop()
     verticalScrollBar()->setValue(verticalScrollBar()->minimum());
 }
 
-bool DocumentView::wouldShowScrollBarAgain(const QResizeEvent *event, double scale) const
+bool DocumentView::wouldShowScrollBarAgain(const QResizeEvent *event, double scale)
 {
+    if (std::exchange(knownSize, size()) != size()) {
+        return false; // the view itself was resized, perhaps by the width of a bar
+    }
     const QScrollBar *bar = verticalScrollBar();
     const QScrollBar *other = horizontalScrollBar();
     const QSize gained = event->size() - event->oldSize();

@@ -25,7 +25,7 @@ protected:
     /// A view that fits its scene to the width would then resize forever: with the
     /// bar the scene is small enough not to need it, without the bar it is too
     /// large.
-    bool wouldShowScrollBarAgain(const QResizeEvent *event, double scale) const;
+    bool wouldShowScrollBarAgain(const QResizeEvent *event, double scale);
 
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
@@ -33,4 +33,6 @@ protected:
 
 private:
     bool hasPlainBackground() const;
+
+    QSize knownSize; ///< of the view with its bars, when it was last resized
 };

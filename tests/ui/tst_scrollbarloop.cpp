@@ -9,6 +9,8 @@
 #include <QResizeEvent>
 #include <QScrollBar>
 
+#include <cmath>
+
 namespace {
 
 /// Counts the resize events of a widget.
@@ -42,6 +44,7 @@ private slots:
     void settlesAtEverySize_data();
     void settlesAtEverySize();
     void settlesInANarrowView();
+    void fitsAViewThatIsWidenedByTheWidthOfABar();
 };
 
 void TestScrollBarLoop::settlesAtEverySize_data()
@@ -107,6 +110,30 @@ void TestScrollBarLoop::settlesInANarrowView()
                  qPrintable(QStringLiteral("%1 resizes at width %2").arg(resizes.count).arg(width)));
     }
     QVERIFY(hadBothBars);
+}
+
+void TestScrollBarLoop::fitsAViewThatIsWidenedByTheWidthOfABar()
+{
+    QGraphicsScene scene(0, 0, 13.2, 54);
+    LeftView view(nullptr);
+    view.setScene(&scene);
+    view.showScrollBars();
+    view.resize(34, 209);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    const int barWidth = view.verticalScrollBar()->sizeHint().width();
+    bool wasHidden = false;
+    for (int width = 34; width <= 134; width += barWidth) {
+        view.resize(width, 209);
+        QCoreApplication::processEvents();
+        const double fittedTo = view.transform().m11() * scene.width() / 0.8;
+        const int available = view.viewport()->width();
+        wasHidden = wasHidden || available == width;
+        // A view in which a bar would come and go is fitted to the width beside the bar.
+        QVERIFY2(std::abs(fittedTo - available) <= (available == width ? barWidth : 0) + 0.01,
+                 qPrintable(QStringLiteral("%1 instead of %2 in %3").arg(fittedTo).arg(available).arg(width)));
+    }
+    QVERIFY(wasHidden);
 }
 
 QUILLMARCH_TEST_MAIN(TestScrollBarLoop)
