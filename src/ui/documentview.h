@@ -25,6 +25,8 @@ protected:
     /// A view that fits its scene to the width would then resize forever: with the
     /// bar the scene is small enough not to need it, without the bar it is too
     /// large.
+    ///
+    /// Call it once for each event: it remembers the size of the view.
     bool wouldShowScrollBarAgain(const QResizeEvent *event, double scale);
 
     void dragEnterEvent(QDragEnterEvent *event) override;

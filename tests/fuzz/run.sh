@@ -8,8 +8,8 @@
 #   --corpus DIR  keep the corpus that grows in DIR; default build/fuzz/corpus. A new one
 #                 begins with what earlier runs have found, tests/fuzz/grown
 #   --save        write what is worth keeping of the corpus to tests/fuzz/grown
-# Findings are in the folder findings of the build. The last lines, one for each driver, are for
-# sums.py, which adds them to docs/reliability.md.
+# Findings are in the folder findings of the build. The last lines, one for each driver,
+# are for sums.py, which adds them to docs/reliability.md.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
@@ -141,9 +141,11 @@ for kind in "${drivers[@]}"; do
     [[ $found -eq 0 ]] || failed+=("$kind")
     grep -aE "DONE .*cov:|ERROR|Requirement not met" "$build_folder/fuzz_$kind.log" | tail -n 4 || true
     results+=("$(result_of "$kind" "$used" "$found")")
-    ! $saves || save_corpus "$kind"
 done
 printf '%s\n' "${results[@]}"
+for kind in "${drivers[@]}"; do
+    ! $saves || save_corpus "$kind"
+done
 if [[ ${#failed[@]} -gt 0 ]]; then
     die "failed: ${failed[*]}; inputs are in $findings, logs in $build_folder/fuzz_*.log"
 fi
