@@ -454,9 +454,22 @@ def read_table():
     return {key(row): row for row in rows}
 
 
-def write_table(rows, order):
+def all_changes(texts):
+    """{key: (file, change)} of every change of the sources \a texts, {file: text}."""
+    return {
+        key(row_of(file, text, change)): (file, change)
+        for file, text in texts.items()
+        for change in mutations.changes_of(text)
+    }
+
+
+def place_of(row):
+    return row["file"], *map(int, row["place"].split(":")), row["change"]
+
+
+def write_table(rows):
     lines = ["\t".join(COLUMNS)]
-    lines += ["\t".join(rows[entry].get(column, "") for column in COLUMNS) for entry in order if entry in rows]
+    lines += ["\t".join(row.get(column, "") for column in COLUMNS) for row in sorted(rows.values(), key=place_of)]
     temporary = TABLE.with_suffix(".part")
     temporary.write_text("\n".join(lines) + "\n", encoding="utf-8")
     temporary.replace(TABLE)
@@ -485,7 +498,7 @@ def measure(row, file, text, change, compiler, all_judges, longest):
     if not outcome:
         line = mutations.line_of(text, change.start)
         outcome, by = verdict(file, line, scratch, all_judges, longest)
-    return {**row, "outcome": outcome, "by": by, "reason": row.get("reason", "")}
+    return {**row, "outcome": outcome, "by": by, "reason": ""}
 
 
 def counted(row):
@@ -500,35 +513,33 @@ def report(rows):
 
 
 def run(options, compiler, all_judges):
-    rows, sources = read_table(), all_sources()
+    sources = all_sources()
     texts = {name: text for files in sources.values() for name, text in files.items()}
-    planned = [(row_of(file, texts[file], change), file, change)
-               for file, change in mutations.drawn(sources, options.seed, options.count)]
-    order = [key(row) for row, _, _ in planned]
+    possible = all_changes(texts)
+    rows = {entry: row for entry, row in read_table().items() if entry in possible} # others were of older sources
+    if options.again:
+        tasks = [possible[entry] for entry, row in rows.items() if row["outcome"] == "survived" and not row["reason"]]
+    else:
+        drawn = mutations.drawn(sources, options.seed, options.count)
+        tasks = [(file, change) for file, change in drawn if key(row_of(file, texts[file], change)) not in rows]
+    waiting = iter(tasks)
     end = time.monotonic() + 60 * options.minutes
     guard = threading.Lock()
-    waiting = iter(planned)
-
-    def next_change():
-        for row, file, change in waiting:
-            old = rows.get(key(row))
-            if old is None if not options.again else old and old["outcome"] == "survived" and not old["reason"]:
-                return {**row, "reason": old["reason"] if old else ""}, file, change
-        return None
 
     def work():
         take_scratch()
         while time.monotonic() < end:
             with guard:
                 enough = not options.again and sum(map(counted, rows.values())) >= options.count
-                task = None if enough else next_change()
+                task = None if enough else next(waiting, None)
             if task is None:
                 return
-            row, file, change = task
+            file, change = task
+            row = row_of(file, texts[file], change)
             row = measure(row, file, texts[file], change, compiler, all_judges, options.longest)
             with guard:
                 rows[key(row)] = row
-                write_table(rows, order)
+                write_table(rows)
             say(f"{row['file']}:{row['place']} {row['change']}: {row['outcome']} {row['by']}")
 
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:

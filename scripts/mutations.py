@@ -4,7 +4,7 @@ Relies on how clang-format writes the sources: an operator with spaces on both s
 takes two operands, and is no bracket of a template and no reference."""
 
 import dataclasses
-import random
+import hashlib
 import re
 
 NOT_CODE = re.compile(
@@ -137,16 +137,24 @@ def line_of(source, at):
     return source.count("\n", 0, at) + 1
 
 
-def one_change_a_line(source, draw):
-    """The changes of a source in random order, each in a line of its own."""
-    changes = changes_of(source)
-    draw.shuffle(changes)
+def rank(seed, file, source, change):
+    """A number that the seed gives a change, wherever its line has moved to."""
+    start = source.rfind("\n", 0, change.start) + 1
+    end = source.find("\n", change.start)
+    words = (seed, file, source[start : end if end >= 0 else None], change.start - start, change.kind, change.text)
+    return hashlib.sha256(repr(words).encode()).digest()
+
+
+def one_change_a_line(seed, file, source):
+    """The changes of a source in an order that the seed gives, each in a line of its own:
+    (rank, change)."""
+    ranked = sorted(((rank(seed, file, source, change), change) for change in changes_of(source)), key=lambda e: e[0])
     lines = set()
-    for change in changes:
-        line = line_of(source, change.start)
+    for entry in ranked:
+        line = line_of(source, entry[1].start)
         if line not in lines:
             lines.add(line)
-            yield change
+            yield entry
 
 
 def shares(weights, count):
@@ -164,19 +172,21 @@ def drawn(sources, seed, count):
     """All (file, change) in the order in which to try them: any beginning holds each
     folder in proportion to its lines, and the first \a count its share of \a count.
 
-    \a sources are {folder: {file: text}}."""
+    A change of a source leaves the order of the others as it is. \a sources are
+    {folder: {file: text}}."""
     weights = {folder: sum(text.count("\n") for text in files.values()) for folder, files in sources.items()}
     quotas = shares(weights, count)
     order = []
     for folder in sorted(sources):
-        draw = random.Random(f"{seed} {folder}")
-        changes = []
-        for file, text in sorted(sources[folder].items()):
-            changes += [(file, change) for change in one_change_a_line(text, draw)]
-        draw.shuffle(changes)
+        changes = [
+            (number, file, change)
+            for file, text in sorted(sources[folder].items())
+            for number, change in one_change_a_line(seed, file, text)
+        ]
+        changes.sort(key=lambda entry: entry[0])
         order += [
             ((index + 0.5) / quotas[folder], folder, file, change)
-            for index, (file, change) in enumerate(changes)
+            for index, (_, file, change) in enumerate(changes)
             if quotas[folder]
         ]
     order.sort(key=lambda entry: entry[:2])

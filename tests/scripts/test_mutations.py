@@ -112,6 +112,19 @@ class Drawing(unittest.TestCase):
         self.assertEqual(mutations.drawn(self.SOURCES, 1, 20), mutations.drawn(self.SOURCES, 1, 20))
         self.assertNotEqual(mutations.drawn(self.SOURCES, 1, 20), mutations.drawn(self.SOURCES, 2, 20))
 
+    def test_keeps_the_order_if_lines_move(self):
+        source = "f(a < b);\nf(c + d);\nif (a && d) {\ng(4.5 - a);\n}\n"
+        moved = "// first\n\n" + source
+
+        def order(text):
+            return [
+                (change.kind, text[text.rfind("\n", 0, change.start) + 1 :].splitlines()[0])
+                for _, change in mutations.drawn({"low": {"low/a.cpp": text}}, 5, 4)
+            ]
+
+        self.assertEqual(len(order(source)), 4)
+        self.assertEqual(order(moved), order(source))
+
 
 class Choosing(unittest.TestCase):
     def judge(self, name, folder, work, lines):
