@@ -475,12 +475,14 @@ def write_table(rows):
     temporary.replace(TABLE)
 
 
-def verdict(file, line, scratch, all_judges, longest):
+def verdict(file, line, scratch, all_judges, shortest, longest):
     """The outcome of a change whose layers are in scratch/lib, and who noticed it."""
     libraries = [scratch / "lib", BUILD / "src"]
     reaching = judges_of(file, line, all_judges)
     left = "" if any(line in judge.reached.get(file, ()) for judge in reaching) else "no test reaches the line"
     for judge in reaching:
+        if judge.work <= shortest:
+            continue
         if judge.work > longest:
             left = left or f"not run: tests of more than {longest:g} s"
             continue
@@ -491,13 +493,13 @@ def verdict(file, line, scratch, all_judges, longest):
     return "survived", left
 
 
-def measure(row, file, text, change, compiler, all_judges, longest):
+def measure(row, file, text, change, compiler, all_judges, shortest, longest):
     scratch = scratch_folder()
     outcome = compiler.prepare(file, change.applied(text), scratch)
     by = ""
     if not outcome:
         line = mutations.line_of(text, change.start)
-        outcome, by = verdict(file, line, scratch, all_judges, longest)
+        outcome, by = verdict(file, line, scratch, all_judges, shortest, longest)
     return {**row, "outcome": outcome, "by": by, "reason": ""}
 
 
@@ -536,7 +538,7 @@ def run(options, compiler, all_judges):
                 return
             file, change = task
             row = row_of(file, texts[file], change)
-            row = measure(row, file, texts[file], change, compiler, all_judges, options.longest)
+            row = measure(row, file, texts[file], change, compiler, all_judges, options.shortest, options.longest)
             with guard:
                 rows[key(row)] = row
                 write_table(rows)
@@ -553,6 +555,7 @@ def parse_arguments():
     parser.add_argument("--seed", type=int, default=18)
     parser.add_argument("--count", type=int, default=500, help="changes that compile (default: 500)")
     parser.add_argument("--minutes", type=float, default=600, help="start no further change after this time")
+    parser.add_argument("--shortest", type=float, default=0, help="leave out tests of at most so many seconds")
     parser.add_argument("--longest", type=float, default=20, help="leave out tests of more seconds (default: 20)")
     parser.add_argument("--without", type=re.compile, default="$.", help="leave out tests whose name begins like this")
     parser.add_argument("--again", action="store_true", help="repeat those that survived and have no reason")
