@@ -161,6 +161,7 @@ private slots:
     void fitsProgressIntoTheTerminal();
     void countsRunningFilesForTheTimeLeft_data();
     void countsRunningFilesForTheTimeLeft();
+    void countsFailedFilesForTheTimeLeft();
     void writesNoProgressElsewhere();
     void completesInEveryShell_data();
     void completesInEveryShell();
@@ -799,6 +800,16 @@ void TestBatchParts::countsRunningFilesForTheTimeLeft()
     report.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), PageDone{page, 100});
     const QString text = QString::fromUtf8(errors.text());
     QVERIFY2(QRegularExpression(progress).match(text).hasMatch(), qPrintable(text));
+}
+
+void TestBatchParts::countsFailedFilesForTheTimeLeft()
+{
+    const Stream output;
+    const Stream errors;
+    BatchReport report(BatchOptions(), 2, output.handle(), errors.handle(), {ProgressPlace::Terminal, 80});
+    report.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), JobFailed{BatchFailure::Unreadable, u"broken"_s, {}});
+    const QString text = QString::fromUtf8(errors.text());
+    QVERIFY2(QRegularExpression(u"1 of 2 files, 0 pages, [0-9]+ s left$"_s).match(text).hasMatch(), qPrintable(text));
 }
 
 void TestBatchParts::writesNoProgressElsewhere()
