@@ -303,6 +303,9 @@ void TestCalmRow::countsChanges()
             QCOMPARE(changes.wide, plainSquares(row.data(), row.data() - shift, shift, length));
             QCOMPARE(changes.down, plainSquares(row.data(), above.data(), 0, length));
             QCOMPARE(changes.drift, plainSquares(row.data(), farAbove.data(), 0, length));
+            const RowChanges without =
+                changeCounters().at(counter).count({row.data(), above.data(), nullptr, length, pixel, shift});
+            QCOMPARE(without.drift, quint64(0));
         }
     }
 }
