@@ -15,10 +15,14 @@
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
+#include <QScopeGuard>
 
+#include <array>
 #include <cstdio>
 
 #ifdef Q_OS_UNIX
+#include <csignal>
+#include <pty.h>
 #include <unistd.h>
 #endif
 
@@ -163,6 +167,11 @@ private slots:
     void countsRunningFilesForTheTimeLeft();
     void countsFailedFilesForTheTimeLeft();
     void writesNoProgressElsewhere();
+#ifdef Q_OS_UNIX
+    void replacesLinesIfTheTerminalCan_data();
+    void replacesLinesIfTheTerminalCan();
+    void noticesThatNobodyReadsTheOutput();
+#endif
     void completesInEveryShell_data();
     void completesInEveryShell();
 
@@ -824,6 +833,60 @@ void TestBatchParts::writesNoProgressElsewhere()
     QCOMPARE(output.text(), "a.png -> a.pdf: 1 page\n");
     QCOMPARE(errors.text(), QByteArray());
 }
+
+#ifdef Q_OS_UNIX
+void TestBatchParts::replacesLinesIfTheTerminalCan_data()
+{
+    QTest::addColumn<QByteArray>("terminal");
+    QTest::addColumn<ProgressPlace::Kind>("kind");
+    QTest::addColumn<int>("width");
+    QTest::newRow("usual") << QByteArray("xterm-256color") << ProgressPlace::Terminal << 77;
+    QTest::newRow("dumb") << QByteArray("dumb") << ProgressPlace::Lines << 0;
+    QTest::newRow("unknown") << QByteArray() << ProgressPlace::Lines << 0;
+}
+
+void TestBatchParts::replacesLinesIfTheTerminalCan()
+{
+    QFETCH(QByteArray, terminal);
+    QFETCH(ProgressPlace::Kind, kind);
+    QFETCH(int, width);
+    const auto restore = qScopeGuard([old = qgetenv("TERM")] { qputenv("TERM", old); });
+    qputenv("TERM", terminal);
+    int leader = -1;
+    int follower = -1;
+    const winsize size{24, 77, 0, 0};
+    QCOMPARE(::openpty(&leader, &follower, nullptr, nullptr, &size), 0);
+    std::FILE *stream = ::fdopen(follower, "w");
+    const ProgressPlace place = ProgressPlace::of(stream);
+    std::fclose(stream);
+    ::close(leader);
+    QCOMPARE(place.kind, kind);
+    QCOMPARE(place.width, width);
+}
+
+void TestBatchParts::noticesThatNobodyReadsTheOutput()
+{
+    const auto restore = qScopeGuard([old = std::signal(SIGPIPE, SIG_IGN)] { std::signal(SIGPIPE, old); });
+    std::array<int, 2> ends{};
+    QCOMPARE(::pipe(ends.data()), 0);
+    ::close(ends[0]);
+    std::FILE *unread = ::fdopen(ends[1], "w");
+    const Stream read;
+    const BatchEvent failed = JobFailed{BatchFailure::Unreadable, u"broken"_s, {}};
+    const BatchEvent done = JobDone{1, 0, 0, {}};
+
+    BatchReport withoutErrors(BatchOptions(), 2, read.handle(), unread, {});
+    withoutErrors.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), failed);
+    withoutErrors.report(jobOf(1, u"b.png"_s, u"b.pdf"_s), done);
+    QVERIFY(!withoutErrors.isPipeClosed()); // the messages alone are lost
+    QCOMPARE(read.text(), "b.png -> b.pdf: 1 page\n");
+
+    BatchReport withoutOutput(BatchOptions(), 1, unread, read.handle(), {});
+    withoutOutput.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), done);
+    QVERIFY(withoutOutput.isPipeClosed());
+    std::fclose(unread);
+}
+#endif
 
 void TestBatchParts::completesInEveryShell_data()
 {
