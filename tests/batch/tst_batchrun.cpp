@@ -175,6 +175,7 @@ private slots:
     void endsIfNoThreadStarts();
 
     void needsNoEnvironment();
+    void saysWhatOfQtIsMissing();
     void readsNoFonts_data();
     void readsNoFonts();
     void ignoresSettings();
@@ -633,6 +634,22 @@ void TestBatchRun::needsNoEnvironment()
         QCOMPARE(end.errors, QByteArray());
         QCOMPARE(QString::fromUtf8(end.output), u"名.png -> 名.pdf: 3 pages\n"_s);
     }
+}
+
+void TestBatchRun::saysWhatOfQtIsMissing()
+{
+#ifdef Q_OS_LINUX
+    const QString program = QDir::current().filePath(u"alone"_s);
+    QVERIFY(QFile::copy(QStringLiteral(QUILLMARCH_BATCH), program));
+    savedBytes("[Paths]\nPlugins=nowhere\n", u"qt.conf"_s);
+    QProcess process;
+    process.start(program, {u"a.png"_s});
+    QVERIFY(process.waitForFinished());
+    const QByteArray errors = process.readAllStandardError();
+    QVERIFY2(errors.startsWith("quillmarch-batch: This application failed to start"), errors.constData());
+#else
+    QSKIP("plugins are found in another way");
+#endif
 }
 
 void TestBatchRun::readsNoFonts_data()
