@@ -275,13 +275,18 @@ def examined_judges(jobs, left_out):
 
 
 def judges_of(file, line, all_judges):
-    """Those that reach a line, the likeliest and quickest first. If none does, those that
-    reach its file or belong to its folder: the line may be a constant, or run in a process
-    that ends without writing down what it has reached."""
+    """Those that reach a line, and those of its folder, which may reach it in a process that
+    is killed before it writes down what it has reached. If there are none, those that reach
+    its file: the line may be a constant. The likeliest and quickest come first."""
     folder = f"/tests/{file.split('/')[1]}"
-    found = [judge for judge in all_judges if line in judge.reached.get(file, ())]
-    found = found or [judge for judge in all_judges if file in judge.reached or judge.folder.endswith(folder)]
-    return sorted(found, key=lambda judge: (judge.is_last, not judge.folder.endswith(folder), judge.work))
+
+    def reaches(judge):
+        return line in judge.reached.get(file, ())
+
+    found = [judge for judge in all_judges if reaches(judge) or judge.folder.endswith(folder)]
+    if not any(map(reaches, found)):
+        found += [judge for judge in all_judges if file in judge.reached and judge not in found]
+    return sorted(found, key=lambda j: (j.is_last, not reaches(j), not j.folder.endswith(folder), j.work))
 
 
 # Compiling a change

@@ -182,6 +182,7 @@ private slots:
     void partFileFollowsLinks();
     void seesWhereAFileIsTruncated_data();
     void seesWhereAFileIsTruncated();
+    void opensANewFileOnlyOnce();
     void partFileRejects_data();
     void partFileRejects();
 #ifdef Q_OS_LINUX
@@ -1011,6 +1012,17 @@ void TestBatchParts::seesWhereAFileIsTruncated()
     for (int size = 6; size <= file.size(); ++size) {
         QVERIFY2(isTruncated(file.left(size), format) == (size < least), qPrintable(QString::number(size)));
     }
+}
+
+void TestBatchParts::opensANewFileOnlyOnce()
+{
+    savedBytes("taken", u"taken.part"_s);
+    QFile file;
+    QVERIFY(!openFile(file, u"taken.part"_s, QIODevice::WriteOnly | QIODevice::NewOnly).isEmpty());
+    QVERIFY(!file.isOpen());
+    QCOMPARE(contentOf(u"taken.part"_s), QByteArray("taken"));
+    QCOMPARE(openFile(file, u"free.part"_s, QIODevice::WriteOnly | QIODevice::NewOnly), QString());
+    QVERIFY(QFile::remove(u"taken.part"_s) && QFile::remove(u"free.part"_s));
 }
 
 void TestBatchParts::partFileRejects_data()
