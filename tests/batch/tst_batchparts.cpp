@@ -182,6 +182,7 @@ private slots:
     void partFileFollowsLinks();
     void seesWhereAFileIsTruncated_data();
     void seesWhereAFileIsTruncated();
+    void completeFileIsNotRemoved();
     void opensANewFileOnlyOnce();
     void partFileRejects_data();
     void partFileRejects();
@@ -1012,6 +1013,18 @@ void TestBatchParts::seesWhereAFileIsTruncated()
     for (int size = 6; size <= file.size(); ++size) {
         QVERIFY2(isTruncated(file.left(size), format) == (size < least), qPrintable(QString::number(size)));
     }
+}
+
+void TestBatchParts::completeFileIsNotRemoved()
+{
+    PartFile part(u"complete.pdf"_s);
+    const QString name = part.name();
+    part.commit();
+    savedBytes("of another process", name);
+    removePartFiles(); // as at a signal
+    QCOMPARE(contentOf(name), QByteArray("of another process"));
+    QVERIFY(QFile::exists(u"complete.pdf"_s));
+    QVERIFY(QFile::remove(name));
 }
 
 void TestBatchParts::opensANewFileOnlyOnce()

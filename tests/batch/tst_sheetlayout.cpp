@@ -66,6 +66,8 @@ private slots:
     void stripsTileThePicture();
     void cutsInTheLastGap_data();
     void cutsInTheLastGap();
+    void advancesWithTheLowestStrips_data();
+    void advancesWithTheLowestStrips();
     void cutsAFileAsItsImage_data();
     void cutsAFileAsItsImage();
     void cutsWhereItIsFullWithoutARule();
@@ -261,6 +263,28 @@ void TestSheetLayout::cutsInTheLastGap()
         top = row;
     }
     QVERIFY(top > image.height() - capacity);
+}
+
+void TestSheetLayout::advancesWithTheLowestStrips_data()
+{
+    QTest::addColumn<CutRule>("rule");
+    QTest::newRow("calm") << CutRule::Calm;
+    QTest::newRow("bright") << CutRule::Bright;
+}
+
+void TestSheetLayout::advancesWithTheLowestStrips()
+{
+    QFETCH(CutRule, rule);
+    const QImage image = noisePicture(QSize(30, 120));
+    for (int capacity = 1; capacity <= 9; ++capacity) {
+        int top = 0;
+        for (const int row : cutsForFlow(image, capacity, rule).rows) {
+            QVERIFY(row > top);
+            QVERIFY(row - top <= capacity);
+            top = row;
+        }
+        QVERIFY(top >= image.height() - capacity);
+    }
 }
 
 void TestSheetLayout::cutsAFileAsItsImage_data()
