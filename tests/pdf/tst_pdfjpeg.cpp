@@ -1,4 +1,5 @@
 #include "../decode/jpegbytes.h"
+#include "pdf/entropybits.h"
 #include "pdf/jpegbits.h"
 #include "pdf/optimaltable.h"
 #include "support/pictures.h"
@@ -119,6 +120,7 @@ private slots:
     void copiesBands();
     void copiesBitsOfPlainFiles_data();
     void copiesBitsOfPlainFiles();
+    void writesBitsAsTheyAre();
     void copiesRowsThatTheTablesCannotBegin();
     void copiesTheGreatestCoefficients_data();
     void copiesTheGreatestCoefficients();
@@ -229,6 +231,35 @@ void TestPdfJpeg::copiesBitsOfPlainFiles()
         QCOMPARE(bits->size(), pictureSize);
         QCOMPARE(rowsOf(bits->pack(0, 250), 0, 250), QImage::fromData(file, "jpeg"));
         QCOMPARE(rowsOf(bits->pack(99, 128), 99, 128), QImage::fromData(file, "jpeg").copy(0, 99, 93, 29));
+    }
+}
+
+void TestPdfJpeg::writesBitsAsTheyAre()
+{
+    QRandomGenerator random(7);
+    for (int round = 0; round < 300; ++round) {
+        QByteArray file;
+        EntropyWriter writer(file);
+        QByteArray digits;
+        const auto add = [&](unsigned value, int count) {
+            writer.append(value, count);
+            digits += QByteArray::number(qulonglong(value), 2).rightJustified(count, '0');
+        };
+        for (int i = 0; i < round % 23; ++i) {
+            const int count = random.bounded(1, 33);
+            const unsigned mask = count == 32 ? ~0U : (1U << unsigned(count)) - 1;
+            add(random.bounded(4) == 0 ? mask : random.generate() & mask, count); // often 0xff
+        }
+        add(0, 1 + round % 8);
+        writer.finish();
+
+        digits += QByteArray((8 - digits.size() % 8) % 8, '1');
+        QByteArray expected;
+        for (qsizetype i = 0; i < digits.size(); i += 8) {
+            const char byte = char(digits.mid(i, 8).toInt(nullptr, 2));
+            expected += byte == '\xff' ? QByteArray("\xff\0", 2) : QByteArray(1, byte);
+        }
+        QCOMPARE(file, expected);
     }
 }
 
