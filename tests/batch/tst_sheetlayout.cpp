@@ -1,6 +1,7 @@
 #include "../decode/jpegbytes.h"
 #include "batch/pagecuts.h"
 #include "batch/paper.h"
+#include "batch/picturelayout.h"
 #include "batch/sheetlayout.h"
 #include "pdf/jpegbands.h"
 #include "support/pictures.h"
@@ -66,6 +67,7 @@ private slots:
     void stripsTileThePicture();
     void cutsInTheLastGap_data();
     void cutsInTheLastGap();
+    void pagesHoldTheTallestOfGivenStrips();
     void advancesWithTheLowestStrips_data();
     void advancesWithTheLowestStrips();
     void cutsAFileAsItsImage_data();
@@ -263,6 +265,23 @@ void TestSheetLayout::cutsInTheLastGap()
         top = row;
     }
     QVERIFY(top > image.height() - capacity);
+}
+
+void TestSheetLayout::pagesHoldTheTallestOfGivenStrips()
+{
+    PageOptions options;
+    options.layout = PageLayout::Window; // whose own strips would be 500 rows high
+    FilePicture picture;
+    picture.image = plainPicture(350, 1500, Qt::white);
+    double scale = 0;
+    for (const PdfSheet &sheet : layOut(picture, options, QList<int>{100, 333, 900}, 1).sheets) {
+        const PlacedStrip &strip = sheet.strips.first();
+        QVERIFY(QRectF(QPointF(), sheet.size).contains(strip.place));
+        const double scaleHere = strip.place.height() / (strip.endRow - strip.firstRow);
+        QVERIFY(scale == 0 || qFuzzyCompare(scaleHere, scale));
+        scale = scaleHere;
+    }
+    QVERIFY(scale > 0);
 }
 
 void TestSheetLayout::advancesWithTheLowestStrips_data()

@@ -45,6 +45,8 @@ private slots:
     void keepsSegmentsAsQt();
     void leavesToQt_data();
     void leavesToQt();
+    void refusesAsQt_data();
+    void refusesAsQt();
     void keepsToTheAllocationLimit();
 };
 
@@ -159,6 +161,7 @@ void TestJpegDecoder::keepsSegmentsAsQt_data()
         add("EXIF without a direction", withSegment(file, exif, exifOf(1)));
         add("broken EXIF", withSegment(file, exif, exifOf(6).left(20)));
         add("other data", withSegment(file, 0xed, "anything"));
+        add("a byte of other data", withSegment(file, 0xed, "x"));
         const QByteArray large(60000, 'x'); // three of them are more than the buffer of the decoder
         add("much other data", withSegment(withSegment(withSegment(file, 0xed, large), 0xed, large), 0xed, large));
         add("no JFIF", file.left(2) + file.mid(20));
@@ -196,6 +199,22 @@ void TestJpegDecoder::leavesToQt()
 {
     QFETCH(QByteArray, file);
     QVERIFY(!readByQt(file, "jpeg").isNull());
+    QVERIFY(readByDecoder(file, "jpeg").isNull());
+}
+
+void TestJpegDecoder::refusesAsQt_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    const QByteArray file = jpegOf(jpegPicture({40, 30}), {});
+    QTest::newRow("a fill byte before the start") << '\xff' + file;
+    QTest::newRow("a byte between start and mark") << file.left(1) + 'x' + file.mid(1);
+    QTest::newRow("another mark at the start") << file.left(1) + '\xd9' + file.mid(2);
+}
+
+void TestJpegDecoder::refusesAsQt()
+{
+    QFETCH(QByteArray, file);
+    QVERIFY(readByQt(file, "jpeg").isNull());
     QVERIFY(readByDecoder(file, "jpeg").isNull());
 }
 
