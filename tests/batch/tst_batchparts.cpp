@@ -7,6 +7,7 @@
 #include "batch/filename.h"
 #include "batch/inputs.h"
 #include "batch/partfile.h"
+#include "batch/preview.h"
 #include "batch/truncation.h"
 #include "support/files.h"
 #include "support/pictures.h"
@@ -160,6 +161,7 @@ private slots:
     void highestFailureDecides_data();
     void highestFailureDecides();
     void reportsPicturesWithARemark();
+    void drawsCutsOverTheSmallPicture();
     void showsProgressFromTheStart();
     void replacesProgressOnATerminal();
     void fitsProgressIntoTheTerminal();
@@ -758,6 +760,24 @@ void TestBatchParts::reportsPicturesWithARemark()
     facts.remark = u"a remark"_s;
     report.report(job, PictureDone{u"b.png"_s, facts});
     QCOMPARE(output.text(), "b.png, picture 2: 3 pages (a remark)\n");
+}
+
+void TestBatchParts::drawsCutsOverTheSmallPicture()
+{
+    const QImage image = noisePicture(QSize(40, 60));
+    QImage expected = image;
+    for (const int y : {0, 1, 6, 7, 29, 30}) { // a cut at row 0 is drawn below its place
+        for (int x = 0; x < expected.width(); ++x) {
+            expected.setPixel(x, y, qRgb(255, 0, 0));
+        }
+    }
+    QCOMPARE(previewOf(image, {0, 7, 30}), expected);
+
+    const QImage small = previewOf(plainPicture(720, 100, Qt::white), {40});
+    QCOMPARE(small.size(), QSize(360, 50));
+    for (int y = 0; y < small.height(); ++y) {
+        QCOMPARE(small.pixelColor(359, y), QColor(y == 19 || y == 20 ? Qt::red : Qt::white));
+    }
 }
 
 void TestBatchParts::showsProgressFromTheStart()
