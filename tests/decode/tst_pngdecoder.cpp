@@ -72,6 +72,8 @@ private slots:
     void leavesToQt();
     void leavesShortPalettesToQt();
     void statesTheSize();
+    void knowsTheLongestSide_data();
+    void knowsTheLongestSide();
     void keepsToTheAllocationLimit();
 };
 
@@ -298,6 +300,25 @@ void TestPngDecoder::statesTheSize()
     QCOMPARE(decoder->size(), QSize(123, 45));
     QVERIFY(!makeImageDecoder(buffer, "jpeg"));
     QVERIFY(!makeImageDecoder(buffer, "bmp"));
+}
+
+void TestPngDecoder::knowsTheLongestSide_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<bool>("readable");
+    QTest::newRow("wide") << QSize(1'000'000, 1) << true;
+    QTest::newRow("too wide") << QSize(1'000'001, 1) << false;
+    QTest::newRow("high") << QSize(1, 1'000'000) << true;
+    QTest::newRow("too high") << QSize(1, 1'000'001) << false;
+}
+
+void TestPngDecoder::knowsTheLongestSide()
+{
+    QFETCH(QSize, size);
+    QFETCH(bool, readable);
+    const QByteArray file = randomPng(size, {.colorType = 0, .filter = 0});
+    QCOMPARE(!readByQt(file, "png").isNull(), readable);
+    QCOMPARE(!readByDecoder(file, "png").isNull(), readable);
 }
 
 /// Qt counts four bytes a pixel whatever the depth is.
