@@ -4,6 +4,8 @@
 
 #include <QColorSpace>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -56,6 +58,34 @@ QImage smallPalette(int colors, bool isOpaque)
     return image;
 }
 
+/// Of which every fifth pixel is transparent, and the others are opaque.
+QImage pictureWithHoles()
+{
+    QImage image = noisePicture(pictureSize).convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = y % 5; x < image.width(); x += 5) {
+            image.setPixel(x, y, 0);
+        }
+    }
+    return image;
+}
+
+/// Whether \a image has just as many bytes as its samples take; of JPEG it is not asked.
+bool hasAllBytes(const WrittenImage &image)
+{
+    const int rowBytes = (image.size.width() * image.channels * image.bits + 7) / 8;
+    return image.filter == "/DCTDecode" || image.bytes.size() == qsizetype(rowBytes) * image.size.height();
+}
+
+bool hasAllBytes(const WrittenPdf &pdf)
+{
+    return std::all_of(pdf.pages.begin(), pdf.pages.end(), [](const WrittenPage &page) {
+        return std::all_of(page.bands.begin(), page.bands.end(), [](const WrittenBand &band) {
+            return hasAllBytes(band.colors) && (band.alpha.size.isEmpty() || hasAllBytes(band.alpha));
+        });
+    });
+}
+
 } // namespace
 
 /// The pixels of all bands, put together, are those of the picture.
@@ -70,6 +100,7 @@ private slots:
     void keepsPalettes();
     void keepsColorProfiles_data();
     void keepsColorProfiles();
+    void hasNoProfileOfOtherChannels();
 };
 
 void TestPdfPixels::keepsEveryFormat_data()
@@ -79,6 +110,7 @@ void TestPdfPixels::keepsEveryFormat_data()
         QTest::addRow("%s", formatName(format)) << noisePicture(pictureSize, format);
     }
     QTest::addRow("partly transparent") << translucentPicture(67, 150);
+    QTest::addRow("with holes") << pictureWithHoles();
 }
 
 void TestPdfPixels::keepsEveryFormat()
@@ -87,6 +119,7 @@ void TestPdfPixels::keepsEveryFormat()
     const WrittenPdf pdf = readPdf(pdfOf({image, {}, {}}, sheetsBetween(cuts, image.width()), lossless()));
     QCOMPARE(pdf.errors, QByteArray());
     QCOMPARE(pdf.pages.size(), cuts.size() - 1);
+    QVERIFY(hasAllBytes(pdf));
     QCOMPARE(firstDeepDifference(joined(pdf), expected(image)), QString());
 }
 
@@ -114,6 +147,7 @@ void TestPdfPixels::keepsPalettes()
     const WrittenPdf pdf = readPdf(pdfOf({image, {}, {}}, sheetsBetween(cuts, image.width()), lossless()));
     QCOMPARE(pdf.errors, QByteArray());
     QCOMPARE(pdf.pages.at(2).bands.at(0).colors.bits, bits);
+    QVERIFY(hasAllBytes(pdf));
     QCOMPARE(firstDeepDifference(joined(pdf), expected(image)), QString());
 }
 
@@ -145,6 +179,15 @@ void TestPdfPixels::keepsColorProfiles()
     QCOMPARE(pdf.pages.at(1).bands.at(0).colors.profile, profile);
     image.setColorSpace(QColorSpace(QColorSpace::SRgb));
     QCOMPARE(readPdf(pdfOf({image, {}, {}}, sheets, options)).pages.at(0).bands.at(0).colors.profile, QByteArray());
+}
+
+void TestPdfPixels::hasNoProfileOfOtherChannels()
+{
+    QImage image = noisePicture(pictureSize).convertToFormat(QImage::Format_Grayscale8);
+    const QList<PdfSheet> sheets = sheetsBetween({0, 150}, image.width());
+    QVERIFY(!pdfOf({image, {}, {}}, sheets, lossless()).contains("/ICCBased"));
+    QVERIFY(pdfOf({image, {}, {}, QColorSpace(QColorSpace::DisplayP3)}, sheets, lossless()).contains("/DeviceGray"));
+    QVERIFY(!pdfOf({image, {}, {}, QColorSpace(QColorSpace::DisplayP3)}, sheets, lossless()).contains("/ICCBased"));
 }
 
 QUILLMARCH_TEST_MAIN(TestPdfPixels)
