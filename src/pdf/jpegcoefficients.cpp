@@ -109,7 +109,7 @@ QByteArray JpegCoefficients::copyRows(int first, int end) const
     compressor.run([&](jpeg_compress_struct &info) {
         jpeg_copy_critical_parameters(&from, &info);
         info.image_height = JDIMENSION(end - first);
-        info.optimize_coding = TRUE; // the tables of the file may lack a code that a band needs
+        info.optimize_coding = TRUE; // the usual tables would do, but take more bytes
         if (from.progressive_mode != FALSE) {
             jpeg_simple_progression(&info);
         }
