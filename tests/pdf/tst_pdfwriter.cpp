@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 
 #include <atomic>
+#include <filesystem>
 #include <new>
 #include <thread>
 
@@ -120,6 +121,7 @@ private slots:
     void reportsFailedDevice_data();
     void reportsFailedDevice();
     void reportsFailedSpool();
+    void reportsALostSpool();
     void refuses_data();
     void refuses();
     void spoolsToFile();
@@ -364,6 +366,32 @@ void TestPdfWriter::reportsFailedSpool()
     } catch (const PdfError &error) {
         QVERIFY2(error.reason().contains("No such file"_L1), qPrintable(error.reason()));
     }
+}
+
+void TestPdfWriter::reportsALostSpool()
+{
+#ifdef Q_OS_LINUX
+    const QTemporaryDir folder;
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    PdfOptions chosen = options(true);
+    chosen.spoolFolder = folder.path();
+    PdfWriter writer(&buffer, chosen);
+    writer.addPicture({noisePicture(QSize(2400, 3600)), {}, {}}, sheetsBetween({0, 1000, 2000, 3600}, 2400));
+    int truncated = 0;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) { // the file has no name
+        std::error_code closed;
+        const std::string target = std::filesystem::read_symlink(entry, closed).string();
+        if (QByteArray::fromStdString(target).startsWith(QFile::encodeName(folder.path()))) {
+            std::filesystem::resize_file(entry, 1000);
+            ++truncated;
+        }
+    }
+    QCOMPARE(truncated, 1);
+    QVERIFY_THROWS_EXCEPTION(PdfError, writer.finish());
+#else
+    QSKIP("the file cannot be reached");
+#endif
 }
 
 void TestPdfWriter::refuses_data()
