@@ -19,6 +19,7 @@ namespace {
 
 constexpr int waitTime = 15000; // milliseconds, for a busy machine
 constexpr int minVisibleTime = 2850; // a coarse timer of 3000 ms may fire 5 % early
+constexpr int maxVisibleTime = 3400; // or late, and then the fade-out shows
 
 QLabel *labelOf(const PopUp &toast)
 {
@@ -89,6 +90,7 @@ private slots:
     void fadesInLinearly();
     void fadesOutLinearly();
     void fadesInStaysAndFadesOut();
+    void fadesOutOnce();
     void showingAgainWhileVisibleRestarts();
     void showingAgainWhileFadingOutRestarts();
     void isDeletedWithItsParentWhileVisible();
@@ -341,6 +343,21 @@ void TestPopUp::fadesInStaysAndFadesOut()
     toast.show(); // one instance shows every message
     QVERIFY(toast.isVisible());
     QTRY_COMPARE_WITH_TIMEOUT(toast.popupOpacity(), 1.0F, waitTime);
+}
+
+void TestPopUp::fadesOutOnce()
+{
+    QWidget parent;
+    PopUp toast(&parent);
+    QElapsedTimer clock;
+    clock.start();
+    toast.show();
+    toast.hideAnimation(); // before its time, which still comes
+    QTRY_VERIFY_WITH_TIMEOUT(toast.isHidden(), waitTime);
+    while (clock.elapsed() < maxVisibleTime) {
+        QTest::qWait(20);
+        QCOMPARE(toast.popupOpacity(), 0.0F);
+    }
 }
 
 void TestPopUp::showingAgainWhileVisibleRestarts()
