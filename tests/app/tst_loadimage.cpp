@@ -134,6 +134,7 @@ void TestLoadImage::allocationLimitFollowsTheDeclaredSize_data()
     add(60000, 60000, 13765);
     constexpr int greatest = std::numeric_limits<int>::max();
     const QString picture = uR"(<svg xmlns="http://www.w3.org/2000/svg" width="%1" height="%1"/>)"_s;
+    QTest::newRow("no width") << picture.arg(0).toLatin1() << 256;
     QTest::newRow("greatest size") << picture.arg(greatest).toLatin1() << greatest;
 }
 
