@@ -3,11 +3,15 @@
 #include "ui/leftview.h"
 #include "ui/mainview.h"
 #include "ui/windowaccess.h"
+#include "ui/windowgeometry.h"
 #include "ui/windowstore.h"
 
+#include <QScreen>
 #include <QSplitter>
 #include <QToolBar>
 #include <QWindow>
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -90,6 +94,8 @@ class TestWindowState : public QObject
     Q_OBJECT
 
 private slots:
+    void usesGeometryOnTheScreenOnly_data();
+    void usesGeometryOnTheScreenOnly();
     void init() { forgetEverything(); }
 
     void firstRunTakesTwoThirdsOfTheScreen();
@@ -110,6 +116,29 @@ private slots:
     void resizingStoresAllButTheSplitter();
     void closingStoresEverything();
 };
+
+void TestWindowState::usesGeometryOnTheScreenOnly_data()
+{
+    QTest::addColumn<QRect>("rect");
+    QTest::addColumn<bool>("usable");
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    const QSize size(400, 300);
+    QTest::newRow("on the screen") << QRect(screen.topLeft(), size) << true;
+    QTest::newRow("too narrow") << QRect(screen.topLeft(), QSize(399, 300)) << false;
+    QTest::newRow("too low") << QRect(screen.topLeft(), QSize(400, 299)) << false;
+    QTest::newRow("a pixel on the screen") << QRect(screen.bottomRight(), size) << true;
+    QTest::newRow("below the screen") << QRect(screen.bottomLeft() + QPoint(0, 1), size) << false;
+    QTest::newRow("far away") << QRect(QPoint(100000, 100000), size) << false;
+    constexpr int most = std::numeric_limits<int>::max();
+    QTest::newRow("as far as it gets") << QRect(QPoint(most - 500, most - 500), size) << false;
+}
+
+void TestWindowState::usesGeometryOnTheScreenOnly()
+{
+    QFETCH(QRect, rect);
+    QFETCH(bool, usable);
+    QCOMPARE(isUsableWindowGeometry(rect), usable);
+}
 
 void TestWindowState::firstRunTakesTwoThirdsOfTheScreen()
 {
