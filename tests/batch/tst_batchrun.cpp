@@ -9,7 +9,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <algorithm>
@@ -744,8 +743,7 @@ void TestBatchRun::fullDiskDoesNotBreakStandardError()
     process.start();
     const BatchEnd end = endOf(process);
     QCOMPARE(end.code, 3);
-    const QList<QByteArray> lines = end.errors.trimmed().split('\n');
-    QCOMPARE(QJsonDocument::fromJson(lines.last()).object()["exit"_L1].toInt(), 3);
+    QVERIFY2(end.errors.contains("\"exit\":3"), end.errors.constData()); // below messages of libpng
 #else
     QSKIP("There are no limits of this kind");
 #endif
