@@ -23,8 +23,10 @@
 
 #ifdef Q_OS_UNIX
 #include <csignal>
-#include <pty.h>
 #include <unistd.h>
+#endif
+#ifdef Q_OS_LINUX
+#include <pty.h>
 #endif
 
 using namespace Qt::StringLiterals;
@@ -169,7 +171,7 @@ private slots:
     void countsRunningFilesForTheTimeLeft();
     void countsFailedFilesForTheTimeLeft();
     void writesNoProgressElsewhere();
-#ifdef Q_OS_UNIX
+#ifdef Q_OS_LINUX
     void replacesLinesIfTheTerminalCan_data();
     void replacesLinesIfTheTerminalCan();
     void noticesThatNobodyReadsTheOutput();
@@ -857,7 +859,7 @@ void TestBatchParts::writesNoProgressElsewhere()
     QCOMPARE(errors.text(), QByteArray());
 }
 
-#ifdef Q_OS_UNIX
+#ifdef Q_OS_LINUX
 void TestBatchParts::replacesLinesIfTheTerminalCan_data()
 {
     QTest::addColumn<QByteArray>("terminal");
