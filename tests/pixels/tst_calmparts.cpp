@@ -88,7 +88,7 @@ private slots:
     void seamNeedsAClearDifference();
     void stepIsAloneForThreeRows_data();
     void stepIsAloneForThreeRows();
-    void worthOfGapsEndsAtSix();
+    void findsSixGapsAtMost();
     void threeRowsAreAPlainGap();
     void fineCutLeavesContent_data();
     void fineCutLeavesContent();
@@ -146,7 +146,7 @@ void TestCalmParts::stepIsAloneForThreeRows()
     QCOMPARE(ChannelRows(image).steppedPixels(middle, 200), pixels);
 }
 
-void TestCalmParts::worthOfGapsEndsAtSix()
+void TestCalmParts::findsSixGapsAtMost()
 {
     QList<RowRun> gaps;
     for (int y = 10; y < 170; y += 20) {
