@@ -100,6 +100,8 @@ private slots:
     void keepsPalettes();
     void keepsColorProfiles_data();
     void keepsColorProfiles();
+    void compressesEveryFormatAlike_data();
+    void compressesEveryFormatAlike();
     void hasNoProfileOfOtherChannels();
 };
 
@@ -179,6 +181,29 @@ void TestPdfPixels::keepsColorProfiles()
     QCOMPARE(pdf.pages.at(1).bands.at(0).colors.profile, profile);
     image.setColorSpace(QColorSpace(QColorSpace::SRgb));
     QCOMPARE(readPdf(pdfOf({image, {}, {}}, sheets, options)).pages.at(0).bands.at(0).colors.profile, QByteArray());
+}
+
+void TestPdfPixels::compressesEveryFormatAlike_data()
+{
+    QTest::addColumn<QImage::Format>("format");
+    for (const QImage::Format format :
+         {QImage::Format_RGB888, QImage::Format_BGR888, QImage::Format_RGBX8888, QImage::Format_RGBA8888,
+          QImage::Format_ARGB32, QImage::Format_ARGB32_Premultiplied, QImage::Format_RGBX64}) {
+        QTest::addRow("%s", formatName(format)) << format;
+    }
+}
+
+void TestPdfPixels::compressesEveryFormatAlike()
+{
+    QFETCH(const QImage::Format, format);
+    const QImage image = noisePicture(pictureSize);
+    const auto coded = [](const QImage &picture) {
+        const WrittenPdf pdf = readPdf(pdfOf({picture, {}, {}}, sheetsBetween({0, 150}, picture.width()), {}));
+        return pdf.pages.at(0).bands.at(0).colors;
+    };
+    const WrittenImage colors = coded(image.convertToFormat(format));
+    QCOMPARE(colors.filter, QByteArray("/DCTDecode"));
+    QCOMPARE(colors.bytes, coded(image).bytes);
 }
 
 void TestPdfPixels::hasNoProfileOfOtherChannels()
