@@ -25,7 +25,7 @@ existing file is left alone.
 Exit status:
   0  all files were written
   2  the command line is wrong; nothing was done
-  3  an image could not be read, or is damaged
+  3  an image or a list could not be read, or an image is damaged
   4  a PDF file could not be written
   5  an image is too large, or memory ran out
 After a failure the other files are still processed. After several failures the
@@ -148,7 +148,8 @@ const std::array optionTable{
            [](BatchOptions &to, const QString &value) { to.pages.cutRule = cutRuleFrom(value); }},
     Option{"no-auto-cut", nullptr, nullptr, "The same as --cuts regular.",
            [](BatchOptions &to, const QString &) { to.pages.cutRule = std::nullopt; }},
-    Option{"cuts-from", "FILE", "FILE", "Cut where the lines of FILE say, which --dry-run --json has printed.",
+    Option{"cuts-from", "FILE", "FILE",
+           "Cut where the lines of FILE say, which --dry-run --json has printed; \"-\" for standard input.",
            [](BatchOptions &to, const QString &value) { to.cutsFrom = notEmpty("cuts-from", value); }},
     Option{"lossless", nullptr, nullptr, "Keep every pixel unchanged; by default they are stored as JPEG.",
            [](BatchOptions &to, const QString &) { to.pages.lossless = true; }},
@@ -249,9 +250,6 @@ QString contradiction(const BatchOptions &options)
     }
     if (options.output.isEmpty() && !options.dryRun && options.preview.isEmpty()) {
         return u"no output is given: use -o OUT"_s;
-    }
-    if (options.operands.count(u"-"_s) + int(options.filesFrom == "-"_L1) > 1) {
-        return u"standard input can be read only once"_s;
     }
     return {};
 }

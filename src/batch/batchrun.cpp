@@ -132,8 +132,10 @@ void makeFolder(const QString &name)
 {
     std::error_code failure;
     std::filesystem::create_directories(nativePath(name), failure);
-    if (failure && !std::filesystem::is_directory(nativePath(name))) {
-        throw BatchError(BatchFailure::Unwritable, u"cannot make the folder \"%1\""_s.arg(name));
+    std::error_code unknown;
+    if (!std::filesystem::is_directory(nativePath(name), unknown)) {
+        const QString reason = QString::fromStdString(failure.message());
+        throw BatchError(BatchFailure::Unwritable, u"cannot make the folder \"%1\": %2"_s.arg(name, reason));
     }
 }
 

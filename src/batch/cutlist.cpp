@@ -2,6 +2,7 @@
 
 #include "batch/batcherror.h"
 #include "batch/filename.h"
+#include "batch/listfile.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -35,12 +36,17 @@ std::optional<QList<int>> rowsFrom(const QJsonArray &array)
 /// Adds the cuts of \a line to \a cuts; false if there is something wrong with them.
 bool addLine(const QJsonObject &line, QHash<QString, FileCuts> &cuts)
 {
-    const int index = line.value("index"_L1).toInt();
-    const std::optional<QList<int>> rows = rowsFrom(line.value("cuts"_L1).toArray());
-    if (!rows || index < 0 || index > mostPictures) {
+    const QJsonValue image = line.value("image"_L1);
+    const QJsonValue array = line.value("cuts"_L1);
+    const int index = line.contains("index"_L1) ? line.value("index"_L1).toInt(-1) : 0;
+    if (!image.isString() || !array.isArray() || index < 0 || index > mostPictures) {
         return false;
     }
-    FileCuts &file = cuts[line.value("image"_L1).toString()];
+    const std::optional<QList<int>> rows = rowsFrom(array.toArray());
+    if (!rows) {
+        return false;
+    }
+    FileCuts &file = cuts[image.toString()];
     file.resize(std::max(file.size(), qsizetype(index) + 1));
     file[index] = rows;
     return true;
@@ -50,19 +56,16 @@ bool addLine(const QJsonObject &line, QHash<QString, FileCuts> &cuts)
 
 QHash<QString, FileCuts> readCutList(const QString &name)
 {
-    QFile file;
-    const QString mistake = openFile(file, name, QIODevice::ReadOnly);
-    if (!mistake.isEmpty()) {
-        throw BatchError(BatchFailure::Unreadable, u"cannot read \"%1\": %2"_s.arg(printable(name), mistake));
-    }
-    return readCutList(file, name);
+    return parseCutList(readListFile(name), name);
 }
 
-QHash<QString, FileCuts> readCutList(QIODevice &file, const QString &name)
+QHash<QString, FileCuts> parseCutList(const QByteArray &list, const QString &name)
 {
     QHash<QString, FileCuts> cuts;
-    for (int number = 1; !file.atEnd(); ++number) {
-        const QByteArray text = file.readLine().trimmed();
+    int number = 0;
+    for (const QByteArray &untrimmed : list.split('\n')) {
+        ++number;
+        const QByteArray text = untrimmed.trimmed();
         const QJsonDocument line = QJsonDocument::fromJson(text);
         const bool isCuts = line.object().contains("cuts"_L1) && line.object().contains("image"_L1);
         if (!text.isEmpty() && (!line.isObject() || (isCuts && !addLine(line.object(), cuts)))) {

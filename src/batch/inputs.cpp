@@ -1,10 +1,10 @@
 #include "batch/inputs.h"
 
 #include "batch/filename.h"
+#include "batch/listfile.h"
 #include "batch/picturefile.h"
 
 #include <algorithm>
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -46,21 +46,19 @@ int compareNaturally(const QString &left, const QString &right)
     return int((left.size() - l) - (right.size() - r));
 }
 
-BatchError unreadable(const QString &name, const QString &reason)
-{
-    return {BatchFailure::Unreadable, u"cannot read \"%1\": %2"_s.arg(printable(name), reason)};
-}
-
 /// Calls \a visit with each entry of \a folder, or below it.
 template <typename Iterator, typename Visit>
 void visitEntries(const QString &folder, Visit visit)
 {
     std::error_code failure;
-    for (Iterator entry(nativePath(folder), failure); !failure && entry != Iterator(); entry.increment(failure)) {
+    std::filesystem::path read = nativePath(folder); // the folder that is read next
+    for (Iterator entry(read, failure); !failure && entry != Iterator(); entry.increment(failure)) {
+        std::error_code unknown;
+        read = entry->is_directory(unknown) ? entry->path() : read;
         visit(entry->path());
     }
     if (failure) {
-        throw unreadable(folder, QString::fromStdString(failure.message()));
+        throw unreadable(nameFromNative(read), QString::fromStdString(failure.message()));
     }
 }
 
@@ -87,25 +85,15 @@ QStringList imagesIn(const QString &folder, bool isRecursive)
     return images;
 }
 
-QByteArray contentOf(const QString &name)
-{
-    QFile file;
-    QString mistake;
-    if (name == "-"_L1) {
-        mistake = file.open(stdin, QIODevice::ReadOnly) ? QString() : file.errorString();
-    } else {
-        mistake = openFile(file, name, QIODevice::ReadOnly);
-    }
-    if (!mistake.isEmpty()) {
-        throw unreadable(name, mistake);
-    }
-    return file.readAll();
-}
-
 QStringList namesFrom(const QString &list, bool isNulSeparated)
 {
+    const QByteArray bytes = readListFile(list);
+    if (!isNulSeparated && bytes.contains('\0')) {
+        throw BatchError(BatchFailure::WrongUse,
+                         u"there are zero bytes in \"%1\": use -0 if they separate the names"_s.arg(printable(list)));
+    }
     QStringList names;
-    for (const QByteArray &name : contentOf(list).split(isNulSeparated ? '\0' : '\n')) {
+    for (const QByteArray &name : bytes.split(isNulSeparated ? '\0' : '\n')) {
         if (!name.isEmpty()) {
             names.append(nameFromBytes(name));
         }
@@ -116,14 +104,24 @@ QStringList namesFrom(const QString &list, bool isNulSeparated)
     return names;
 }
 
+/// Throws if several of \a names and the lists of \a options are standard input.
+void refuseSecondInput(const QStringList &names, const BatchOptions &options)
+{
+    if ((names + QStringList{options.filesFrom, options.cutsFrom}).count(u"-"_s) > 1) {
+        throw BatchError(BatchFailure::WrongUse, u"standard input can be read only once"_s);
+    }
+}
+
 } // namespace
 
 QStringList findImages(const BatchOptions &options)
 {
     QStringList names = options.operands;
+    refuseSecondInput(names, options);
     if (!options.filesFrom.isEmpty()) {
         names += namesFrom(options.filesFrom, options.isNulSeparated);
     }
+    refuseSecondInput(names, options);
     QStringList images;
     for (const QString &name : std::as_const(names)) {
         std::error_code failure;

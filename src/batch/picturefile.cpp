@@ -58,7 +58,11 @@ QByteArray contentOfInput()
     if (!input.open(stdin, QIODevice::ReadOnly)) {
         throw unreadable(input.errorString());
     }
-    return input.readAll();
+    const QByteArray bytes = input.readAll();
+    if (input.error() != QFileDevice::NoError) {
+        throw unreadable(input.errorString());
+    }
+    return bytes;
 }
 
 /// The number of bytes at most that an image of \a size takes, in mebibytes.
@@ -134,8 +138,10 @@ QByteArray suffixOf(const QString &name)
 PictureFile::PictureFile(const QString &name)
 {
     if (name.endsWith(".pdf"_L1, Qt::CaseInsensitive)) {
-        const bool exists = std::filesystem::exists(nativePath(name));
-        throw unreadable(exists ? u"PDF files are not supported"_s : u"no such file"_s);
+        std::error_code failure;
+        const auto type = std::filesystem::status(nativePath(name), failure).type();
+        const bool isMissing = type == std::filesystem::file_type::not_found;
+        throw unreadable(isMissing ? u"no such file"_s : u"PDF files are not supported"_s);
     }
     bytes = name == "-"_L1 ? contentOfInput() : contentOfFile(name);
     const CapturedErrors errors;

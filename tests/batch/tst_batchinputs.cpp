@@ -130,6 +130,8 @@ private slots:
     void takesFoldersInFolders();
     void readsListsOfNames_data();
     void readsListsOfNames();
+    void refusesZeroBytesBetweenLines();
+    void reportsUnreadableInput();
     void namesFilesByAForm();
     void readsAndWritesStandardStreams();
     void oneBadImageFailsTheWholeFile();
@@ -156,6 +158,8 @@ private slots:
     void endsWithAClosedPipe();
 
     void cutsWhereAListSays();
+    void readsCutsFromPipes_data();
+    void readsCutsFromPipes();
     void refusesCutsOutsideTheImage();
     void drawsAPreview();
     void completesInBash();
@@ -219,6 +223,23 @@ void TestBatchInputs::readsListsOfNames()
     QCOMPARE(end.errors, QByteArray());
     QCOMPARE(end.code, 0);
     QCOMPARE(bluesIn(u"all.pdf"_s), (QList<int>{20, 40}));
+}
+
+void TestBatchInputs::refusesZeroBytesBetweenLines()
+{
+    savePlain({u"a b.png"_s, u"c.png"_s});
+    const BatchEnd end = runShell(u"find . -name '*.png' -print0 | \"$batch\" -o all.pdf --files-from -"_s);
+    QCOMPARE(end.code, 2);
+    QVERIFY2(end.errors.contains("there are zero bytes in \"-\": use -0 if they separate the names"),
+             end.errors.constData());
+    QVERIFY(!QFile::exists(u"all.pdf"_s));
+}
+
+void TestBatchInputs::reportsUnreadableInput()
+{
+    const BatchEnd end = runShell(u"mkdir folder; \"$batch\" - -o a.pdf < folder"_s);
+    QCOMPARE(end.code, 3);
+    QVERIFY2(end.errors.contains("cannot read image: Is a directory"), end.errors.constData());
 }
 
 void TestBatchInputs::namesFilesByAForm()
@@ -572,6 +593,27 @@ void TestBatchInputs::cutsWhereAListSays()
     const BatchEnd again =
         runBatchProgram({u"--dry-run"_s, u"--json"_s, u"--cuts-from"_s, u"cuts.txt"_s, u"a.png"_s, u"b.png"_s});
     QCOMPARE(jsonLinesOf(again.output).at(0).value("cuts"_L1), jsonLinesOf(dry.output).at(0).value("cuts"_L1));
+}
+
+void TestBatchInputs::readsCutsFromPipes_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::newRow("standard input") << u"%1 | \"$batch\" --cuts-from -"_s;
+    QTest::newRow("named pipe") << u"mkfifo list; %1 | timeout 60 tee list > /dev/null & \"$batch\" --cuts-from list"_s;
+}
+
+void TestBatchInputs::readsCutsFromPipes()
+{
+    QFETCH(QString, command);
+    savedPicture(textPicture(350, 1500), u"a.png"_s);
+    const QString list = u"printf '{\"image\":\"a.png\",\"cuts\":[100,333]}'"_s;
+    const BatchEnd end = runShell(command.arg(list) + " --lossless a.png -o a.pdf"_L1);
+    QCOMPARE(end.errors, QByteArray());
+    QCOMPARE(end.code, 0);
+    const QList<QImage> strips = pdfImages(u"a.pdf"_s);
+    QCOMPARE(strips.size(), 3);
+    QCOMPARE(strips.at(0).height(), 100);
+    QCOMPARE(strips.at(1).height(), 233);
 }
 
 void TestBatchInputs::refusesCutsOutsideTheImage()

@@ -1,3 +1,4 @@
+#include "batch/batchoptions.h"
 #include "batchprogram.h"
 #include "support/files.h"
 #include "support/imagecomparison.h"
@@ -172,6 +173,7 @@ private slots:
     void closedStreamsLeaveTheFileComplete_data();
     void closedStreamsLeaveTheFileComplete();
     void endsIfNoThreadStarts();
+    void workerEndsAtALineThatIsNoJob();
 
     void needsNoEnvironment();
     void saysWhatOfQtIsMissing();
@@ -210,6 +212,7 @@ void TestBatchRun::endsWith_data()
     const auto row = [](const char *name, const QString &arguments, int code, const QString &words) {
         QTest::newRow(name) << arguments.split(u' ', Qt::SkipEmptyParts) << code << words;
     };
+    const QString longName(300, u'x');
     row("done", u"a.png -o a.pdf"_s, 0, QString());
     row("no arguments", QString(), 2, u"--help"_s);
     row("wrong option", u"a.png -o a.pdf --wrong"_s, 2, u"Unknown option"_s);
@@ -225,6 +228,18 @@ void TestBatchRun::endsWith_data()
     row("10 pixels wide", u"narrow.png -o a.pdf"_s, 3, u"cannot read image: too small: 10 x 500 pixels"_s);
     row("no folder", u"a.png -o none/a.pdf"_s, 4, u"cannot write \"none/a.pdf\""_s);
     row("output is a device", u"a.png -o /dev/full"_s, 4, u"not a regular file"_s);
+#ifdef Q_OS_LINUX
+    row("file that cannot be read", u"/proc/self/mem -o a.pdf"_s, 3, u"cannot read image: Input/output error"_s);
+#endif
+    row("long name", u"%1.png -o a.pdf"_s.arg(longName), 3, u"cannot read image: File name too long"_s);
+    row("long name of a PDF", u"%1.pdf -o a.pdf"_s.arg(longName), 3, u"PDF files are not supported"_s);
+    row("missing PDF", u"none.pdf -o a.pdf"_s, 3, u"none.pdf: cannot read image: no such file"_s);
+    row("long name of a folder", u"a.png -o %1/"_s.arg(longName), 4, u"File name too long"_s);
+    row("no folder of the preview", u"a.png --preview none/p.png"_s, 4, u"cannot write \"none/p.png\": No such file"_s);
+    row("no list of cuts", u"a.png -o a.pdf --cuts-from none"_s, 3, u"cannot read \"none\": No such file"_s);
+    row("folder as a list of cuts", u"a.png -o a.pdf --cuts-from folder"_s, 3, u"cannot read \"folder\""_s);
+    row("no list of files", u"-o a.pdf --files-from none"_s, 3, u"cannot read \"none\": No such file"_s);
+    row("folder as a list of files", u"-o a.pdf --files-from folder"_s, 3, u"cannot read \"folder\""_s);
     row("huge", u"huge.svg -o a.pdf"_s, 5, u"too large: 100000000 x 50 pixels"_s);
 }
 
@@ -327,7 +342,7 @@ void TestBatchRun::reportsAnUnusableFolder()
     savedBytes("a file", u"file"_s);
     const BatchEnd end = runBatchProgram({u"a.png"_s, u"-o"_s, u"file/below/"_s});
     QCOMPARE(end.code, 4);
-    QVERIFY(end.errors.contains("cannot make the folder \"file/below/\""));
+    QVERIFY(end.errors.contains("cannot make the folder \"file/below/\": Not a directory"));
 }
 
 void TestBatchRun::worksOnManyFiles()
@@ -608,6 +623,18 @@ void TestBatchRun::endsIfNoThreadStarts()
 #else
     QSKIP("has no limit of threads that is certain");
 #endif
+}
+
+void TestBatchRun::workerEndsAtALineThatIsNoJob()
+{
+    QProcess worker;
+    setUpBatch(worker, {serveArgument()});
+    worker.start();
+    worker.write("convert a.png\n"); // no job
+    const BatchEnd end = endOf(worker);
+    QCOMPARE(end.code, 0);
+    QCOMPARE(end.output, QByteArray());
+    QCOMPARE(end.errors, QByteArray());
 }
 
 void TestBatchRun::needsNoEnvironment()

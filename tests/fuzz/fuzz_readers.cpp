@@ -8,7 +8,6 @@
 #include "fuzzing.h"
 #include "update/updatedocuments.h"
 
-#include <QBuffer>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -71,12 +70,10 @@ bool rises(const QList<int> &rows)
         && (rows.isEmpty() || rows.first() > 0);
 }
 
-void readCuts(QByteArray text)
+void readCuts(const QByteArray &text)
 {
-    QBuffer buffer(&text);
-    buffer.open(QIODevice::ReadOnly);
     try {
-        for (const FileCuts &file : readCutList(buffer, u"cuts"_s)) {
+        for (const FileCuts &file : parseCutList(text, u"cuts"_s)) {
             for (const std::optional<QList<int>> &rows : file) {
                 require(!rows || rises(*rows), "cuts follow each other");
             }
