@@ -16,7 +16,6 @@ namespace {
 
 constexpr int writeFailure = int(BatchFailure::Unwritable);
 constexpr qint64 progressInterval = 100; // milliseconds between updates of the progress line
-constexpr qint64 lineInterval = 10000; // and between lines where it cannot be replaced
 
 // The share of the work below which there is no estimate of the time left.
 constexpr double smallestShare = 0.01;
@@ -225,7 +224,7 @@ void BatchReport::showProgress()
 {
     const qint64 now = timer.elapsed();
     const bool isTerminal = progressPlace.kind == ProgressPlace::Terminal;
-    const qint64 interval = isTerminal ? (isProgressShown ? progressInterval : 0) : lineInterval;
+    const qint64 interval = isTerminal ? (isProgressShown ? progressInterval : 0) : progressPlace.lineInterval;
     if (quiet || now - lastShown < interval || (!isTerminal && fileCount == 1)) {
         return;
     }

@@ -20,6 +20,7 @@ struct ProgressPlace
     };
     Kind kind = Lines;
     int width = 0; ///< of the terminal, in columns; 0 if unknown
+    qint64 lineInterval = 10000; ///< milliseconds between lines that cannot be replaced
 
     /// The place that \a stream is.
     static ProgressPlace of(std::FILE *stream);

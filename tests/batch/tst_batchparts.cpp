@@ -1,12 +1,12 @@
 #include "batch/batchevent.h"
 #include "batch/batchoptions.h"
 #include "batch/batchplan.h"
-#include "batch/batchreport.h"
 #include "batch/batchworkers.h"
 #include "batch/completion.h"
 #include "batch/filename.h"
 #include "batch/inputs.h"
 #include "batch/partfile.h"
+#include "batch/picturefile.h"
 #include "batch/preview.h"
 #include "batch/truncation.h"
 #include "support/files.h"
@@ -18,15 +18,9 @@
 #include <QRegularExpression>
 #include <QScopeGuard>
 
-#include <array>
-#include <cstdio>
-
 #ifdef Q_OS_UNIX
-#include <csignal>
-#include <unistd.h>
-#endif
-#ifdef Q_OS_LINUX
-#include <pty.h>
+#include "../faults/fulldisk.h"
+#include "../faults/unprivileged.h"
 #endif
 
 using namespace Qt::StringLiterals;
@@ -42,32 +36,6 @@ QStringList partFiles()
 {
     return QDir::current().entryList({u"*.part"_s});
 }
-
-/// A temporary stream whose contents can be read back.
-class Stream
-{
-public:
-    Stream()
-        : file(std::tmpfile())
-    {
-    }
-    ~Stream() { std::fclose(file); }
-    Stream(const Stream &) = delete;
-    Stream &operator=(const Stream &) = delete;
-
-    std::FILE *handle() const { return file; }
-    QByteArray text() const
-    {
-        std::fflush(file);
-        QByteArray bytes(std::ftell(file), '\0');
-        std::rewind(file);
-        bytes.resize(qsizetype(std::fread(bytes.data(), 1, size_t(bytes.size()), file)));
-        return bytes;
-    }
-
-private:
-    std::FILE *file;
-};
 
 /// The message with which \a arguments are refused; empty if they are not.
 QString mistakeIn(const QStringList &arguments)
@@ -144,6 +112,8 @@ private slots:
     void refusesTwoNamesOfOneFile();
     void refusesImpossiblePlans();
 
+    void readsStandardInputOnce_data();
+    void readsStandardInputOnce();
     void sortsNaturally_data();
     void sortsNaturally();
     void keepsTheBytesOfNames_data();
@@ -157,25 +127,9 @@ private slots:
     void jobsSurviveTheirJson();
     void rejectsOtherLines();
 
-    void formatsTheTimeLeft_data();
-    void formatsTheTimeLeft();
     void hidesControlCharacters();
-    void highestFailureDecides_data();
-    void highestFailureDecides();
-    void reportsPicturesWithARemark();
     void drawsCutsOverTheSmallPicture();
-    void showsProgressFromTheStart();
-    void replacesProgressOnATerminal();
-    void fitsProgressIntoTheTerminal();
-    void countsRunningFilesForTheTimeLeft_data();
-    void countsRunningFilesForTheTimeLeft();
-    void countsFailedFilesForTheTimeLeft();
-    void writesNoProgressElsewhere();
-#ifdef Q_OS_LINUX
-    void replacesLinesIfTheTerminalCan_data();
-    void replacesLinesIfTheTerminalCan();
-    void noticesThatNobodyReadsTheOutput();
-#endif
+
     void completesInEveryShell_data();
     void completesInEveryShell();
 
@@ -190,6 +144,12 @@ private slots:
     void opensANewFileOnlyOnce();
     void partFileRejects_data();
     void partFileRejects();
+#ifdef Q_OS_UNIX
+    void partFileReportsAFullDisk();
+    void previewReportsAFullDisk_data();
+    void previewReportsAFullDisk();
+    void reportsWhatIsNotReadable();
+#endif
 #ifdef Q_OS_LINUX
     void survivesTheEndOfAWorker_data();
     void survivesTheEndOfAWorker();
@@ -385,7 +345,6 @@ void TestBatchParts::rejects_data()
     row("the same name for all", u"a.png -o out --name a.pdf"_s, u"--name"_s);
     row("name in another folder", u"a.png -o out --name ../{stem}.pdf"_s, u"--name"_s);
     row("unknown part of a name", u"a.png -o out --name {stem}{date}.pdf"_s, u"--name"_s);
-    row("standard input twice", u"- --files-from - -o out"_s, u"standard input"_s);
     row("margin of -1", u"a.png -o out --margin=-1"_s, u"--margin"_s);
     row("margin of 31", u"a.png -o out --margin 31"_s, u"--margin"_s);
     row("half a margin", u"a.png -o out --margin 2.5"_s, u"--margin"_s);
@@ -398,6 +357,12 @@ void TestBatchParts::rejects_data()
     row("no rule", u"a.png -o out --cuts="_s, u"--cuts must be"_s);
     row("calm and not", u"a.png -o out --cuts calm --no-auto-cut"_s, u"--no-auto-cut contradicts --cuts calm"_s);
     row("bright and not", u"a.png -o out --no-auto-cut --cuts bright"_s, u"--no-auto-cut contradicts --cuts bright"_s);
+    row("no preview", u"a.png -o out --preview="_s, u"--preview needs a name"_s);
+    row("no list of cuts", u"a.png -o out --cuts-from="_s, u"--cuts-from needs a name"_s);
+    row("no list of files", u"-o out --files-from="_s, u"--files-from needs a name"_s);
+    row("landscape of the window", u"a.png -o out --layout window --landscape"_s, u"--layout window"_s);
+    row("millimeters of the window", u"a.png -o out --layout window --margin 5mm"_s, u"--layout window"_s);
+    row("strips in landscape", u"a.png -o out --paper strip --landscape"_s, u"--paper strip"_s);
     row("dry run of nothing", u"--dry-run"_s, u"no image"_s);
     row("jobs in words", u"a.png -o out -j two"_s, u"--jobs"_s);
     QTest::newRow("empty output") << QStringList{u"a.png"_s, u"-o"_s, QString()} << u"-o OUT"_s;
@@ -574,6 +539,43 @@ void TestBatchParts::refusesImpossiblePlans()
     QVERIFY(planMistake({u"a.png"_s}, preview).contains(u"no PNG file"_s));
 }
 
+void TestBatchParts::readsStandardInputOnce_data()
+{
+    QTest::addColumn<QStringList>("images");
+    QTest::addColumn<QString>("filesFrom");
+    QTest::addColumn<QString>("cutsFrom");
+    QTest::addColumn<bool>("isRefused");
+    const QStringList input(u"-"_s);
+    QTest::newRow("once") << input << QString() << QString() << false;
+    QTest::newRow("in the list") << QStringList() << u"list"_s << QString() << false;
+    QTest::newRow("two images") << input + input << QString() << QString() << true;
+    QTest::newRow("image and names") << input << u"-"_s << QString() << true;
+    QTest::newRow("image and cuts") << input << QString() << u"-"_s << true;
+    QTest::newRow("names and cuts") << QStringList() << u"-"_s << u"-"_s << true;
+    QTest::newRow("image, and in the list") << input << u"list"_s << QString() << true;
+    QTest::newRow("cuts, and in the list") << QStringList() << u"list"_s << u"-"_s << true;
+}
+
+void TestBatchParts::readsStandardInputOnce()
+{
+    QFETCH(QStringList, images);
+    QFETCH(QString, filesFrom);
+    QFETCH(QString, cutsFrom);
+    QFETCH(bool, isRefused);
+    savedBytes("a.png\n-\n", u"list"_s);
+    BatchOptions options;
+    options.operands = images;
+    options.filesFrom = filesFrom;
+    options.cutsFrom = cutsFrom;
+    QString mistake;
+    try {
+        (void)findImages(options);
+    } catch (const BatchError &error) {
+        mistake = error.text;
+    }
+    QCOMPARE(mistake, isRefused ? u"standard input can be read only once"_s : QString());
+}
+
 void TestBatchParts::sortsNaturally_data()
 {
     QTest::addColumn<QStringList>("names"); // in order
@@ -638,7 +640,9 @@ void TestBatchParts::rejectsCutLists_data()
     QTest::addColumn<QByteArray>("list");
     for (const char *list :
          {"", "text", R"({"image":"a","cuts":[9,5]})", R"({"image":"a","cuts":[0]})", R"({"image":"a","cuts":[5,5]})",
-          R"({"image":"a","cuts":["5"]})", R"({"image":"a","cuts":[5],"index":-1})", R"({"event":"end"})"}) {
+          R"({"image":"a","cuts":["5"]})", R"({"image":"a","cuts":5})", R"({"image":"a","cuts":"5"})",
+          R"({"image":"a","cuts":null})", R"({"image":7,"cuts":[5]})", R"({"image":"a","cuts":[5],"index":"1"})",
+          R"({"image":"a","cuts":[5],"index":0.5})", R"({"image":"a","cuts":[5],"index":-1})", R"({"event":"end"})"}) {
         QTest::newRow(list) << QByteArray(list);
     }
 }
@@ -695,73 +699,9 @@ void TestBatchParts::rejectsOtherLines()
     }
 }
 
-void TestBatchParts::formatsTheTimeLeft_data()
-{
-    QTest::addColumn<qint64>("elapsed");
-    QTest::addColumn<double>("share");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("nothing done") << qint64(5000) << 0.0 << QString();
-    QTest::newRow("all done") << qint64(5000) << 1.0 << QString();
-    QTest::newRow("half") << qint64(5000) << 0.5 << u"5 s left"_s;
-    QTest::newRow("a quarter") << qint64(20000) << 0.25 << u"1 min 0 s left"_s;
-    QTest::newRow("long") << qint64(3600000) << 0.25 << u"3 h 0 min left"_s;
-    QTest::newRow("very long") << qint64(86400000) << 0.01 << u"2376 h 0 min left"_s;
-}
-
-void TestBatchParts::formatsTheTimeLeft()
-{
-    QFETCH(qint64, elapsed);
-    QFETCH(double, share);
-    QTEST(timeLeft(elapsed, share), "text");
-}
-
 void TestBatchParts::hidesControlCharacters()
 {
     QCOMPARE(printable(u"a\033[2J\nb\u009b名.png"_s), u"a?[2J?b?名.png"_s);
-}
-
-void TestBatchParts::highestFailureDecides_data()
-{
-    QTest::addColumn<QList<int>>("failures"); // by file; 0 for success
-    QTest::addColumn<int>("code");
-    QTest::newRow("none") << QList<int>{0, 0} << 0;
-    QTest::newRow("one") << QList<int>{0, 3, 0} << 3;
-    QTest::newRow("rising") << QList<int>{3, 4, 5} << 5;
-    QTest::newRow("falling") << QList<int>{5, 4, 3} << 5;
-    QTest::newRow("at first") << QList<int>{4, 0, 3} << 4;
-}
-
-void TestBatchParts::highestFailureDecides()
-{
-    QFETCH(QList<int>, failures);
-    QFETCH(int, code);
-    const Stream output;
-    const Stream errors;
-    BatchReport report(BatchOptions(), int(failures.size()), output.handle(), errors.handle(), {});
-    for (int i = 0; i < int(failures.size()); ++i) {
-        const BatchJob job = jobOf(i, u"a%1.png"_s.arg(i), u"a%1.pdf"_s.arg(i));
-        report.report(job,
-                      failures.at(i) == 0 ? BatchEvent(JobDone{1, 0, 0, {}})
-                                          : BatchEvent(JobFailed{BatchFailure(failures.at(i)), u"broken"_s, {}}));
-    }
-    QCOMPARE(report.finish(), code);
-    QCOMPARE(errors.text().count('\n'), failures.size() - failures.count(0));
-}
-
-void TestBatchParts::reportsPicturesWithARemark()
-{
-    const Stream output;
-    const Stream errors;
-    BatchReport report(BatchOptions(), 1, output.handle(), errors.handle(), {});
-    const BatchJob job = jobOf(0, u"a.png"_s, u"a.pdf"_s);
-    PictureFacts facts;
-    facts.pages = 3;
-    report.report(job, PictureDone{u"a.png"_s, facts});
-    QCOMPARE(output.text(), QByteArray());
-    facts.index = 1;
-    facts.remark = u"a remark"_s;
-    report.report(job, PictureDone{u"b.png"_s, facts});
-    QCOMPARE(output.text(), "b.png, picture 2: 3 pages (a remark)\n");
 }
 
 void TestBatchParts::drawsCutsOverTheSmallPicture()
@@ -781,137 +721,6 @@ void TestBatchParts::drawsCutsOverTheSmallPicture()
         QCOMPARE(small.pixelColor(359, y), QColor(y == 19 || y == 20 ? Qt::red : Qt::white));
     }
 }
-
-void TestBatchParts::showsProgressFromTheStart()
-{
-    const Stream output;
-    const Stream errors;
-    BatchReport report(BatchOptions(), 2, output.handle(), errors.handle(), {ProgressPlace::Terminal, 80});
-    report.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), JobBegun());
-    QCOMPARE(errors.text(), "\r\033[K0 of 2 files, 0 pages");
-}
-
-void TestBatchParts::replacesProgressOnATerminal()
-{
-    const Stream output;
-    const Stream errors;
-    BatchReport report(BatchOptions(), 2, output.handle(), errors.handle(), {ProgressPlace::Terminal, 80});
-    const BatchJob job = jobOf(0, u"a.png"_s, u"a.pdf"_s);
-    report.report(job, PageDone{1, 2});
-    QVERIFY(errors.text().startsWith("\r\033[K0 of 2 files, 1 page"));
-    report.report(job, JobDone{2, 0, 0, {}});
-    QCOMPARE(output.text(), "a.png -> a.pdf: 2 pages\n");
-    QVERIFY(errors.text().contains("\r\033[K\r\033[K1 of 2 files, 2 pages"));
-    report.finish();
-    QVERIFY(errors.text().endsWith("\r\033[K"));
-    QVERIFY(!errors.text().contains('\n'));
-}
-
-void TestBatchParts::fitsProgressIntoTheTerminal()
-{
-    const Stream output;
-    const Stream errors;
-    BatchReport report(BatchOptions(), 2, output.handle(), errors.handle(), {ProgressPlace::Terminal, 12});
-    report.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), PageDone{1, 2});
-    QCOMPARE(errors.text(), "\r\033[K0 of 2 file");
-}
-
-void TestBatchParts::countsRunningFilesForTheTimeLeft_data()
-{
-    QTest::addColumn<int>("page"); // of 100, of the first of two files
-    QTest::addColumn<QString>("progress");
-    QTest::newRow("too few pages") << 1 << u"0 of 2 files, 1 page$"_s;
-    QTest::newRow("enough pages") << 50 << u"0 of 2 files, 50 pages, [0-9]+ s left$"_s;
-}
-
-void TestBatchParts::countsRunningFilesForTheTimeLeft()
-{
-    QFETCH(int, page);
-    QFETCH(QString, progress);
-    const Stream output;
-    const Stream errors;
-    BatchReport report(BatchOptions(), 2, output.handle(), errors.handle(), {ProgressPlace::Terminal, 80});
-    report.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), PageDone{page, 100});
-    const QString text = QString::fromUtf8(errors.text());
-    QVERIFY2(QRegularExpression(progress).match(text).hasMatch(), qPrintable(text));
-}
-
-void TestBatchParts::countsFailedFilesForTheTimeLeft()
-{
-    const Stream output;
-    const Stream errors;
-    BatchReport report(BatchOptions(), 2, output.handle(), errors.handle(), {ProgressPlace::Terminal, 80});
-    report.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), JobFailed{BatchFailure::Unreadable, u"broken"_s, {}});
-    const QString text = QString::fromUtf8(errors.text());
-    QVERIFY2(QRegularExpression(u"1 of 2 files, 0 pages, [0-9]+ s left$"_s).match(text).hasMatch(), qPrintable(text));
-}
-
-void TestBatchParts::writesNoProgressElsewhere()
-{
-    const Stream output;
-    const Stream errors;
-    BatchReport report(BatchOptions(), 1, output.handle(), errors.handle(), {});
-    const BatchJob job = jobOf(0, u"a.png"_s, u"a.pdf"_s);
-    report.report(job, PageDone{1, 1});
-    report.report(job, JobDone{1, 0, 0, {}});
-    QCOMPARE(report.finish(), 0);
-    QCOMPARE(output.text(), "a.png -> a.pdf: 1 page\n");
-    QCOMPARE(errors.text(), QByteArray());
-}
-
-#ifdef Q_OS_LINUX
-void TestBatchParts::replacesLinesIfTheTerminalCan_data()
-{
-    QTest::addColumn<QByteArray>("terminal");
-    QTest::addColumn<ProgressPlace::Kind>("kind");
-    QTest::addColumn<int>("width");
-    QTest::newRow("usual") << QByteArray("xterm-256color") << ProgressPlace::Terminal << 77;
-    QTest::newRow("dumb") << QByteArray("dumb") << ProgressPlace::Lines << 0;
-    QTest::newRow("unknown") << QByteArray() << ProgressPlace::Lines << 0;
-}
-
-void TestBatchParts::replacesLinesIfTheTerminalCan()
-{
-    QFETCH(QByteArray, terminal);
-    QFETCH(ProgressPlace::Kind, kind);
-    QFETCH(int, width);
-    const auto restore = qScopeGuard([old = qgetenv("TERM")] { qputenv("TERM", old); });
-    qputenv("TERM", terminal);
-    int leader = -1;
-    int follower = -1;
-    const winsize size{24, 77, 0, 0};
-    QCOMPARE(::openpty(&leader, &follower, nullptr, nullptr, &size), 0);
-    std::FILE *stream = ::fdopen(follower, "w");
-    const ProgressPlace place = ProgressPlace::of(stream);
-    std::fclose(stream);
-    ::close(leader);
-    QCOMPARE(place.kind, kind);
-    QCOMPARE(place.width, width);
-}
-
-void TestBatchParts::noticesThatNobodyReadsTheOutput()
-{
-    const auto restore = qScopeGuard([old = std::signal(SIGPIPE, SIG_IGN)] { std::signal(SIGPIPE, old); });
-    std::array<int, 2> ends{};
-    QCOMPARE(::pipe(ends.data()), 0);
-    ::close(ends[0]);
-    std::FILE *unread = ::fdopen(ends[1], "w");
-    const Stream read;
-    const BatchEvent failed = JobFailed{BatchFailure::Unreadable, u"broken"_s, {}};
-    const BatchEvent done = JobDone{1, 0, 0, {}};
-
-    BatchReport withoutErrors(BatchOptions(), 2, read.handle(), unread, {});
-    withoutErrors.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), failed);
-    withoutErrors.report(jobOf(1, u"b.png"_s, u"b.pdf"_s), done);
-    QVERIFY(!withoutErrors.isPipeClosed()); // the messages alone are lost
-    QCOMPARE(read.text(), "b.png -> b.pdf: 1 page\n");
-
-    BatchReport withoutOutput(BatchOptions(), 1, unread, read.handle(), {});
-    withoutOutput.report(jobOf(0, u"a.png"_s, u"a.pdf"_s), done);
-    QVERIFY(withoutOutput.isPipeClosed());
-    std::fclose(unread);
-}
-#endif
 
 void TestBatchParts::completesInEveryShell_data()
 {
@@ -999,6 +808,10 @@ void TestBatchParts::partFileFollowsLinks()
     missing.commit();
     QVERIFY(QFileInfo(u"link.pdf"_s).isSymLink());
     QVERIFY(QFile::exists(u"elsewhere/real.pdf"_s));
+
+    QFile::remove(u"second.pdf"_s);
+    QVERIFY(QFile::link(QFileInfo(u"link.pdf"_s).absoluteFilePath(), u"second.pdf"_s));
+    QCOMPARE(nameFromNative(targetOf("second.pdf")), QFileInfo(u"elsewhere/real.pdf"_s).canonicalFilePath());
 }
 
 void TestBatchParts::seesWhereAFileIsTruncated_data()
@@ -1057,6 +870,8 @@ void TestBatchParts::opensANewFileOnlyOnce()
     QVERIFY(!file.isOpen());
     QCOMPARE(contentOf(u"taken.part"_s), QByteArray("taken"));
     QCOMPARE(openFile(file, u"free.part"_s, QIODevice::WriteOnly | QIODevice::NewOnly), QString());
+    QVERIFY(!openFile(file, u"third.part"_s, QIODevice::WriteOnly | QIODevice::NewOnly).isEmpty()); // it is open
+    QVERIFY(!QFile::exists(u"third.part"_s));
     QVERIFY(QFile::remove(u"taken.part"_s) && QFile::remove(u"free.part"_s));
 }
 
@@ -1083,6 +898,76 @@ void TestBatchParts::partFileRejects()
     QVERIFY_THROWS_EXCEPTION(BatchError, PartFile{target});
     QFile::setPermissions(u"protected.pdf"_s, QFile::ReadOwner | QFile::WriteOwner);
 }
+
+#ifdef Q_OS_UNIX
+void TestBatchParts::partFileReportsAFullDisk()
+{
+    PartFile part(u"full.pdf"_s);
+    part.device().write("new"); // into its buffer
+    const FullDisk disk(0);
+    QCOMPARE(commitError(part), u"File too large"_s);
+    QVERIFY(!QFile::exists(u"full.pdf"_s));
+}
+
+void TestBatchParts::previewReportsAFullDisk_data()
+{
+    QTest::addColumn<QImage>("image");
+    QTest::newRow("while it is written") << noisePicture(QSize(300, 300));
+    QTest::newRow("at its end") << plainPicture(50, 50, Qt::blue);
+}
+
+void TestBatchParts::previewReportsAFullDisk()
+{
+    QFETCH(QImage, image);
+    const FullDisk disk(0);
+    try {
+        writePreview(image, {}, u"full.png"_s);
+        QFAIL("no error");
+    } catch (const BatchError &error) {
+        QVERIFY(error.failure == BatchFailure::Unwritable);
+        QCOMPARE(error.text, u"cannot write \"full.png\": File too large"_s);
+    }
+    QVERIFY(!QFile::exists(u"full.png"_s));
+}
+
+void TestBatchParts::reportsWhatIsNotReadable()
+{
+    QVERIFY(QDir::current().mkpath(u"locked"_s));
+    QVERIFY(QDir::current().mkpath(u"outer/locked"_s));
+    savedBytes("bytes", u"locked.png"_s);
+    QVERIFY(QFile::setPermissions(u"locked"_s, {}));
+    QVERIFY(QFile::setPermissions(u"outer/locked"_s, {}));
+    QVERIFY(QFile::setPermissions(u"locked.png"_s, {}));
+    const auto unlock = qScopeGuard([] {
+        QFile::setPermissions(u"locked"_s, QFile::ReadOwner | QFile::ExeOwner);
+        QFile::setPermissions(u"outer/locked"_s, QFile::ReadOwner | QFile::ExeOwner);
+        QFile::setPermissions(u"locked.png"_s, QFile::ReadOwner | QFile::WriteOwner);
+    });
+    const Unprivileged user;
+    if (!user.isEffective()) {
+        QSKIP("may read everything");
+    }
+    const auto reason = [](const auto &read) {
+        try {
+            read();
+            return QString();
+        } catch (const BatchError &error) {
+            return error.failure == BatchFailure::Unreadable ? error.text : QString();
+        }
+    };
+    QCOMPARE(reason([] { PictureFile(u"locked.png"_s); }), u"cannot read image: permission denied"_s);
+    QCOMPARE(reason([] { PictureFile(u"locked/a.pdf"_s); }), u"cannot read image: PDF files are not supported"_s);
+    BatchOptions options;
+    options.operands = {u"locked"_s};
+    QCOMPARE(reason([&] { (void)findImages(options); }), u"cannot read \"locked\": Permission denied"_s);
+    options.recursive = true;
+    options.operands = {u"outer"_s};
+    QCOMPARE(reason([&] { (void)findImages(options); }), u"cannot read \"outer/locked\": Permission denied"_s);
+    options.operands.clear();
+    options.filesFrom = u"locked/list"_s;
+    QCOMPARE(reason([&] { (void)findImages(options); }), u"cannot read \"locked/list\": Permission denied"_s);
+}
+#endif
 
 #ifdef Q_OS_LINUX
 void TestBatchParts::survivesTheEndOfAWorker_data()
