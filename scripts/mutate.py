@@ -38,7 +38,7 @@ LAYERS = ("quillmarch_window", "quillmarch_batch")
 PATIENCE = (3600, 3600)
 
 # Those that read the build or the documents instead of running the code, or need a real window.
-NO_JUDGES = re.compile(r"hardening_|layers_|docs_|packages_|scripts_|e2e_|batch_manual|cutquality|.*dpi$|tst_release$")
+NO_JUDGES = re.compile(r"hardening_|layers_|docs_|packages_|scripts_|e2e_|batch_manual|cutquality|.*dpi$|.*_portable$|tst_release$")
 # Functions of the others that fail because the layers are shared libraries here.
 ABOUT_LINKING = re.compile(rb"needsNoEnvironment|importsNoOtherNetworkFunctions|workerWithoutMemoryEnds")
 LIMITS = {resource.RLIMIT_DATA: 6 << 30, resource.RLIMIT_FSIZE: 2 << 30, resource.RLIMIT_CORE: 0} # of endless loops

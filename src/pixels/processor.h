@@ -17,6 +17,10 @@
 /// The same for AVX2 and the parts of AVX-512 that QUILLMARCH_AVX512 names.
 [[nodiscard]] bool hasAvx512();
 
+/// Has hasAvx2() and hasAvx512() return false from now on, so that a test reaches the
+/// portable functions. Call it before the first picture.
+void useNoVectors();
+
 /// The function \a avx2, which is compiled for AVX2, if hasAvx2(), otherwise its
 /// portable version \a portable.
 #ifdef QUILLMARCH_HAS_VECTORS

@@ -1,5 +1,6 @@
 #include "pixels/brightcount.h"
 #include "pixels/cutscan.h"
+#include "pixels/processor.h"
 #include "support/testmain.h"
 
 #include <QRandomGenerator>
@@ -71,6 +72,7 @@ class TestBrightCount : public QObject
 
 private slots:
     void startsWithTheSimplest();
+    void portableRunHasNoVectors();
     void countsRows_data();
     void countsRows();
     void multipliesRedByAlpha_data() { counters_data(); }
@@ -98,6 +100,14 @@ void TestBrightCount::startsWithTheSimplest()
     const QList<BrightCounter> counters = brightCounters();
     QCOMPARE(QByteArray(counters.first().instructions), QByteArray("any"));
     QCOMPARE(QByteArray(fastestBrightCounter().instructions), QByteArray(counters.last().instructions));
+}
+
+void TestBrightCount::portableRunHasNoVectors()
+{
+    if (qEnvironmentVariableIsSet("QUILLMARCH_TEST_PORTABLE")) {
+        QVERIFY(!hasAvx2() && !hasAvx512());
+        QCOMPARE(brightCounters().size(), 1);
+    }
 }
 
 void TestBrightCount::countsRows_data()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "pixels/processor.h"
 #include "support/privatehome.h"
 
 #include <QApplication>
@@ -11,6 +12,9 @@
     int main(int argc, char *argv[])                                                                                   \
     {                                                                                                                  \
         PrivateHome home;                                                                                              \
+        if (qEnvironmentVariableIsSet("QUILLMARCH_TEST_PORTABLE")) {                                                   \
+            useNoVectors();                                                                                            \
+        }                                                                                                              \
         QApplication app(argc, argv);                                                                                  \
         PrivateHome::removeConfigFile();                                                                               \
         TestObject test;                                                                                               \
