@@ -30,6 +30,7 @@ private slots:
     void randomBits_data() { addFiles(); }
     void randomBits();
     void lowerHalfDamaged();
+    void becomesShorterForBothThreads();
 
 private:
     static void addFiles();
@@ -105,6 +106,20 @@ void TestJpegDamage::lowerHalfDamaged()
         const auto at = 1000 + qsizetype(random.bounded(quint32(file.size() - 1000)));
         changed[at] = char(uchar(changed.at(at)) ^ (1U << random.bounded(8U)));
         QCOMPARE(differenceFromQt(changed, "jpeg", DecodeThreads::Two), QString());
+    }
+}
+
+void TestJpegDamage::becomesShorterForBothThreads()
+{
+    const QByteArray file = jpegOf(jpegPicture({900, 700}), {});
+    for (qsizetype length = 0; length < file.size(); length += file.size() / 20) {
+        QBuffer buffer;
+        buffer.setData(file);
+        buffer.open(QIODevice::ReadOnly);
+        const auto decoder = makeImageDecoder(buffer, "jpeg");
+        QVERIFY(decoder);
+        buffer.buffer().truncate(length);
+        QVERIFY(decoder->read(DecodeThreads::Two).isNull());
     }
 }
 

@@ -9,6 +9,7 @@
 #include <QBuffer>
 #include <QPainter>
 #include <QRandomGenerator>
+#include <QtEndian>
 
 #include <algorithm>
 #include <set>
@@ -62,6 +63,19 @@ QImage rampPicture()
         }
     }
     return image;
+}
+
+/// \a jpeg with two more 0xff before each marker of a segment.
+QByteArray withPadding(const QByteArray &jpeg)
+{
+    QByteArray padded = jpeg.left(2);
+    qsizetype at = 2;
+    while (uchar(jpeg.at(at + 1)) != 0xda) { // the scan
+        const qsizetype size = 2 + qFromBigEndian<quint16>(jpeg.constData() + at + 2);
+        padded += "\xff\xff" + jpeg.mid(at, size);
+        at += size;
+    }
+    return padded + "\xff\xff" + jpeg.mid(at);
 }
 
 /// What \a band shows of the rows from \a first to before \a end.
@@ -206,6 +220,7 @@ void TestPdfJpeg::copiesBitsOfPlainFiles_data()
     QTest::addRow("RGB") << jpegOf(picture, {.horizontal = 1, .vertical = 1, .isRgb = true}) << true;
     QTest::addRow("tables of its own") << jpegOf(picture, {.hasOwnTables = true}) << true;
     QTest::addRow("more after the end") << plain + "more" << true;
+    QTest::addRow("padded markers") << withPadding(plain) << true;
     QTest::addRow("an Exif segment") << withSegment(plain, 0xe1, exifOf(1)) << true;
     QTest::addRow("gray, 2x2 samples") << jpegOf(picture, {.channels = 1}) << false;
     QTest::addRow("progressive") << jpegOf(picture, {.isProgressive = true}) << false;

@@ -1,3 +1,5 @@
+#include "pdf/jpegband.h"
+#include "pdf/pdferror.h"
 #include "support/pictures.h"
 #include "support/testmain.h"
 #include "writtenpdf.h"
@@ -103,6 +105,7 @@ private slots:
     void compressesEveryFormatAlike_data();
     void compressesEveryFormatAlike();
     void hasNoProfileOfOtherChannels();
+    void jpegNeedsRows();
 };
 
 void TestPdfPixels::keepsEveryFormat_data()
@@ -213,6 +216,13 @@ void TestPdfPixels::hasNoProfileOfOtherChannels()
     QVERIFY(!pdfOf({image, {}, {}}, sheets, lossless()).contains("/ICCBased"));
     QVERIFY(pdfOf({image, {}, {}, QColorSpace(QColorSpace::DisplayP3)}, sheets, lossless()).contains("/DeviceGray"));
     QVERIFY(!pdfOf({image, {}, {}, QColorSpace(QColorSpace::DisplayP3)}, sheets, lossless()).contains("/ICCBased"));
+}
+
+void TestPdfPixels::jpegNeedsRows()
+{
+    const QImage image = noisePicture(pictureSize);
+    const JpegTables tables = jpegTablesFor(image, 94);
+    QVERIFY_THROWS_EXCEPTION(PdfError, packJpeg(image, 3, 3, 94, tables));
 }
 
 QUILLMARCH_TEST_MAIN(TestPdfPixels)

@@ -1,5 +1,7 @@
+#include "../decode/jpegbytes.h"
 #include "pdf/bandqueue.h"
 #include "pdf/bandspool.h"
+#include "pdf/jpegbands.h"
 #include "support/pdffacts.h"
 #include "support/pictures.h"
 #include "support/testmain.h"
@@ -114,6 +116,8 @@ private slots:
     void writesNumbersAsText();
     void replacesOtherLettersInNumbers();
     void neighborsShareAnEdge();
+    void coversTheEdgeOfOnlyANeighbor_data();
+    void coversTheEdgeOfOnlyANeighbor();
     void showsNoSeam();
     void showsTransparencyOnWhite();
     void reportsEachSheetInOrder();
@@ -257,6 +261,44 @@ void TestPdfWriter::neighborsShareAnEdge()
         edge = bottom;
     }
     QCOMPARE(bands, 10);
+}
+
+void TestPdfWriter::coversTheEdgeOfOnlyANeighbor_data()
+{
+    QTest::addColumn<int>("firstRow"); // of the second strip
+    QTest::addColumn<QRectF>("place");
+    QTest::addColumn<bool>("isNeighbor");
+    QTest::newRow("neighbor") << 30 << QRectF(10, 110, 120, 100) << true;
+    QTest::newRow("other rows") << 31 << QRectF(10, 110, 120, 100) << false;
+    QTest::newRow("other left edge") << 30 << QRectF(11, 110, 119, 100) << false;
+    QTest::newRow("other right edge") << 30 << QRectF(10, 110, 121, 100) << false;
+    QTest::newRow("with a gap") << 30 << QRectF(10, 111, 120, 100) << false;
+}
+
+/// A band of a JPEG file has rows below the strip. Shown over its neighbor, which is painted
+/// later, they leave no seam.
+void TestPdfWriter::coversTheEdgeOfOnlyANeighbor()
+{
+    QFETCH(int, firstRow);
+    QFETCH(QRectF, place);
+    QFETCH(bool, isNeighbor);
+    PdfSheet sheet{{200, 300}, {}, {}, {}};
+    sheet.strips.append({0, 30, QRectF(10, 10, 120, 100)});
+    sheet.strips.append({firstRow, 60, place});
+    PdfOptions options;
+    options.lossless = true;
+    const auto file = JpegBands::read(jpegOf(jpegPicture(QSize(64, 90)), {}));
+    const WrittenPdf pdf = readPdf(pdfOf({QImage(), file, {}}, {sheet}, options));
+    const QList<QByteArray> words = pdf.pages.at(0).content.simplified().split(' ');
+    const qsizetype clip = words.indexOf("re");
+    QCOMPARE_GE(clip, 4);
+    const double bottom = numberBefore(words, clip, 3);
+    if (isNeighbor) {
+        QCOMPARE_LT(bottom, 190.0);
+        QCOMPARE_GE(bottom, 90.0); // not beyond it
+    } else {
+        QCOMPARE(bottom, 190.0);
+    }
 }
 
 void TestPdfWriter::showsNoSeam()
