@@ -1,4 +1,5 @@
 #include "redpicture.h"
+#include "support/files.h"
 #include "support/openedurls.h"
 #include "support/pictures.h"
 #include "support/testmain.h"
@@ -199,6 +200,9 @@ void TestUpdateDialog::showsNoLocalFile_data()
     QTest::newRow("background of the notes")
         << u"3.0"_s << QString()
         << u"<table style=\"background-image:url(%1)\"><tr><td>wide</td></tr></table>"_s.arg(path);
+    const QString sheet = savedBytes("p { background-color: #ff0000 }", u"red.css"_s);
+    QTest::newRow("style sheet of the notes")
+        << u"3.0"_s << QString() << u"<link type=\"text/css\" href=\"%1\"><p>red</p>"_s.arg(sheet);
     const QString svg = u"<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' "
                         "width='80' height='50'><image width='80' height='50' xlink:href='%1'/></svg>"_s.arg(path);
     for (const QString &kind : {u"svg+xml"_s, u"png"_s}) {
@@ -226,21 +230,25 @@ void TestUpdateDialog::showsNoLocalFile()
 void TestUpdateDialog::showsEmbeddedPictures_data()
 {
     QTest::addColumn<QSize>("size");
+    QTest::addColumn<bool>("isBase64"); // or percent-encoded
     QTest::addColumn<bool>("isShown");
-    QTest::newRow("small") << QSize(40, 20) << true;
-    QTest::newRow("largest") << QSize(4096, 4096) << true;
-    QTest::newRow("too large") << QSize(4096, 4097) << false;
+    QTest::newRow("small") << QSize(40, 20) << true << true;
+    QTest::newRow("percent-encoded") << QSize(40, 20) << false << true;
+    QTest::newRow("largest") << QSize(4096, 4096) << true << true;
+    QTest::newRow("too large") << QSize(4096, 4097) << true << false;
 }
 
 void TestUpdateDialog::showsEmbeddedPictures()
 {
     QFETCH(QSize, size);
+    QFETCH(bool, isBase64);
     QFETCH(bool, isShown);
     QByteArray png;
     QBuffer buffer(&png);
     QVERIFY(redPicture().scaled(size).save(&buffer, "PNG"));
     ReleaseInfo release = someRelease();
-    release.description = u"<img src=\"data:image/png;base64,%1\">"_s.arg(QString::fromLatin1(png.toBase64()));
+    const QByteArray data = isBase64 ? ";base64," + png.toBase64() : "," + png.toPercentEncoding();
+    release.description = u"<img src=\"data:image/png%1\">"_s.arg(QString::fromLatin1(data));
     UpdateDialog dialog(release);
     QCOMPARE(showsRed(dialog), isShown);
 }
