@@ -96,14 +96,7 @@ class Program:
         self.process = self.desktop.start([str(self.executable)], cwd=self.work)
         self.main = self.desktop.window(self.process, TITLE)
         self.activate(self.main)
-        wait_until(self._has_views, "the two empty views")
-
-    def _has_views(self):
-        try:
-            self.layout()
-        except (AssertionError, ValueError, IndexError):
-            return False
-        return True
+        self.layout()  # waits for the two empty views
 
     def setting(self, key):
         """A value of `user.ini`, or None."""
@@ -125,7 +118,15 @@ class Program:
     # The window
 
     def layout(self):
-        return Layout(self.desktop.screen(), self.desktop.geometry(self.main))
+        """The positions of the parts; waits while the window is half painted."""
+        end = time.monotonic() + 15
+        while True:
+            try:
+                return Layout(self.desktop.screen(), self.desktop.geometry(self.main))
+            except (AssertionError, ValueError, IndexError):
+                if time.monotonic() > end:
+                    raise
+            time.sleep(0.02)
 
     def rest_pointer(self):
         """Moves the pointer out of the window, so that it highlights nothing."""
