@@ -22,6 +22,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 spoolMemory = qint64(16) << 20;
+constexpr qint64 lastSecond = 253402300799; // since 1970: the end of the year 9999
 
 // Opaque pictures, soft masks and predictors are older; images of 16 bits are not.
 constexpr const char *pdfVersion = "1.5";
@@ -43,12 +44,23 @@ QDateTime statedTime(const QDateTime &created)
     }
     bool isNumber = false;
     const qint64 seconds = qEnvironmentVariable("SOURCE_DATE_EPOCH").toLongLong(&isNumber);
-    return isNumber ? QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC) : QDateTime::currentDateTimeUtc();
+    const bool hasFourDigits = isNumber && seconds >= 0 && seconds <= lastSecond;
+    return hasFourDigits ? QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC) : QDateTime::currentDateTimeUtc();
 }
 
 int threadCount(int wanted)
 {
     return wanted > 0 ? wanted : QThread::idealThreadCount();
+}
+
+/// Why \a device takes no more. If it took a part of its buffer, as at a full disk, only the
+/// next attempt says that.
+QString reasonOf(QIODevice *device)
+{
+    if (auto *file = qobject_cast<QFileDevice *>(device)) {
+        file->flush();
+    }
+    return device->errorString();
 }
 
 /// Passes the file on to a device. No exception may pass libqpdf while it writes; the
@@ -64,8 +76,12 @@ public:
 
     void write(const unsigned char *data, size_t size) override
     {
-        if (m_error.isEmpty() && device->write(reinterpret_cast<const char *>(data), qint64(size)) != qint64(size)) {
-            m_error = device->errorString();
+        const auto *bytes = reinterpret_cast<const char *>(data);
+        qint64 left = m_error.isEmpty() ? qint64(size) : 0;
+        while (left > 0) {
+            const qint64 taken = device->write(bytes + size - left, left);
+            m_error = taken > 0 ? QString() : reasonOf(device);
+            left = taken > 0 ? left - taken : 0;
         }
     }
 
@@ -73,7 +89,7 @@ public:
     {
         auto *file = qobject_cast<QFileDevice *>(device);
         if (m_error.isEmpty() && file != nullptr && !file->flush()) {
-            m_error = file->errorString();
+            m_error = reasonOf(device);
         }
     }
 

@@ -12,6 +12,10 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#ifdef Q_OS_UNIX
+#include "../faults/fulldisk.h"
+#endif
+
 #include <atomic>
 #include <filesystem>
 #include <new>
@@ -124,6 +128,10 @@ private slots:
     void writesManySheets();
     void reportsFailedDevice_data();
     void reportsFailedDevice();
+#ifdef Q_OS_UNIX
+    void saysWhyAFileIsIncomplete_data();
+    void saysWhyAFileIsIncomplete();
+#endif
     void reportsFailedSpool();
     void reportsALostSpool();
     void refuses_data();
@@ -183,6 +191,13 @@ void TestPdfWriter::readsTheTimeFromTheEnvironment()
     const QByteArray first = pdfOf(picture, sheets, {});
     QCOMPARE(readPdf(first).created, QByteArray("D:19700102000000Z"));
     QCOMPARE(pdfOf(picture, sheets, {}), first);
+    qputenv("SOURCE_DATE_EPOCH", "253402300799");
+    QCOMPARE(readPdf(pdfOf(picture, sheets, {})).created, QByteArray("D:99991231235959Z"));
+    for (const char *other : {"-1", "253402300800", "9223372036854775807", "soon"}) {
+        qputenv("SOURCE_DATE_EPOCH", other);
+        const QByteArray year = readPdf(pdfOf(picture, sheets, {})).created.mid(2, 4);
+        QCOMPARE(year.toInt(), QDate::currentDate().year());
+    }
     qunsetenv("SOURCE_DATE_EPOCH");
     const QDateTime before = QDateTime::currentDateTimeUtc();
     const QString now = QString::fromLatin1(readPdf(pdfOf(picture, sheets, {})).created);
@@ -393,6 +408,32 @@ void TestPdfWriter::reportsFailedDevice()
     writer.addPicture({noisePicture(QSize(300, 300)), {}, {}}, sheetsBetween({0, 100, 300}, 300));
     QVERIFY_THROWS_EXCEPTION(PdfError, writer.finish());
 }
+
+#ifdef Q_OS_UNIX
+void TestPdfWriter::saysWhyAFileIsIncomplete_data()
+{
+    QTest::addColumn<int>("room"); // bytes
+    QTest::newRow("at its end") << 100;
+    QTest::newRow("in a block") << 20000;
+}
+
+void TestPdfWriter::saysWhyAFileIsIncomplete()
+{
+    QFETCH(const int, room);
+    QFile file(u"full.pdf"_s);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    PdfWriter writer(&file, options(true));
+    const QImage image = room > 16384 ? noisePicture(QSize(300, 300)) : plainPicture(50, 50, Qt::white);
+    writer.addPicture({image, {}, {}}, sheetsBetween({0, image.height()}, image.width()));
+    const FullDisk disk{rlim_t(room)};
+    try {
+        writer.finish();
+        QFAIL("no error");
+    } catch (const PdfError &error) {
+        QCOMPARE(error.reason(), u"File too large"_s);
+    }
+}
+#endif
 
 void TestPdfWriter::reportsFailedSpool()
 {
