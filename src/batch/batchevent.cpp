@@ -124,20 +124,21 @@ QJsonObject jsonOf(const JobFailed &failed)
     return object;
 }
 
-QJsonArray toJson(const FileCuts &cuts)
+/// The rows of each picture, by the index of the picture as text.
+QJsonObject toJson(const FileCuts &cuts)
 {
-    QJsonArray array;
-    for (const std::optional<QList<int>> &rows : cuts) {
-        array.append(rows ? QJsonValue(arrayOf(*rows)) : QJsonValue());
+    QJsonObject object;
+    for (auto rows = cuts.begin(); rows != cuts.end(); ++rows) {
+        object.insert(QString::number(rows.key()), arrayOf(rows.value()));
     }
-    return array;
+    return object;
 }
 
-FileCuts cutsFrom(const QJsonArray &array)
+FileCuts cutsFrom(const QJsonObject &object)
 {
     FileCuts cuts;
-    for (const QJsonValue rows : array) {
-        cuts.append(rows.isArray() ? std::optional(rowsFrom(rows)) : std::nullopt);
+    for (auto rows = object.begin(); rows != object.end(); ++rows) {
+        cuts.insert(rows.key().toInt(), rowsFrom(rows.value()));
     }
     return cuts;
 }
@@ -205,7 +206,7 @@ std::optional<BatchJob> jobFromJson(const QByteArray &line)
                  object.value("output"_L1).toString(),
                  object.value("threads"_L1).toInt()};
     for (const QJsonValue image : object.value("images"_L1).toArray()) {
-        job.images.append({image["name"_L1].toString(), cutsFrom(image["cuts"_L1].toArray())});
+        job.images.append({image["name"_L1].toString(), cutsFrom(image["cuts"_L1].toObject())});
     }
     return job;
 }

@@ -24,6 +24,13 @@ QString titleOf(const QString &name)
     return printable(name.mid(name.lastIndexOf(u'/') + 1));
 }
 
+/// The cuts of the picture \a index of \a image that the user has asked for, if any.
+std::optional<QList<int>> cutsOf(const JobImage &image, int index)
+{
+    const auto cuts = image.cuts.constFind(index);
+    return cuts == image.cuts.constEnd() ? std::nullopt : std::optional(*cuts);
+}
+
 /// The file that a job writes: a part file, or standard output.
 class JobOutput
 {
@@ -116,6 +123,11 @@ JobDone JobRun::run()
 void JobRun::convertFile(const JobImage &image)
 {
     const PictureFile file(image.name);
+    if (!image.cuts.isEmpty() && image.cuts.lastKey() >= file.count()) {
+        throw BatchError(
+            BatchFailure::Unreadable,
+            u"there are cuts of picture %1, but the image has %2"_s.arg(image.cuts.lastKey() + 1).arg(file.count()));
+    }
     for (int i = 0; i < file.count(); ++i) {
         convertPicture(file, image, i);
         if (job.images.size() > 1 || file.count() > 1) {
@@ -130,7 +142,7 @@ void JobRun::convertPicture(const PictureFile &file, const JobImage &image, int 
     if (options.pages.trim) {
         trim(picture);
     }
-    LaidOutPicture laidOut = layOut(picture, options.pages, image.cuts.value(index), pages + 1);
+    LaidOutPicture laidOut = layOut(picture, options.pages, cutsOf(image, index), pages + 1);
     laidOut.facts.index = index;
     laidOut.facts.offset = picture.offset;
     laidOut.facts.remark = picture.remarks.join(u"; "_s);

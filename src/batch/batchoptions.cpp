@@ -207,12 +207,26 @@ void describe(QCommandLineParser &parser)
     }
 }
 
+void refuseIf(const QString &mistake)
+{
+    if (!mistake.isEmpty()) {
+        throw wrongUse(mistake);
+    }
+}
+
+/// Whether the value of \a option is a file: another one would take its place silently.
+bool isFile(const Option &option)
+{
+    return QLatin1StringView(option.choices) == "FILE"_L1;
+}
+
 /// Applies the options that \a parser found to \a to, in the order of the table.
 void apply(const QCommandLineParser &parser, BatchOptions &to)
 {
     for (const Option &option : optionTable) {
         const QString name = longName(option);
         if (parser.isSet(name)) {
+            refuseIf(isFile(option) && parser.values(name).size() > 1 ? u"--%1 is given twice"_s.arg(name) : QString());
             const QString value = parser.value(name);
             option.apply(to, value);
             to.arguments.append(option.value == nullptr ? u"--"_s + name : u"--%1=%2"_s.arg(name, value));
@@ -252,13 +266,6 @@ QString contradiction(const BatchOptions &options)
         return u"no output is given: use -o OUT"_s;
     }
     return {};
-}
-
-void refuseIf(const QString &mistake)
-{
-    if (!mistake.isEmpty()) {
-        throw wrongUse(mistake);
-    }
 }
 
 /// What \a parser asks for instead of a conversion.
@@ -308,7 +315,7 @@ QList<OptionFacts> optionFacts()
     for (const Option &option : optionTable) {
         OptionFacts fact{partsOf(option.names), QString::fromLatin1(option.help), QString::fromLatin1(option.value),
                          partsOf(option.choices), false};
-        if (fact.choices == QStringList(u"FILE"_s)) {
+        if (isFile(option)) {
             fact.choices.clear();
             fact.isFile = true;
         }

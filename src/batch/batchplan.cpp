@@ -70,17 +70,27 @@ QString nameInFolder(const QString &form, const QString &image, int number)
     return name;
 }
 
-/// \a base, with a number appended if \a taken contains it; adds the result to
-/// \a taken. Ignores case, as some file systems do.
-QString untakenName(const QString &base, QSet<QString> &taken)
+/// Gives each file in a folder a name of its own. Ignores case, as some file systems do.
+class UniqueNames
 {
-    QString name = base;
-    for (int number = 2; taken.contains(name.toCaseFolded()); ++number) {
-        name = u"%1-%2"_s.arg(base).arg(number);
+public:
+    /// \a base, with a number appended if it was given before.
+    QString nameFor(const QString &base)
+    {
+        int &number = numbers[base.toCaseFolded()];
+        QString name;
+        do {
+            ++number;
+            name = number == 1 ? base : base + u'-' + QString::number(number);
+        } while (taken.contains(name.toCaseFolded()));
+        taken.insert(name.toCaseFolded());
+        return name;
     }
-    taken.insert(name.toCaseFolded());
-    return name;
-}
+
+private:
+    QSet<QString> taken;
+    QHash<QString, int> numbers; // the last one of each base
+};
 
 bool isToFolder(const BatchOptions &options, qsizetype images)
 {
@@ -101,12 +111,12 @@ QString inFolder(const QString &folder, const QString &name)
 QList<BatchJob> separateJobs(const BatchOptions &options, const QList<JobImage> &images, bool toFolder)
 {
     QList<BatchJob> jobs;
-    QSet<QString> taken;
+    UniqueNames names;
     for (const JobImage &image : images) {
         BatchJob job{int(jobs.size()), {image}, options.output, 0};
         if (toFolder) {
             const QString base = nameInFolder(options.nameForm, image.name, job.number + 1);
-            job.output = inFolder(options.output, untakenName(base, taken) + ".pdf"_L1);
+            job.output = inFolder(options.output, names.nameFor(base) + ".pdf"_L1);
         }
         jobs.append(job);
     }
@@ -139,28 +149,53 @@ void checkExisting(const QString &name, const QByteArray &start, bool isReplacin
         throw wrongUse(u"%1 exists already"_s.arg(quoted(name)));
     }
     const QString mistake = openFile(file, name, QIODevice::ReadOnly);
-    if (mistake.isEmpty() && file.read(start.size()) != start) {
+    if (!mistake.isEmpty()) {
+        throw wrongUse(u"%1 exists and cannot be read: %2; it is not replaced"_s.arg(quoted(name), mistake));
+    }
+    if (file.read(start.size()) != start) {
         throw wrongUse(u"%1 exists and is no %2 file; it is not replaced"_s.arg(quoted(name),
                                                                                 QString::fromLatin1(start.mid(1, 3))));
     }
 }
 
-/// Refuses jobs that would overwrite an image, the file of another job, or any file that
-/// may not be replaced.
-void checkTargets(const QList<BatchJob> &jobs, bool isReplacingAllowed)
+/// A file to write.
+struct Target
 {
-    const QSet<QString> read = filesRead(jobs);
-    QSet<QString> written;
+    QString name;
+    QByteArray start; // of a file that it may replace
+};
+
+/// The files that \a jobs write with \a options.
+QList<Target> targetsOf(const QList<BatchJob> &jobs, const BatchOptions &options)
+{
+    QList<Target> targets;
     for (const BatchJob &job : jobs) {
-        const QString target = nameFromNative(targetOf(nativePath(job.output)));
-        if (read.contains(target)) {
-            throw wrongUse(u"%1 is an image to read; it would be overwritten"_s.arg(quoted(job.output)));
+        if (!options.dryRun && !job.output.isEmpty() && job.output != "-"_L1) {
+            targets.append({job.output, "%PDF-"});
         }
-        if (written.contains(target)) {
-            throw wrongUse(u"%1 is a link to the file of another image"_s.arg(quoted(job.output)));
+    }
+    if (!options.preview.isEmpty()) {
+        targets.append({options.preview, "\x89PNG"});
+    }
+    return targets;
+}
+
+/// Refuses \a targets that would overwrite an image of \a jobs, each other, or any file that
+/// may not be replaced.
+void checkTargets(const QList<Target> &targets, const QList<BatchJob> &jobs, bool isReplacingAllowed)
+{
+    const QSet<QString> read = targets.isEmpty() ? QSet<QString>() : filesRead(jobs);
+    QSet<QString> written;
+    for (const Target &target : targets) {
+        const QString file = nameFromNative(targetOf(nativePath(target.name)));
+        if (read.contains(file)) {
+            throw wrongUse(u"%1 is an image to read; it would be overwritten"_s.arg(quoted(target.name)));
         }
-        written.insert(target);
-        checkExisting(job.output, "%PDF-", isReplacingAllowed);
+        if (written.contains(file)) {
+            throw wrongUse(u"%1 would be written twice"_s.arg(quoted(target.name)));
+        }
+        written.insert(file);
+        checkExisting(target.name, target.start, isReplacingAllowed);
     }
 }
 
@@ -178,9 +213,6 @@ void checkUse(const BatchOptions &options, const QStringList &images, bool toFol
     }
     if (!options.preview.isEmpty() && images.size() > 1) {
         throw wrongUse(u"--preview is for one image"_s);
-    }
-    if (!options.preview.isEmpty()) {
-        checkExisting(options.preview, "\x89PNG", !options.noClobber);
     }
 }
 
@@ -205,8 +237,6 @@ BatchPlan planJobs(const BatchOptions &options, const QStringList &images)
     const QList<JobImage> found = withCuts(images, options.cutsFrom);
     BatchPlan plan{isMerged ? QList<BatchJob>{{0, found, options.output, 0}} : separateJobs(options, found, toFolder),
                    toFolder ? options.output : QString()};
-    if (isWriting && options.output != "-"_L1) {
-        checkTargets(plan.jobs, !options.noClobber);
-    }
+    checkTargets(targetsOf(plan.jobs, options), plan.jobs, !options.noClobber);
     return plan;
 }

@@ -177,9 +177,8 @@ void BatchReport::reportInText(const PictureDone &picture)
         return;
     }
     const QString cuts = dryRun ? u"; "_s + cutsText(facts) : QString();
-    const QString line = u"%1, picture %2: %3%4%5\n"_s.arg(printable(picture.image))
-                             .arg(facts.index + 1)
-                             .arg(pagesText(facts.pages), cuts, remarkText(facts));
+    const QString line = u"%1, picture %2: %3%4%5\n"_s.arg(printable(picture.image), QString::number(facts.index + 1),
+                                                           pagesText(facts.pages), cuts, remarkText(facts));
     write(output, line.toUtf8());
 }
 

@@ -15,8 +15,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int mostPictures = 100000; // in one file
-
 BatchError wrongList(const QString &name, const QString &reason)
 {
     return {BatchFailure::WrongUse, u"\"%1\" is not a list of cuts: %2"_s.arg(printable(name), reason)};
@@ -39,16 +37,14 @@ bool addLine(const QJsonObject &line, QHash<QString, FileCuts> &cuts)
     const QJsonValue image = line.value("image"_L1);
     const QJsonValue array = line.value("cuts"_L1);
     const int index = line.contains("index"_L1) ? line.value("index"_L1).toInt(-1) : 0;
-    if (!image.isString() || !array.isArray() || index < 0 || index > mostPictures) {
+    if (!image.isString() || !array.isArray() || index < 0) {
         return false;
     }
     const std::optional<QList<int>> rows = rowsFrom(array.toArray());
     if (!rows) {
         return false;
     }
-    FileCuts &file = cuts[image.toString()];
-    file.resize(std::max(file.size(), qsizetype(index) + 1));
-    file[index] = rows;
+    cuts[image.toString()].insert(index, *rows);
     return true;
 }
 

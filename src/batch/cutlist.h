@@ -2,13 +2,12 @@
 
 #include <QHash>
 #include <QList>
+#include <QMap>
 #include <QString>
 
-#include <optional>
-
-/// The cuts of the pictures of one file, by their index in it; none for a picture whose
-/// cuts are to be placed automatically.
-using FileCuts = QList<std::optional<QList<int>>>;
+/// The cuts of the pictures of one file, by their index in it. Those of a picture without
+/// an entry are placed automatically.
+using FileCuts = QMap<int, QList<int>>;
 
 /// Reads the list of cuts \a name, or "-" for standard input: lines of JSON with an
 /// "image", its "cuts" and, for the pages of one file, an "index". Other lines are

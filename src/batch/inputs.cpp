@@ -62,14 +62,20 @@ void visitEntries(const QString &folder, Visit visit)
     }
 }
 
+/// Whether \a path is a file, or nobody knows what it is: then its job says why.
+bool mayBeFile(const std::filesystem::path &path)
+{
+    std::error_code failure;
+    const std::filesystem::file_status status = std::filesystem::status(path, failure);
+    return !std::filesystem::exists(status) || std::filesystem::is_regular_file(status);
+}
+
 QStringList imagesIn(const QString &folder, bool isRecursive)
 {
     QStringList images;
     const auto take = [&images](const std::filesystem::path &path) {
         const QString name = nameFromNative(path);
-        std::error_code failure;
-        if (isImageName(name) && !nameFromNative(path.filename()).startsWith(u'.')
-            && std::filesystem::is_regular_file(path, failure)) {
+        if (isImageName(name) && !nameFromNative(path.filename()).startsWith(u'.') && mayBeFile(path)) {
             images.append(name);
         }
     };
@@ -93,7 +99,10 @@ QStringList namesFrom(const QString &list, bool isNulSeparated)
                          u"there are zero bytes in \"%1\": use -0 if they separate the names"_s.arg(printable(list)));
     }
     QStringList names;
-    for (const QByteArray &name : bytes.split(isNulSeparated ? '\0' : '\n')) {
+    for (QByteArray name : bytes.split(isNulSeparated ? '\0' : '\n')) {
+        if (!isNulSeparated && name.endsWith('\r')) {
+            name.chop(1);
+        }
         if (!name.isEmpty()) {
             names.append(nameFromBytes(name));
         }
@@ -125,7 +134,7 @@ QStringList findImages(const BatchOptions &options)
     QStringList images;
     for (const QString &name : std::as_const(names)) {
         std::error_code failure;
-        const bool isFolder = std::filesystem::is_directory(nativePath(name), failure);
+        const bool isFolder = name != "-"_L1 && std::filesystem::is_directory(nativePath(name), failure);
         images += isFolder ? imagesIn(name, options.recursive) : QStringList(name);
     }
     return images;

@@ -161,6 +161,7 @@ private slots:
     void readsCutsFromPipes_data();
     void readsCutsFromPipes();
     void refusesCutsOutsideTheImage();
+    void refusesCutsOfOtherPictures();
     void drawsAPreview();
     void completesInBash();
 };
@@ -200,6 +201,10 @@ void TestBatchInputs::takesFoldersInFolders()
     QCOMPARE(pdfFacts(u"two.pdf"_s).pages, 2);
     const BatchEnd none = runBatchProgram({u"shots/more/.."_s, u"--files-from"_s, u"/dev/null"_s, u"-o"_s, u"x.pdf"_s});
     QCOMPARE(none.code, 2);
+    QFile::link(u"nowhere.png"_s, u"shots/link.png"_s);
+    const BatchEnd dangling = runBatchProgram({u"shots"_s, u"--dry-run"_s});
+    QCOMPARE(dangling.code, 3);
+    QVERIFY(dangling.errors.contains("shots/link.png: cannot read image: no such file"));
     QVERIFY(QDir::current().mkpath(u"empty"_s));
     const BatchEnd empty = runBatchProgram({u"empty"_s, u"-o"_s, u"x.pdf"_s});
     QCOMPARE(empty.code, 2);
@@ -211,6 +216,8 @@ void TestBatchInputs::readsListsOfNames_data()
     QTest::addColumn<QString>("command");
     QTest::newRow("lines") << u"ls *.png > list; \"$batch\" -o all.pdf --files-from list"_s;
     QTest::newRow("standard input") << u"ls *.png | \"$batch\" -o all.pdf --files-from -"_s;
+    QTest::newRow("lines of another system")
+        << u"ls *.png | sed 's/$/\\r/' > list; \"$batch\" -o all.pdf --files-from list"_s;
     QTest::newRow("zero bytes")
         << u"find . -name '*.png' -print0 | sort -z | \"$batch\" -o all.pdf -0 --files-from -"_s;
 }
@@ -251,6 +258,7 @@ void TestBatchInputs::namesFilesByAForm()
 
 void TestBatchInputs::readsAndWritesStandardStreams()
 {
+    QVERIFY(QDir::current().mkpath(u"-"_s)); // a folder of that name is not meant
     const BatchEnd end = runShell(u"\"$batch\" - -o - > all.pdf"_s, encodedPicture(textPicture(70, 250), "PNG"));
     QCOMPARE(end.code, 0);
     QCOMPARE(end.output, QByteArray());
@@ -623,6 +631,15 @@ void TestBatchInputs::refusesCutsOutsideTheImage()
     const BatchEnd end = runBatchProgram({u"--cuts-from"_s, u"cuts.txt"_s, u"a.png"_s, u"-o"_s, u"a.pdf"_s});
     QCOMPARE(end.code, 3);
     QVERIFY2(end.errors.contains("the cut at row 1500 is not inside the image of 1500 rows"), end.errors.constData());
+}
+
+void TestBatchInputs::refusesCutsOfOtherPictures()
+{
+    savedPicture(textPicture(350, 1500), u"a.png"_s);
+    savedBytes("{\"image\":\"a.png\",\"cuts\":[100],\"index\":2000000000}\n", u"cuts.txt"_s);
+    const BatchEnd end = runBatchProgram({u"--cuts-from"_s, u"cuts.txt"_s, u"a.png"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.code, 3);
+    QVERIFY2(end.errors.contains("there are cuts of picture 2000000001, but the image has 1"), end.errors.constData());
 }
 
 void TestBatchInputs::drawsAPreview()

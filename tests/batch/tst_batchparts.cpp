@@ -14,6 +14,7 @@
 #include "support/testmain.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QScopeGuard>
@@ -109,6 +110,9 @@ private slots:
     void plansOneFileOfSeveralImages();
     void namesFilesByAForm();
     void plansToReplaceNothingButPdfFiles();
+    void plansPreviewsBesideOtherFiles_data();
+    void plansPreviewsBesideOtherFiles();
+    void givesManyEqualNamesNumbers();
     void refusesTwoNamesOfOneFile();
     void refusesImpossiblePlans();
 
@@ -363,6 +367,10 @@ void TestBatchParts::rejects_data()
     row("landscape of the window", u"a.png -o out --layout window --landscape"_s, u"--layout window"_s);
     row("millimeters of the window", u"a.png -o out --layout window --margin 5mm"_s, u"--layout window"_s);
     row("strips in landscape", u"a.png -o out --paper strip --landscape"_s, u"--paper strip"_s);
+    row("two outputs", u"a.png -o a.pdf -o b.pdf"_s, u"--output is given twice"_s);
+    row("two lists of files", u"-o out --files-from a --files-from b"_s, u"--files-from is given twice"_s);
+    row("two lists of cuts", u"a.png -o out --cuts-from a --cuts-from b"_s, u"--cuts-from is given twice"_s);
+    row("two previews", u"a.png --preview a --preview b"_s, u"--preview is given twice"_s);
     row("dry run of nothing", u"--dry-run"_s, u"no image"_s);
     row("jobs in words", u"a.png -o out -j two"_s, u"--jobs"_s);
     QTest::newRow("empty output") << QStringList{u"a.png"_s, u"-o"_s, QString()} << u"-o OUT"_s;
@@ -517,11 +525,54 @@ void TestBatchParts::plansToReplaceNothingButPdfFiles()
     QFile::remove(u"link.pdf"_s);
 }
 
+void TestBatchParts::plansPreviewsBesideOtherFiles_data()
+{
+    QTest::addColumn<QString>("preview");
+    QTest::addColumn<bool>("isDryRun");
+    QTest::addColumn<QString>("mistake");
+    for (const bool isDryRun : {false, true}) {
+        const char *run = isDryRun ? "dry run" : "run";
+        QTest::addRow("new file, %s", run) << u"new.png"_s << isDryRun << QString();
+        QTest::addRow("image, %s", run) << u"./image.png"_s << isDryRun << u"overwritten"_s;
+        QTest::addRow("link to the image, %s", run) << u"link.png"_s << isDryRun << u"overwritten"_s;
+    }
+    QTest::newRow("output") << u"./a.pdf"_s << false << u"written twice"_s;
+    QTest::newRow("output of a dry run") << u"./a.pdf"_s << true << QString();
+}
+
+void TestBatchParts::plansPreviewsBesideOtherFiles()
+{
+    QFETCH(QString, preview);
+    QFETCH(bool, isDryRun);
+    QFETCH(QString, mistake);
+    savedPicture(textPicture(70, 250), u"image.png"_s);
+    QFile::link(u"image.png"_s, u"link.png"_s);
+    BatchOptions options = optionsFor(u"a.pdf"_s);
+    options.preview = preview;
+    options.dryRun = isDryRun;
+    const QString actual = planMistake({u"image.png"_s}, options);
+    QVERIFY2(mistake.isEmpty() ? actual.isEmpty() : actual.contains(mistake), qPrintable(actual));
+    QFile::remove(u"link.png"_s);
+}
+
+void TestBatchParts::givesManyEqualNamesNumbers()
+{
+    const QStringList images(20000, u"50%1.png"_s);
+    QElapsedTimer timer;
+    timer.start();
+    const QList<BatchJob> jobs = planJobs(optionsFor(u"new/"_s), images + QStringList{u"50%1-2.png"_s}).jobs;
+    QCOMPARE_LT(timer.elapsed(), 10000); // some 30 ms; if each name tried all before it, a minute
+    QCOMPARE(jobs.at(0).output, u"new/50%1.pdf"_s);
+    QCOMPARE(jobs.at(1).output, u"new/50%1-2.pdf"_s);
+    QCOMPARE(jobs.at(19999).output, u"new/50%1-20000.pdf"_s);
+    QCOMPARE(jobs.at(20000).output, u"new/50%1-2-2.pdf"_s);
+}
+
 void TestBatchParts::refusesTwoNamesOfOneFile()
 {
     QVERIFY(QDir::current().mkpath(u"linked"_s));
     QFile::link(u"b.pdf"_s, u"linked/a.pdf"_s); // b.pdf does not exist yet
-    QVERIFY(planMistake({u"a.png"_s, u"b.png"_s}, optionsFor(u"linked"_s)).contains(u"a link to the file"_s));
+    QVERIFY(planMistake({u"a.png"_s, u"b.png"_s}, optionsFor(u"linked"_s)).contains(u"written twice"_s));
     QCOMPARE(planMistake({u"a.png"_s, u"c.png"_s}, optionsFor(u"linked"_s)), QString());
     QVERIFY(QDir(u"linked"_s).removeRecursively());
 }
@@ -631,8 +682,8 @@ void TestBatchParts::readsCutLists()
                                     u"cuts.txt"_s);
     const QHash<QString, FileCuts> cuts = readCutList(list);
     QCOMPARE(cuts.size(), 2);
-    QCOMPARE(cuts.value(u"a.png"_s), (FileCuts{QList<int>{5, 9}}));
-    QCOMPARE(cuts.value(u"b.tif"_s), (FileCuts{std::nullopt, QList<int>{}}));
+    QCOMPARE(cuts.value(u"a.png"_s), (FileCuts{{0, {5, 9}}}));
+    QCOMPARE(cuts.value(u"b.tif"_s), (FileCuts{{1, {}}}));
 }
 
 void TestBatchParts::rejectsCutLists_data()
@@ -679,7 +730,7 @@ void TestBatchParts::eventsSurviveTheirJson()
 
 void TestBatchParts::jobsSurviveTheirJson()
 {
-    const BatchJob job{7, {{u"a\n\"名\".png"_s, {std::nullopt, QList<int>{1, 5}}}, {u"b"_s, {}}}, u"b.pdf"_s, 3};
+    const BatchJob job{7, {{u"a\n\"名\".png"_s, {{1, {1, 5}}, {70, {}}}}, {u"b"_s, {}}}, u"b.pdf"_s, 3};
     const std::optional<BatchJob> passed = jobFromJson(jsonLine(toJson(job)));
     QVERIFY(passed.has_value());
     QCOMPARE(passed->number, 7);
@@ -966,6 +1017,9 @@ void TestBatchParts::reportsWhatIsNotReadable()
     options.operands.clear();
     options.filesFrom = u"locked/list"_s;
     QCOMPARE(reason([&] { (void)findImages(options); }), u"cannot read \"locked/list\": Permission denied"_s);
+    const QString unknown = planMistake({u"a.png"_s}, optionsFor(u"locked.png"_s));
+    QVERIFY2(unknown.contains(u"exists and cannot be read: Permission denied; it is not replaced"_s),
+             qPrintable(unknown));
 }
 #endif
 

@@ -261,6 +261,9 @@ void TestBatchReport::describesResults_data()
         << true << one << QString() << BatchEvent(JobDone{2, 0, 1, plain}) << QByteArray("a.png: 2 pages; cuts: 5\n");
     QTest::newRow("picture") << false << two << u"a.pdf"_s << BatchEvent(PictureDone{u"b.png"_s, facts})
                              << QByteArray("b.png, picture 2: 3 pages (a remark)\n");
+    QTest::newRow("picture of a file with a percent sign")
+        << false << two << u"a.pdf"_s << BatchEvent(PictureDone{u"50%1%2.png"_s, facts})
+        << QByteArray("50%1%2.png, picture 2: 3 pages (a remark)\n");
     QTest::newRow("picture of a dry run") << true << two << QString() << BatchEvent(PictureDone{u"b.png"_s, plain})
                                           << QByteArray("b.png, picture 1: 1 page; cuts: 5\n");
     plain.remark.clear();

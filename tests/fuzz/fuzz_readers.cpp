@@ -74,8 +74,8 @@ void readCuts(const QByteArray &text)
 {
     try {
         for (const FileCuts &file : parseCutList(text, u"cuts"_s)) {
-            for (const std::optional<QList<int>> &rows : file) {
-                require(!rows || rises(*rows), "cuts follow each other");
+            for (const QList<int> &rows : file) {
+                require(rises(rows), "cuts follow each other");
             }
         }
     } catch (const BatchError &) {
