@@ -6,6 +6,7 @@
 
 #include <QTimer>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -33,6 +34,12 @@ void endWithParent([[maybe_unused]] QProcess &process)
         }
     });
 #endif
+}
+
+/// Whether \a process was started and has not ended.
+bool isRunning(const QProcess &process)
+{
+    return process.state() != QProcess::NotRunning;
 }
 
 /// Whether \a process was killed: by the kernel for lack of memory, or by someone.
@@ -130,7 +137,7 @@ void BatchWorkers::startWorker()
     QObject::connect(&worker.process, &QProcess::finished, &loop, [this, &worker] { onEnd(worker); });
     QObject::connect(&worker.process, &QProcess::errorOccurred, &loop, [this, &worker](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart) {
-            onEnd(worker); // there is no other signal
+            onStartFailure(worker); // there is no other signal
         }
     });
     start(worker);
@@ -141,17 +148,26 @@ void BatchWorkers::start(Worker &worker)
 {
     worker.input.clear();
     worker.finished = 0;
+    takeJob(worker); // first, since the start may fail at once
     worker.process.start();
-    giveJob(worker);
+    if (isRunning(worker.process)) {
+        worker.process.write(jsonLine(toJson(worker.job)));
+    }
 }
 
-/// Gives \a worker the next job.
-void BatchWorkers::giveJob(Worker &worker)
+/// Makes the next job that of \a worker.
+void BatchWorkers::takeJob(Worker &worker)
 {
     worker.isBusy = true;
     worker.hasBegun = false;
     worker.job = waiting.takeFirst();
     worker.partPath.clear();
+}
+
+/// Gives the next job to \a worker, which runs.
+void BatchWorkers::giveJob(Worker &worker)
+{
+    takeJob(worker);
     worker.process.write(jsonLine(toJson(worker.job)));
 }
 
@@ -184,6 +200,24 @@ void BatchWorkers::onEvent(Worker &worker, const BatchEvent &event)
         loop.quit();
     } else if (!waiting.isEmpty()) {
         giveJob(worker);
+    }
+}
+
+/// Leaves the job of \a worker, whose process did not start, to the others. It has
+/// failed if none of them runs.
+void BatchWorkers::onStartFailure(Worker &worker)
+{
+    const auto runs = [](const auto &other) { return isRunning(other->process); };
+    if (std::none_of(workers.begin(), workers.end(), runs)) {
+        onEnd(worker);
+        return;
+    }
+    worker.isBusy = false;
+    waiting.prepend(worker.job);
+    const auto isIdle = [&](const auto &other) { return runs(other) && !other->isBusy; };
+    const auto idle = std::find_if(workers.begin(), workers.end(), isIdle);
+    if (idle != workers.end()) { // it waits for no event after which it would get the job
+        giveJob(**idle);
     }
 }
 

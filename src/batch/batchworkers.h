@@ -45,9 +45,11 @@ private:
 
     void startWorker();
     void start(Worker &worker);
+    void takeJob(Worker &worker);
     void giveJob(Worker &worker);
     void readEvents(Worker &worker);
     void onEvent(Worker &worker, const BatchEvent &event);
+    void onStartFailure(Worker &worker);
     void onEnd(Worker &worker);
 
     QString program;
