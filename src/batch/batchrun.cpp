@@ -65,11 +65,12 @@ void prepareEnvironment()
 }
 
 /// Keeps warnings of Qt from the error stream; some decoders still write their
-/// own.
+/// own. A process that cannot be started is reported with its job.
 void onMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
     exitIfThreadIsMissing(text);
-    if (type == QtCriticalMsg || type == QtFatalMsg) {
+    const bool isAboutProcess = text.startsWith("QProcess"_L1);
+    if (type == QtFatalMsg || (type == QtCriticalMsg && !isAboutProcess)) {
         std::fprintf(stderr, "quillmarch-batch: %s\n", qPrintable(text));
     }
 }

@@ -120,6 +120,17 @@ QJsonObject pageEvent(int page, int pages)
 }
 
 #ifdef Q_OS_LINUX
+/// Sets up \a process to run the program with \a arguments and at most \a files open
+/// files, the standard streams among them.
+void setUpWithFiles(QProcess &process, int files, const QStringList &arguments)
+{
+    setUpBatch(process, arguments);
+    process.setChildProcessModifier([files] {
+        const rlimit limit{rlim_t(files), rlim_t(files)};
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    });
+}
+
 /// The child processes of the process \a parent.
 QList<qint64> childrenOf(qint64 parent)
 {
@@ -173,6 +184,8 @@ private slots:
     void closedStreamsLeaveTheFileComplete_data();
     void closedStreamsLeaveTheFileComplete();
     void endsIfNoThreadStarts();
+    void endsIfNoWorkerStarts_data();
+    void endsIfNoWorkerStarts();
     void workerEndsAtALineThatIsNoJob();
 
     void needsNoEnvironment();
@@ -622,6 +635,35 @@ void TestBatchRun::endsIfNoThreadStarts()
     }
 #else
     QSKIP("has no limit of threads that is certain");
+#endif
+}
+
+void TestBatchRun::endsIfNoWorkerStarts_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    for (const QString &jobs : {u"-j1"_s, u"-j2"_s, u"-j3"_s}) {
+        QTest::newRow(qPrintable(jobs)) << QStringList{jobs, u"-o"_s, u"out/"_s};
+        QTest::newRow(qPrintable(jobs + u" --dry-run"_s)) << QStringList{jobs, u"--dry-run"_s};
+    }
+}
+
+void TestBatchRun::endsIfNoWorkerStarts()
+{
+#ifdef Q_OS_LINUX
+    QFETCH(QStringList, arguments);
+    savedPicture(textPicture(70, 250), u"a.png"_s);
+    savedPicture(textPicture(70, 250), u"b.png"_s);
+    QProcess process;
+    setUpWithFiles(process, 8, QStringList{u"a.png"_s, u"b.png"_s} + arguments); // too few for the pipes to a worker
+    process.start();
+    const BatchEnd end = endOf(process);
+    QCOMPARE(end.code, 4);
+    const QByteArray reason = ": the worker process did not start: Too many open files";
+    QList<QByteArray> lines = end.errors.trimmed().split('\n');
+    std::sort(lines.begin(), lines.end());
+    QCOMPARE(lines, (QList<QByteArray>{"quillmarch-batch: a.png" + reason, "quillmarch-batch: b.png" + reason}));
+#else
+    QSKIP("has no limit of files that is certain");
 #endif
 }
 
