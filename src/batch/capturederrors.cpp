@@ -2,6 +2,8 @@
 
 #include <QList>
 
+#include <utility>
+
 #ifdef Q_OS_UNIX
 #include <unistd.h>
 #endif
@@ -18,11 +20,16 @@ bool hasRealFailure = false; // of that stream
 CapturedErrors::CapturedErrors()
     : file(std::tmpfile())
 {
-    if (file != nullptr) {
-        std::fflush(stderr);
-        hasRealFailure = std::ferror(stderr) != 0;
-        realErrors = ::dup(STDERR_FILENO);
+    if (file == nullptr) {
+        return;
+    }
+    std::fflush(stderr);
+    hasRealFailure = std::ferror(stderr) != 0;
+    realErrors = ::dup(STDERR_FILENO);
+    if (realErrors >= 0) {
         ::dup2(::fileno(file), STDERR_FILENO);
+    } else { // too many open files: the stream could not be restored
+        std::fclose(std::exchange(file, nullptr));
     }
 }
 

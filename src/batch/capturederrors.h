@@ -6,7 +6,7 @@
 
 /// Collects what is written to the standard error stream while this object exists:
 /// some decoders write there themselves. Only one object may exist at a time. Collects
-/// nothing where streams cannot be redirected.
+/// nothing where streams cannot be redirected, or if too many files are open.
 class CapturedErrors
 {
 public:

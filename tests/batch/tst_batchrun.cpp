@@ -186,6 +186,8 @@ private slots:
     void endsIfNoThreadStarts();
     void endsIfNoWorkerStarts_data();
     void endsIfNoWorkerStarts();
+    void saysWhyWithoutFiles_data();
+    void saysWhyWithoutFiles();
     void workerEndsAtALineThatIsNoJob();
 
     void needsNoEnvironment();
@@ -662,6 +664,31 @@ void TestBatchRun::endsIfNoWorkerStarts()
     QList<QByteArray> lines = end.errors.trimmed().split('\n');
     std::sort(lines.begin(), lines.end());
     QCOMPARE(lines, (QList<QByteArray>{"quillmarch-batch: a.png" + reason, "quillmarch-batch: b.png" + reason}));
+#else
+    QSKIP("has no limit of files that is certain");
+#endif
+}
+
+void TestBatchRun::saysWhyWithoutFiles_data()
+{
+    QTest::addColumn<int>("files"); // that the program may have open
+    for (const int files : {5, 6, 7, 8}) {
+        QTest::addRow("%d files", files) << files;
+    }
+}
+
+void TestBatchRun::saysWhyWithoutFiles()
+{
+#ifdef Q_OS_LINUX
+    QFETCH(int, files);
+    savedPicture(noisePicture(QSize(70, 250)), u"a.png"_s);
+    savedBytes(contentOf(u"a.png"_s).first(2742), u"a.png"_s);
+    QProcess process;
+    setUpWithFiles(process, files, {u"a.png"_s, u"-o"_s, u"a.pdf"_s});
+    process.start();
+    const BatchEnd end = endOf(process);
+    QCOMPARE(end.code, 3);
+    QVERIFY2(end.errors.contains("quillmarch-batch: a.png: cannot read image: "), end.errors.constData());
 #else
     QSKIP("has no limit of files that is certain");
 #endif
