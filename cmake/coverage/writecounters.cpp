@@ -17,7 +17,7 @@ int __wrap_raise(int number);
 
 namespace {
 
-constexpr unsigned mostSeconds = 60;
+constexpr unsigned mostSeconds = 15;
 
 /// Lifts a limit of this process, as far as it may.
 template <typename Resource>
