@@ -372,6 +372,8 @@ void TestBatchInputs::reportsDamage_data()
     const auto truncated = [](const QByteArray &bytes) { return bytes.left(bytes.size() / 2); };
     QTest::newRow("truncated JPEG") << u"a.jpg"_s << truncated(encodedPicture(picture, "JPG"));
     QTest::newRow("truncated BMP") << u"a.bmp"_s << truncated(encodedPicture(picture, "BMP"));
+    const QByteArray noSize = encodedPicture(picture, "BMP").replace(2, 4, QByteArray(4, '\0'));
+    QTest::newRow("truncated BMP, 0 bytes long") << u"a.bmp"_s << truncated(noSize);
     QTest::newRow("truncated XBM") << u"a.xbm"_s << truncated(encodedPicture(picture, "XBM"));
     QTest::newRow("truncated GIF") << u"a.gif"_s
                                    << QByteArray::fromHex("474946383961c8002c018000000000 00ffffff"

@@ -968,6 +968,22 @@ void TestBatchParts::seesWhereAFileIsTruncated_data()
     const QImage picture = noisePicture(QSize(16, 16));
     const QByteArray bmp = encodedPicture(picture, "BMP");
     QTest::newRow("BMP") << bmp << QByteArray("bmp") << sizeOf(bmp);
+    QByteArray noSize = bmp;
+    QTest::newRow("BMP, 0 bytes long") << noSize.replace(2, 4, QByteArray(4, '\0')) << QByteArray("bmp") << sizeOf(bmp);
+    QTest::newRow("BMP, as long as its headers")
+        << noSize.replace(2, 4, QByteArray::fromHex("36000000")) << QByteArray("bmp") << sizeOf(bmp);
+    QByteArray upperFirst = noSize;
+    QTest::newRow("BMP, upper row first")
+        << upperFirst.replace(22, 4, QByteArray::fromHex("f0ffffff")) << QByteArray("bmp") << sizeOf(bmp);
+    const QByteArray core =
+        QByteArray::fromHex("424d000000000000000 020000000 0c000000 1000 0200 0100 0100 ffffff 000000")
+        + QByteArray(8, '\x55');
+    QTest::newRow("BMP, short header") << core << QByteArray("bmp") << sizeOf(core);
+    const QByteArray masks = QByteArray::fromHex("424d0000000000000000420000002800000002000000020000000100100003000000"
+                                                 "0000000000000000000000000000000000000000"
+                                                 "00f80000e00700001f000000")
+        + QByteArray(8, '\x55');
+    QTest::newRow("BMP, masks of colors") << masks << QByteArray("bmp") << sizeOf(masks);
     const QByteArray xbm = encodedPicture(picture, "XBM");
     QTest::newRow("XBM") << xbm << QByteArray("xbm") << int(xbm.lastIndexOf('}')) + 1;
     QTest::newRow("PNG") << encodedPicture(picture, "PNG") << QByteArray("png") << 0;
