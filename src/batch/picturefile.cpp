@@ -127,6 +127,29 @@ QByteArray formatOf(const QByteArray &bytes)
     return QImageReader::imageFormat(&buffer);
 }
 
+int countedPages(const QByteArray &bytes, const QByteArray &format)
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    return std::max(1, QImageReader(&buffer, format).imageCount());
+}
+
+/// Those of \a places in the TIFF file \a bytes at which a page can be opened. Leaves
+/// the first one of \a places as the first page.
+QList<qsizetype> soundPages(QByteArray &bytes, const QList<qsizetype> &places, const QByteArray &format)
+{
+    QList<qsizetype> sound;
+    for (const qsizetype place : places) {
+        beginTiffAt(bytes, place);
+        QBuffer buffer(&bytes);
+        if (!QImageReader(&buffer, format).size().isEmpty()) {
+            sound.append(place);
+        }
+    }
+    beginTiffAt(bytes, places.first());
+    return sound;
+}
+
 /// The lower-case suffix of \a name.
 QByteArray suffixOf(const QString &name)
 {
@@ -152,10 +175,28 @@ PictureFile::PictureFile(const QString &name)
         format = suffixOf(name);
     }
     if (format == "tiff" || format == "tif") {
-        QBuffer buffer(&bytes);
-        QImageReader reader(&buffer, format);
-        pageCount = std::max(1, reader.imageCount());
+        findPages();
     }
+}
+
+/// Counts the pages of a TIFF file. Qt stops at the first one that it cannot open, so the
+/// others are then taken from the chain of directories, and only those that can be opened stay.
+void PictureFile::findPages()
+{
+    pageCount = countedPages(bytes, format);
+    const TiffPages pages = tiffPages(bytes);
+    if (pages.places.isEmpty() || (pages.isChainSound && pages.places.size() <= pageCount)) {
+        return;
+    }
+    const QList<qsizetype> sound = soundPages(bytes, pages.places, format);
+    if (sound.isEmpty()) {
+        return; // reading it will say why
+    }
+    keepTiffPages(bytes, sound);
+    pageCount = countedPages(bytes, format);
+    const auto lost = std::mismatch(sound.begin(), sound.end(), pages.places.begin(), pages.places.end()).second;
+    lostPages = lost == pages.places.end() ? u"the pages after page %1 cannot be found"_s.arg(pageCount)
+                                           : u"page %1 cannot be read"_s.arg(lost - pages.places.begin() + 1);
 }
 
 FilePicture PictureFile::read(int index, const PictureUse &use) const
@@ -197,7 +238,7 @@ FilePicture PictureFile::decodeWhole(int index, const PictureUse &use) const
     if (picture.image.isNull()) {
         throwDecodeError(reason);
     }
-    const QString loss = isTruncated(bytes, format) ? u"unexpected end of file"_s : damage;
+    const QString loss = damageOf(index);
     if (!loss.isEmpty() && !use.isDamageAccepted) {
         throw unreadable(u"the file is damaged: %1; --accept-damaged converts what can be read"_s.arg(loss));
     }
@@ -206,6 +247,15 @@ FilePicture PictureFile::decodeWhole(int index, const PictureUse &use) const
         picture.jpeg.clear(); // the pixels are all that is left
     }
     return picture;
+}
+
+/// What is wrong with picture \a index, which was decoded last; empty if nothing.
+QString PictureFile::damageOf(int index) const
+{
+    if (index == 0 && !lostPages.isEmpty()) {
+        return lostPages;
+    }
+    return isTruncated(bytes, format) ? u"unexpected end of file"_s : damage;
 }
 
 QImage PictureFile::decode(int index, DecodeThreads threads, FilePicture &picture) const

@@ -29,8 +29,9 @@ struct PictureUse
     DecodeThreads threads = DecodeThreads::One;
 };
 
-/// The pictures of an image file: one for each page of a TIFF file, and one of any
-/// other file, of an animation the first frame.
+/// The pictures of an image file: one for each page of a TIFF file that can be opened, and
+/// one of any other file, of an animation the first frame. Lost pages are a damage of the
+/// first picture.
 class PictureFile
 {
 public:
@@ -46,15 +47,18 @@ public:
     FilePicture read(int index, const PictureUse &use) const;
 
 private:
+    void findPages();
     FilePicture decodeWhole(int index, const PictureUse &use) const;
     std::shared_ptr<const JpegBits> packedFile() const;
     QImage decode(int index, DecodeThreads threads, FilePicture &picture) const;
+    QString damageOf(int index) const;
     [[noreturn]] void throwDecodeError(const QString &reason) const;
 
     QByteArray bytes;
     QByteArray format; // as QImageReader names it
     bool isFormatKnown = true; // by the content of the file; otherwise by its name
     int pageCount = 1;
+    QString lostPages; // what is wrong with the pages that are not counted; empty if there are none
 };
 
 /// Removes the blank border of \a picture, unless too little would be left.

@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr qsizetype mostTiffPages = 1 << 20; // as of libtiff
+
 uchar byteAt(const QByteArray &bytes, qsizetype index)
 {
     return index < bytes.size() ? uchar(bytes.at(index)) : 0;
@@ -88,6 +90,63 @@ bool isGifTruncated(const QByteArray &bytes)
     return at >= bytes.size() || afterBlocks(bytes, at) > bytes.size();
 }
 
+/// The numbers of a TIFF file: TIFF, revision 6.0 (Adobe, 1992), or BigTIFF, whose places and
+/// counts take 8 bytes. A directory is the count of its entries, these, and the place of the
+/// next directory, or 0.
+struct TiffForm
+{
+    bool isBigEndian = false;
+    bool isBig = false; // BigTIFF
+
+    int linkSize() const { return isBig ? 8 : 4; }
+    qsizetype headerLink() const { return isBig ? 8 : 4; }
+    int countSize() const { return isBig ? 8 : 2; }
+    quint64 entrySize() const { return isBig ? 20 : 12; }
+};
+
+std::optional<TiffForm> tiffForm(const QByteArray &bytes)
+{
+    const bool isBigEndian = bytes.startsWith("MM");
+    const quint64 version = numberAt(bytes, 2, 2, isBigEndian);
+    if ((!isBigEndian && !bytes.startsWith("II")) || (version != 42 && version != 43)) {
+        return {};
+    }
+    return TiffForm{isBigEndian, version == 43};
+}
+
+/// Where the directory at \a place has the place of the next one; nothing if it has no
+/// entries, or if they are not inside the file.
+std::optional<qsizetype> tiffLink(const QByteArray &bytes, const TiffForm &form, quint64 place)
+{
+    const auto size = quint64(bytes.size());
+    const auto countSize = quint64(form.countSize());
+    if (size < countSize || place > size - countSize) {
+        return {};
+    }
+    const quint64 count = numberAt(bytes, qsizetype(place), form.countSize(), form.isBigEndian);
+    const quint64 entries = place + countSize;
+    if (count == 0 || count > (size - entries) / form.entrySize()) {
+        return {};
+    }
+    return qsizetype(entries + count * form.entrySize());
+}
+
+/// The place of a directory that is written at \a link, 0 at the end of the chain; nothing if
+/// \a link is not inside the file.
+std::optional<quint64> tiffPlace(const QByteArray &bytes, const TiffForm &form, qsizetype link)
+{
+    const bool isInside = link + form.linkSize() <= bytes.size();
+    return isInside ? std::optional(numberAt(bytes, link, form.linkSize(), form.isBigEndian)) : std::nullopt;
+}
+
+/// Writes \a place at \a link, the link from the header or from a directory of a TIFF file.
+void setTiffLink(QByteArray &bytes, const TiffForm &form, qsizetype link, qsizetype place)
+{
+    for (int i = 0; i < form.linkSize(); ++i) {
+        bytes[link + (form.isBigEndian ? form.linkSize() - 1 - i : i)] = char(quint64(place) >> (8 * i));
+    }
+}
+
 } // namespace
 
 bool isTruncated(const QByteArray &bytes, const QByteArray &format)
@@ -99,4 +158,52 @@ bool isTruncated(const QByteArray &bytes, const QByteArray &format)
         return isGifTruncated(bytes);
     }
     return format == "xbm" && !bytes.contains('}');
+}
+
+TiffPages tiffPages(const QByteArray &bytes)
+{
+    const std::optional<TiffForm> form = tiffForm(bytes);
+    if (!form) {
+        return {};
+    }
+    TiffPages pages;
+    QSet<quint64> known;
+    qsizetype link = form->headerLink();
+    while (pages.places.size() < mostTiffPages) {
+        const std::optional<quint64> place = tiffPlace(bytes, *form, link);
+        const auto next = place && !known.contains(*place) ? tiffLink(bytes, *form, *place) : std::nullopt;
+        pages.isChainSound = place == quint64(0);
+        if (pages.isChainSound || !next) {
+            return pages;
+        }
+        known.insert(*place);
+        pages.places.append(qsizetype(*place));
+        link = *next;
+    }
+    return pages;
+}
+
+void beginTiffAt(QByteArray &bytes, qsizetype place)
+{
+    const std::optional<TiffForm> form = tiffForm(bytes);
+    if (form && tiffPlace(bytes, *form, form->headerLink())) {
+        setTiffLink(bytes, *form, form->headerLink(), place);
+    }
+}
+
+void keepTiffPages(QByteArray &bytes, const QList<qsizetype> &places)
+{
+    const std::optional<TiffForm> form = tiffForm(bytes);
+    if (!form) {
+        return;
+    }
+    bytes.append(form->linkSize(), '\0'); // the last link may be missing
+    qsizetype link = form->headerLink();
+    for (const qsizetype place : places) {
+        if (const std::optional<qsizetype> next = tiffLink(bytes, *form, quint64(place))) {
+            setTiffLink(bytes, *form, link, place);
+            link = *next;
+        }
+    }
+    setTiffLink(bytes, *form, link, 0);
 }

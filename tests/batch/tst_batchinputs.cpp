@@ -63,8 +63,8 @@ QList<int> bluesIn(const QString &path)
     return blues;
 }
 
-/// A TIFF file with two pages of \a first and \a second, which are of 8-bit gray.
-QByteArray tiffOf(const QImage &first, const QImage &second)
+/// A TIFF file of \a pages, which are of 8-bit gray. A page is its pixels and its directory.
+QByteArray tiffOf(const QList<QImage> &pages)
 {
     QByteArray bytes("II*\0\0\0\0\0", 8);
     const auto add = [&bytes](quint32 value, int size) {
@@ -73,7 +73,7 @@ QByteArray tiffOf(const QImage &first, const QImage &second)
         }
     };
     qsizetype link = 4; // where the place of the next page is written
-    for (const QImage &image : {first, second}) {
+    for (const QImage &image : pages) {
         const auto pixels = quint32(bytes.size());
         for (int y = 0; y < image.height(); ++y) {
             bytes.append(reinterpret_cast<const char *>(image.constScanLine(y)), image.width());
@@ -147,6 +147,8 @@ private slots:
     void reportsDamage();
     void namesAFileOnceInMessages();
     void takesAllPagesOfATiff();
+    void reportsLostPages_data();
+    void reportsLostPages();
     void takesTheFirstFrameOfAnAnimation();
     void reportsTooManyRows();
     void reads16BitsOverTheOldLimit();
@@ -418,7 +420,7 @@ void TestBatchInputs::takesAllPagesOfATiff()
     const QImage first = noisePicture(QSize(50, 60)).convertToFormat(QImage::Format_Grayscale8);
     const QImage second =
         noisePicture(QSize(40, 90), QImage::Format_RGB32, 2).convertToFormat(QImage::Format_Grayscale8);
-    savedBytes(tiffOf(first, second), u"two.tif"_s);
+    savedBytes(tiffOf({first, second}), u"two.tif"_s);
     const BatchEnd end = runBatchProgram({u"--json"_s, u"-q"_s, u"--lossless"_s, u"two.tif"_s, u"-o"_s, u"a.pdf"_s});
     QCOMPARE(end.errors, QByteArray());
     QCOMPARE(end.code, 0);
@@ -430,6 +432,60 @@ void TestBatchInputs::takesAllPagesOfATiff()
     QCOMPARE(lines.at(1).value("index"_L1), QJsonValue(1));
     QCOMPARE(lines.at(1).value("cuts"_L1).toArray().size(), 1);
     QCOMPARE(lines.at(2).value("pages"_L1), QJsonValue(3));
+}
+
+void TestBatchInputs::reportsLostPages_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("damage");
+    QTest::addColumn<QList<int>>("heights"); // of the pages that are left
+    const auto page = [](int height) {
+        return plainPicture(100, height, Qt::white).convertToFormat(QImage::Format_Grayscale8);
+    };
+    const QByteArray file = tiffOf({page(60), page(61), page(62)});
+    const auto withLast = [&file](const char *next) { return file.chopped(4) + QByteArray::fromHex(next); };
+    const auto with = [&file](const char *before, const char *after) {
+        return QByteArray(file).replace(QByteArray::fromHex(before), QByteArray::fromHex(after));
+    };
+    const QList<int> all{60, 61, 62};
+    QTest::newRow("page 3 truncated") << file.chopped(5) << u"the pages after page 2 cannot be found"_s
+                                      << QList<int>{60, 61};
+    QTest::newRow("page 2 truncated") << file.left(6200) << u"the pages after page 1 cannot be found"_s
+                                      << QList<int>{60};
+    const QString noEnd = u"the pages after page 3 cannot be found"_s;
+    QTest::newRow("truncated at the last link") << file.chopped(4) << noEnd << all;
+    QTest::newRow("one more after the end") << withLast("ffff0000") << noEnd << all;
+    QTest::newRow("one more at the last byte") << withLast("d9480000") << noEnd << all;
+    QTest::newRow("one more at 4 GiB") << withLast("ffffffff") << noEnd << all;
+    QTest::newRow("one more in the pixels") << withLast("09000000") << noEnd << all;
+    QTest::newRow("page 3 follows itself") << withLast("68480000") << noEnd << all;
+    QTest::newRow("height of page 2 is 0") << with("0101 0400 01000000 3d000000", "0101 0400 01000000 00000000")
+                                           << u"page 2 cannot be read"_s << QList<int>{60, 62};
+    QTest::newRow("height of page 1 is 0") << with("0101 0400 01000000 3c000000", "0101 0400 01000000 00000000")
+                                           << u"page 1 cannot be read"_s << QList<int>{61, 62};
+    QTest::newRow("height of page 3 is 0") << with("0101 0400 01000000 3e000000", "0101 0400 01000000 00000000")
+                                           << u"page 3 cannot be read"_s << QList<int>{60, 61};
+}
+
+void TestBatchInputs::reportsLostPages()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, damage);
+    savedBytes(bytes, u"a.tif"_s);
+    const BatchEnd end = runBatchProgram({u"a.tif"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.code, 3);
+    const QByteArray reason = "the file is damaged: " + damage.toUtf8();
+    QVERIFY2(end.errors.contains(reason), end.errors.constData());
+    QVERIFY(!QFile::exists(u"a.pdf"_s));
+    const BatchEnd accepted =
+        runBatchProgram({u"--accept-damaged"_s, u"--lossless"_s, u"a.tif"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(accepted.code, 0);
+    QCOMPARE(accepted.output.count(u"(damaged: %1)"_s.arg(damage).toUtf8()), 1);
+    QList<int> heights;
+    for (const QImage &image : pdfImages(u"a.pdf"_s)) {
+        heights.append(image.height());
+    }
+    QTEST(heights, "heights");
 }
 
 void TestBatchInputs::takesTheFirstFrameOfAnAnimation()

@@ -161,6 +161,48 @@ JobCounts countsOf(const QString &worker, int jobs, int count)
 }
 #endif
 
+using Places = QList<qsizetype>;
+
+/// Files of 3 directories without pixels, in this order: the first, the third, the second.
+QByteArray littleTiff()
+{
+    return QByteArray::fromHex("49492a00 08000000"
+                               "0100 0001 0300 01000000 07000000 2c000000" // 8
+                               "0100 0001 0300 01000000 07000000 00000000" // 26
+                               "0100 4a01 0400 01000000 08000000 1a000000"); // 44, with a directory below it
+}
+
+QByteArray bigEndianTiff()
+{
+    return QByteArray::fromHex("4d4d002a 00000008"
+                               "0001 0100 0003 00000001 00070000 0000002c"
+                               "0001 0100 0003 00000001 00070000 00000000"
+                               "0001 0100 0003 00000001 00070000 0000001a");
+}
+
+QByteArray bigTiff()
+{
+    return QByteArray::fromHex("49492b0008000000 1000000000000000"
+                               "0100000000000000 0001 0300 0100000000000000 0700000000000000 5800000000000000" // 16
+                               "0100000000000000 0001 0300 0100000000000000 0700000000000000 0000000000000000" // 52
+                               "0100000000000000 0001 0300 0100000000000000 0700000000000000 3400000000000000"); // 88
+}
+
+QByteArray bigEndianBigTiff()
+{
+    return QByteArray::fromHex("4d4d002b00080000 0000000000000010"
+                               "0000000000000001 0100 0003 0000000000000001 0007000000000000 0000000000000058"
+                               "0000000000000001 0100 0003 0000000000000001 0007000000000000 0000000000000000"
+                               "0000000000000001 0100 0003 0000000000000001 0007000000000000 0000000000000034");
+}
+
+/// \a bytes with those written in \a hex from \a at on.
+QByteArray changed(QByteArray bytes, qsizetype at, const char *hex)
+{
+    const QByteArray part = QByteArray::fromHex(hex);
+    return bytes.replace(at, part.size(), part);
+}
+
 } // namespace
 
 class TestBatchParts : public QObject
@@ -223,6 +265,10 @@ private slots:
     void partFileFollowsLinks();
     void seesWhereAFileIsTruncated_data();
     void seesWhereAFileIsTruncated();
+    void findsThePagesOfATiff_data();
+    void findsThePagesOfATiff();
+    void keepsSomePagesOfATiff_data();
+    void keepsSomePagesOfATiff();
     void completeFileIsNotRemoved();
     void opensANewFileOnlyOnce();
     void partFileRejects_data();
@@ -998,6 +1044,77 @@ void TestBatchParts::seesWhereAFileIsTruncated()
     for (int size = 6; size <= file.size(); ++size) {
         QVERIFY2(isTruncated(file.left(size), format) == (size < least), qPrintable(QString::number(size)));
     }
+}
+
+void TestBatchParts::findsThePagesOfATiff_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<Places>("places");
+    QTest::addColumn<bool>("isSound");
+    const QByteArray tiff = littleTiff();
+    const QByteArray big = bigTiff();
+    const Places all{8, 44, 26};
+    const Places allBig{16, 88, 52};
+    QTest::newRow("little endian") << tiff << all << true;
+    QTest::newRow("big endian") << bigEndianTiff() << all << true;
+    QTest::newRow("BigTIFF") << big << allBig << true;
+    QTest::newRow("BigTIFF, big endian") << bigEndianBigTiff() << allBig << true;
+    QTest::newRow("no directory") << changed(tiff, 4, "00000000") << Places() << true;
+    QTest::newRow("the first one at the end") << changed(tiff, 4, "3e000000") << Places() << false;
+    QTest::newRow("the first one after the end") << changed(tiff, 4, "ffffffff") << Places() << false;
+    QTest::newRow("the next one at the last byte") << changed(tiff, 58, "3d000000") << Places{8, 44} << false;
+    QTest::newRow("the next one after the end") << changed(tiff, 58, "ffffffff") << Places{8, 44} << false;
+    QTest::newRow("the same again") << changed(tiff, 58, "2c000000") << Places{8, 44} << false;
+    QTest::newRow("back to the first") << changed(tiff, 40, "08000000") << all << false;
+    QTest::newRow("no entries") << changed(tiff, 44, "0000") << Places{8} << false;
+    QTest::newRow("2 entries, no link") << changed(tiff, 44, "0200") << Places{8} << false;
+    QTest::newRow("65535 entries") << changed(tiff, 44, "ffff") << Places{8} << false;
+    QTest::newRow("2^64-1 entries") << changed(big, 88, "ffffffffffffffff") << Places{16} << false;
+    QTest::newRow("2^60 entries") << changed(big, 88, "0000000000000010") << Places{16} << false;
+    QTest::newRow("at 2^64-1") << changed(big, 44, "ffffffffffffffff") << Places{16} << false;
+    QTest::newRow("at 2^63") << changed(big, 44, "0000000000000080") << Places{16} << false;
+    QTest::newRow("truncated link") << tiff.chopped(1) << Places{8, 44} << false;
+    QTest::newRow("truncated entries") << tiff.chopped(5) << Places{8} << false;
+    QTest::newRow("truncated header") << tiff.left(7) << Places() << false;
+    QTest::newRow("PNG") << encodedPicture(plainPicture(16, 16, Qt::white), "PNG") << Places() << false;
+    QTest::newRow("nothing") << QByteArray() << Places() << false;
+}
+
+void TestBatchParts::findsThePagesOfATiff()
+{
+    QFETCH(QByteArray, file);
+    const TiffPages pages = tiffPages(file);
+    QTEST(pages.places, "places");
+    QTEST(pages.isChainSound, "isSound");
+    for (qsizetype size = 0; size < file.size(); ++size) {
+        QVERIFY(tiffPages(file.left(size)).places.size() <= pages.places.size());
+    }
+}
+
+void TestBatchParts::keepsSomePagesOfATiff_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<Places>("places");
+    QTest::newRow("little endian") << littleTiff() << Places{8, 44, 26};
+    QTest::newRow("big endian") << bigEndianTiff() << Places{8, 44, 26};
+    QTest::newRow("BigTIFF") << bigTiff() << Places{16, 88, 52};
+    QTest::newRow("BigTIFF, big endian") << bigEndianBigTiff() << Places{16, 88, 52};
+    QTest::newRow("no last link") << changed(littleTiff(), 58, "00000000").chopped(4) << Places{8, 44};
+}
+
+void TestBatchParts::keepsSomePagesOfATiff()
+{
+    QFETCH(const QByteArray, file);
+    QFETCH(const Places, places);
+    for (const Places &kept : {places, places.mid(1), places.first(1), Places{places.last(), places.first()}}) {
+        QByteArray bytes = file;
+        keepTiffPages(bytes, kept);
+        QCOMPARE(tiffPages(bytes).places, kept);
+        QVERIFY(tiffPages(bytes).isChainSound);
+    }
+    QByteArray bytes = file;
+    beginTiffAt(bytes, places.at(1));
+    QCOMPARE(tiffPages(bytes).places, places.mid(1));
 }
 
 void TestBatchParts::completeFileIsNotRemoved()
