@@ -73,12 +73,13 @@ int allocationLimit(const QSize &size)
     return int(std::clamp<quint64>(limit, 1024, std::numeric_limits<int>::max()));
 }
 
-/// Whether a message of the JPEG decoder says that pixels are missing. Others are about
-/// bytes that do not matter.
+/// Whether a message of the JPEG decoder says that pixels are missing or wrong. Bytes between
+/// the last pixels and the end of the image do not matter; before other markers they are what
+/// the decoder could not use of damaged pixels or tables.
 bool tellsOfDamage(const QString &message)
 {
-    return message.startsWith("Premature end"_L1)
-        || (message.startsWith("Corrupt JPEG data"_L1) && !message.contains("extraneous bytes"_L1));
+    const bool isAtEnd = message.endsWith("extraneous bytes before marker 0xd9"_L1);
+    return message.startsWith("Premature end"_L1) || (message.startsWith("Corrupt JPEG data"_L1) && !isAtEnd);
 }
 
 QString damage; // what the JPEG decoder said last
@@ -116,6 +117,37 @@ bool isPngTooLarge(const QByteArray &bytes)
     }
     const auto side = [&](qsizetype at) { return qFromBigEndian<quint32>(bytes.constData() + at); };
     return std::max(side(sizeAt), side(sizeAt + 4)) > mostPngRows;
+}
+
+/// The size in bytes of the segment with a marker (ISO/IEC 10918-1, B.1.1) at \a at; 0 if
+/// there is none, or if it begins the first scan.
+qsizetype headerSegmentSize(const QByteArray &jpeg, qsizetype at)
+{
+    constexpr uchar fill = 0xff;
+    const auto byteAt = [&jpeg](qsizetype place) { return place < jpeg.size() ? uchar(jpeg.at(place)) : 0; };
+    qsizetype code = at;
+    while (byteAt(code) == fill) {
+        ++code;
+    }
+    const int marker = byteAt(code);
+    const bool hasLength = marker >= 0xc0 && (marker < 0xd0 || marker > 0xda);
+    return code > at && hasLength ? code + 1 - at + byteAt(code + 1) * 256 + byteAt(code + 2) : 0;
+}
+
+/// The JPEG file \a jpeg without the zero bytes that some programs write between the segments
+/// before the first scan. libjpeg takes them for damage, and reports only what it finds first.
+QByteArray withoutPadding(const QByteArray &jpeg)
+{
+    QByteArray header = jpeg.left(2); // the start of the image
+    qsizetype at = header.size();
+    for (qsizetype size = 1; size > 0; at += size) {
+        while (at < jpeg.size() && jpeg.at(at) == '\0') {
+            ++at;
+        }
+        size = headerSegmentSize(jpeg, at);
+        header += jpeg.mid(at, size);
+    }
+    return at > header.size() ? header + jpeg.mid(at) : jpeg;
 }
 
 /// The format of the image \a bytes, as its first bytes tell; empty if they do not.
@@ -176,6 +208,8 @@ PictureFile::PictureFile(const QString &name)
     }
     if (format == "tiff" || format == "tif") {
         findPages();
+    } else if (format == "jpeg") {
+        bytes = withoutPadding(bytes);
     }
 }
 

@@ -105,6 +105,42 @@ QByteArray tiffOf(const QList<QImage> &pages)
     return bytes;
 }
 
+/// A JPEG file of \a image, which is of 8-bit gray, with a restart marker after 8 rows each.
+QByteArray restartingJpeg(const QImage &image)
+{
+    QByteArray jpeg;
+    for (int y = 0; y < image.height(); y += 8) {
+        const QByteArray rows = encodedPicture(image.copy(0, y, image.width(), 8), "JPG");
+        const qsizetype scan = rows.indexOf("\xff\xda");
+        const qsizetype pixels = scan + 10;
+        if (y == 0) {
+            jpeg = rows.left(scan) + QByteArray::fromHex("ffdd0004") + '\0' + char((image.width() + 7) / 8)
+                + rows.mid(scan, 10);
+            const char height[] = {char(image.height() >> 8), char(image.height())};
+            jpeg.replace(jpeg.indexOf("\xff\xc0") + 5, 2, QByteArray(height, 2));
+        } else {
+            jpeg += '\xff' + QByteArray(1, char(0xd0 + (y / 8 - 1) % 8));
+        }
+        jpeg += rows.mid(pixels).chopped(2);
+    }
+    return jpeg + "\xff\xd9";
+}
+
+/// \a image as a progressive JPEG file.
+QByteArray progressiveJpeg(const QImage &image)
+{
+    QBuffer buffer;
+    QImageWriter writer(&buffer, "jpeg");
+    writer.setProgressiveScanWrite(true);
+    return writer.write(image) ? buffer.data() : QByteArray();
+}
+
+/// \a jpeg with \a padding before the marker \a code, the first of its kind.
+QByteArray padded(QByteArray jpeg, const char *code, const char *padding)
+{
+    return jpeg.insert(jpeg.indexOf(QByteArray::fromHex(code)), QByteArray::fromHex(padding));
+}
+
 /// A GIF file with two frames of 16 x 16 pixels, black and white.
 QByteArray animation()
 {
@@ -145,6 +181,8 @@ private slots:
     void opensOddNames();
     void reportsDamage_data();
     void reportsDamage();
+    void acceptsOtherBytesOfAJpeg_data();
+    void acceptsOtherBytesOfAJpeg();
     void namesAFileOnceInMessages();
     void takesAllPagesOfATiff();
     void reportsLostPages_data();
@@ -373,6 +411,15 @@ void TestBatchInputs::reportsDamage_data()
     const QImage picture = noisePicture(QSize(200, 300));
     const auto truncated = [](const QByteArray &bytes) { return bytes.left(bytes.size() / 2); };
     QTest::newRow("truncated JPEG") << u"a.jpg"_s << truncated(encodedPicture(picture, "JPG"));
+    const QByteArray jpeg = encodedPicture(picture, "JPG");
+    QTest::newRow("truncated JPEG, padded") << u"a.jpg"_s << truncated(padded(jpeg, "ffdb", "000000"));
+    QTest::newRow("JPEG, longer table") << u"a.jpg"_s << padded(jpeg, "ffc0", "1111");
+    QByteArray restarting = restartingJpeg(picture.convertToFormat(QImage::Format_Grayscale8));
+    QTest::newRow("JPEG without a restart marker")
+        << u"a.jpg"_s << restarting.remove(restarting.indexOf("\xff\xd0"), 2);
+    const QByteArray progressive = progressiveJpeg(picture);
+    QTest::newRow("progressive JPEG, bytes inserted")
+        << u"a.jpg"_s << QByteArray(progressive).insert(progressive.indexOf("\xff\xda") + 14, QByteArray(20, '\0'));
     QTest::newRow("truncated BMP") << u"a.bmp"_s << truncated(encodedPicture(picture, "BMP"));
     const QByteArray noSize = encodedPicture(picture, "BMP").replace(2, 4, QByteArray(4, '\0'));
     QTest::newRow("truncated BMP, 0 bytes long") << u"a.bmp"_s << truncated(noSize);
@@ -402,6 +449,40 @@ void TestBatchInputs::reportsDamage()
         stored += qint64(image.width()) * image.height();
     }
     QCOMPARE(stored, pixels);
+}
+
+void TestBatchInputs::acceptsOtherBytesOfAJpeg_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    const QImage picture = noisePicture(QSize(200, 300));
+    const QByteArray jpeg = encodedPicture(picture, "JPG");
+    QTest::newRow("zero bytes before the tables") << padded(jpeg, "ffdb", "000000");
+    QTest::newRow("zero bytes before the frame") << padded(jpeg, "ffc0", "00");
+    QTest::newRow("zero bytes before the scan") << padded(jpeg, "ffda", "00");
+    QTest::newRow("zero bytes before all of them")
+        << padded(padded(padded(jpeg, "ffe0", "0000"), "ffc0", "00"), "ffda", "00000000");
+    QTest::newRow("fill bytes before the frame") << padded(jpeg, "ffc0", "ffff");
+    QTest::newRow("bytes before the end") << jpeg.chopped(2) + QByteArray::fromHex("123456ffd9");
+    QTest::newRow("zero bytes before the end") << jpeg.chopped(2) + QByteArray::fromHex("0000ffd9");
+    QTest::newRow("bytes after the end") << jpeg + "notes";
+    QTest::newRow("a picture after the end") << jpeg + jpeg;
+    QTest::newRow("progressive") << progressiveJpeg(picture);
+    QTest::newRow("restart markers") << restartingJpeg(picture.convertToFormat(QImage::Format_Grayscale8));
+}
+
+void TestBatchInputs::acceptsOtherBytesOfAJpeg()
+{
+    QFETCH(QByteArray, bytes);
+    savedBytes(bytes, u"a.jpg"_s);
+    const BatchEnd end = runBatchProgram({u"a.jpg"_s, u"-o"_s, u"a.pdf"_s});
+    QCOMPARE(end.errors, QByteArray());
+    QCOMPARE(end.code, 0);
+    QVERIFY2(!end.output.contains("damaged"), end.output.constData());
+    QCOMPARE(runBatchProgram({u"--lossless"_s, u"a.jpg"_s, u"-o"_s, u"b.pdf"_s}).code, 0);
+    const QImage expected = QImage::fromData(bytes).convertToFormat(QImage::Format_RGB32);
+    const QImage first = pdfImages(u"b.pdf"_s).first().convertToFormat(QImage::Format_RGB32);
+    QCOMPARE(first.width(), 200);
+    QCOMPARE(firstDifference(first.copy(0, 0, 200, 8), expected.copy(0, 0, 200, 8)), QString());
 }
 
 void TestBatchInputs::namesAFileOnceInMessages()
