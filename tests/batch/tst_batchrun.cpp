@@ -17,6 +17,7 @@
 
 #ifdef Q_OS_UNIX
 #include <csignal>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -126,6 +127,9 @@ void setUpWithFiles(QProcess &process, int files, const QStringList &arguments)
 {
     setUpBatch(process, arguments);
     process.setChildProcessModifier([files] {
+        for (int inherited = 3; inherited < 256; ++inherited) { // opened by whoever started the test
+            ::fcntl(inherited, F_SETFD, FD_CLOEXEC);
+        }
         const rlimit limit{rlim_t(files), rlim_t(files)};
         ::setrlimit(RLIMIT_NOFILE, &limit);
     });
