@@ -131,7 +131,7 @@ qsizetype headerSegmentSize(const QByteArray &jpeg, qsizetype at)
     }
     const int marker = byteAt(code);
     const bool hasLength = marker >= 0xc0 && (marker < 0xd0 || marker > 0xda);
-    return code > at && hasLength ? code + 1 - at + byteAt(code + 1) * 256 + byteAt(code + 2) : 0;
+    return code > at && hasLength ? code + 1 - at + qsizetype(256) * byteAt(code + 1) + byteAt(code + 2) : 0;
 }
 
 /// The JPEG file \a jpeg without the zero bytes that some programs write between the segments

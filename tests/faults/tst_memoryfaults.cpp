@@ -58,20 +58,20 @@ extern "C" void *malloc(size_t size)
     return fails(size) ? nullptr : realMalloc(size);
 }
 
-extern "C" void *realloc(void *memory, size_t size)
+extern "C" void *realloc(void *ptr, size_t size)
 {
     if (realRealloc == nullptr) {
         realRealloc = reinterpret_cast<void *(*)(void *, size_t)>(dlsym(RTLD_NEXT, "realloc"));
     }
-    return countsGrowth && fails(size) ? nullptr : realRealloc(memory, size);
+    return countsGrowth && fails(size) ? nullptr : realRealloc(ptr, size);
 }
 
-extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*start)(void *),
-                              void *argument)
+extern "C" int pthread_create(pthread_t *newthread, const pthread_attr_t *attr, void *(*start_routine)(void *),
+                              void *arg)
 {
     static const auto real = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
     if (hasThreads) {
-        return real(thread, attributes, start, argument);
+        return real(newthread, attr, start_routine, arg);
     }
     ++missingThreads;
     return EAGAIN;
