@@ -4,9 +4,11 @@
 #include "batch/filename.h"
 #include "batch/partfile.h"
 
+#include <QBuffer>
 #include <QPainter>
 
 #include <algorithm>
+#include <new>
 
 using namespace Qt::StringLiterals;
 
@@ -14,6 +16,18 @@ namespace {
 
 constexpr QSize largestPreview(360, 30000);
 constexpr int lineHeight = 2;
+
+/// \a image as a PNG file. In memory, since Qt leaks some if the file cannot be written.
+QByteArray pngOf(const QImage &image)
+{
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (!image.save(&buffer, "PNG")) {
+        throw std::bad_alloc();
+    }
+    return png;
+}
 
 } // namespace
 
@@ -35,7 +49,8 @@ void writePreview(const QImage &image, const QList<int> &cuts, const QString &na
 {
     try {
         PartFile part(name);
-        if (!previewOf(image, cuts).save(&part.device(), "PNG")) {
+        const QByteArray png = pngOf(previewOf(image, cuts));
+        if (part.device().write(png) != png.size()) {
             throw BatchError(BatchFailure::Unwritable, part.device().errorString());
         }
         part.commit();

@@ -676,7 +676,12 @@ void TestBatchRun::endsIfNoWorkerStarts()
 void TestBatchRun::saysWhyWithoutFiles_data()
 {
     QTest::addColumn<int>("files"); // that the program may have open
-    for (const int files : {5, 6, 7, 8}) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr int least = 8; // a sanitizer opens files itself
+#else
+    constexpr int least = 5;
+#endif
+    for (int files = least; files <= 8; ++files) {
         QTest::addRow("%d files", files) << files;
     }
 }
